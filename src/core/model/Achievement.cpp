@@ -1,0 +1,63 @@
+#include "Achievement.h"
+
+using namespace Qt::StringLiterals;
+
+QString Achievement::id() const
+{
+    return toRaw(period) + u'_' + QString::number(static_cast<qint64>(thresholdUSD));
+}
+
+Achievement Achievement::decode(JsonReader &r, DateForm form)
+{
+    Achievement a;
+    a.period = r.enumeration<AchievementPeriod>("period"_L1);
+    a.thresholdUSD = r.number("thresholdUSD"_L1);
+    a.achievedAt = r.date("achievedAt"_L1, form);
+    return a;
+}
+
+AchievementsState AchievementsState::decode(JsonReader &r, DateForm form)
+{
+    AchievementsState s;
+    const QJsonArray list = r.array("achievements"_L1);
+    for (qsizetype i = 0; i < list.size() && !r.failed(); ++i) {
+        if (!list.at(i).isObject()) {
+            r.fail(r.pathOf("achievements"_L1) + QStringLiteral(": expected objects"));
+            break;
+        }
+        JsonReader element = r.element(list.at(i).toObject(), "achievements"_L1, i);
+        s.achievements.append(Achievement::decode(element, form));
+    }
+    s.bestDayUSD = r.number("bestDayUSD"_L1);
+    s.bestDayDate = r.optDate("bestDayDate"_L1, form);
+    s.bestWeekUSD = r.number("bestWeekUSD"_L1);
+    s.bestWeekStartDate = r.optDate("bestWeekStartDate"_L1, form);
+    s.bestMonthUSD = r.number("bestMonthUSD"_L1);
+    s.bestMonthStartDate = r.optDate("bestMonthStartDate"_L1, form);
+    return s;
+}
+
+QJsonObject toJson(const Achievement &a, DateForm form)
+{
+    return QJsonObject{{"period"_L1, toRaw(a.period)},
+                       {"thresholdUSD"_L1, a.thresholdUSD},
+                       {"achievedAt"_L1, encodeDate(a.achievedAt, form)}};
+}
+
+QJsonObject toJson(const AchievementsState &s, DateForm form)
+{
+    QJsonArray list;
+    for (const auto &a : s.achievements)
+        list.append(toJson(a, form));
+    QJsonObject o{{"achievements"_L1, list},
+                  {"bestDayUSD"_L1, s.bestDayUSD},
+                  {"bestWeekUSD"_L1, s.bestWeekUSD},
+                  {"bestMonthUSD"_L1, s.bestMonthUSD}};
+    if (s.bestDayDate)
+        o.insert("bestDayDate"_L1, encodeDate(*s.bestDayDate, form));
+    if (s.bestWeekStartDate)
+        o.insert("bestWeekStartDate"_L1, encodeDate(*s.bestWeekStartDate, form));
+    if (s.bestMonthStartDate)
+        o.insert("bestMonthStartDate"_L1, encodeDate(*s.bestMonthStartDate, form));
+    return o;
+}

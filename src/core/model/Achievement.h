@@ -1,0 +1,36 @@
+#pragma once
+
+#include "model/Enums.h"
+#include "model/JsonReader.h"
+
+#include <QList>
+
+// A revenue milestone reached by a day, a week or a month.
+struct Achievement
+{
+    AchievementPeriod period = AchievementPeriod::Day;
+    double thresholdUSD = 0;
+    Date achievedAt;
+
+    // "day_1000": the period and the threshold truncated to a whole number.
+    QString id() const;
+    static Achievement decode(JsonReader &reader, DateForm form = DateForm::Iso8601);
+    friend bool operator==(const Achievement &, const Achievement &) = default;
+};
+
+// The content of "achievements.json".
+struct AchievementsState
+{
+    QList<Achievement> achievements;
+    double bestDayUSD = 0;
+    std::optional<Date> bestDayDate;
+    double bestWeekUSD = 0;
+    std::optional<Date> bestWeekStartDate;
+    double bestMonthUSD = 0;
+    std::optional<Date> bestMonthStartDate;
+
+    static AchievementsState decode(JsonReader &reader, DateForm form = DateForm::Iso8601);
+};
+
+QJsonObject toJson(const Achievement &achievement, DateForm form = DateForm::Iso8601);
+QJsonObject toJson(const AchievementsState &state, DateForm form = DateForm::Iso8601);

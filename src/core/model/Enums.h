@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QString>
+#include <array>
+#include <optional>
+#include <utility>
+
+// Closed sets with string raw values, as they appear in the stored files.
+enum class AccountProvider { Stripe, PayPal };
+enum class RevenueKind { New, Recurring, Churn, Failed, Refund };
+enum class AtRiskKind { PastDue, Unpaid, Incomplete, CanceledPayment };
+enum class TimeRange { Mtd, Last7Days, Last30Days, Last90Days, Custom };
+enum class AchievementPeriod { Day, Week, Month };
+
+template<typename E>
+struct EnumRaw;
+
+#define QV_ENUM_RAW(E, ...)                                                          \
+    template<>                                                                       \
+    struct EnumRaw<E>                                                                \
+    {                                                                                \
+        static constexpr std::array values = std::to_array<std::pair<E, const char *>>({__VA_ARGS__}); \
+    };
+
+QV_ENUM_RAW(AccountProvider, {AccountProvider::Stripe, "stripe"}, {AccountProvider::PayPal, "paypal"})
+QV_ENUM_RAW(RevenueKind, {RevenueKind::New, "new"}, {RevenueKind::Recurring, "recurring"}, {RevenueKind::Churn, "churn"},
+            {RevenueKind::Failed, "failed"}, {RevenueKind::Refund, "refund"})
+QV_ENUM_RAW(AtRiskKind, {AtRiskKind::PastDue, "pastDue"}, {AtRiskKind::Unpaid, "unpaid"},
+            {AtRiskKind::Incomplete, "incomplete"}, {AtRiskKind::CanceledPayment, "canceledPayment"})
+QV_ENUM_RAW(TimeRange, {TimeRange::Mtd, "mtd"}, {TimeRange::Last7Days, "last7Days"}, {TimeRange::Last30Days, "last30Days"},
+            {TimeRange::Last90Days, "last90Days"}, {TimeRange::Custom, "custom"})
+QV_ENUM_RAW(AchievementPeriod, {AchievementPeriod::Day, "day"}, {AchievementPeriod::Week, "week"},
+            {AchievementPeriod::Month, "month"})
+#undef QV_ENUM_RAW
+
+template<typename E>
+QString toRaw(E value)
+{
+    for (const auto &[v, raw] : EnumRaw<E>::values)
+        if (v == value)
+            return QString::fromLatin1(raw);
+    return {};
+}
+
+template<typename E>
+std::optional<E> fromRaw(QStringView raw)
+{
+    for (const auto &[v, text] : EnumRaw<E>::values)
+        if (raw == QLatin1StringView(text))
+            return v;
+    return std::nullopt;
+}
+
+// Every case in declaration order.
+template<typename E>
+constexpr auto allCases()
+{
+    std::array<E, EnumRaw<E>::values.size()> out{};
+    for (std::size_t i = 0; i < out.size(); ++i)
+        out[i] = EnumRaw<E>::values[i].first;
+    return out;
+}
+
+inline constexpr std::array allRevenueKinds = allCases<RevenueKind>();

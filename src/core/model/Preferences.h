@@ -1,0 +1,32 @@
+#pragma once
+
+#include "model/Enums.h"
+#include "model/JsonReader.h"
+#include "util/TimeContext.h"
+
+// The user's settings, stored whole in "preferences.json" with dates as plain numbers.
+struct Preferences
+{
+    bool showCaptured = true;
+    bool showFailed = true;
+    bool showRefunds = false;
+    bool showPayouts = true;
+    bool showNewSubscriptions = true;
+    bool showCanceledSubscriptions = true;
+    bool showNotifications = true;
+    QString dashboardCurrency = QStringLiteral("USD");
+    bool darkMode = true;
+    bool startAtLogin = false;
+    qint64 refreshSeconds = 60;
+    TimeRange selectedRange = TimeRange::Mtd;
+    Date customRangeStart;
+    Date customRangeEnd;
+    bool privacyMode = false;
+
+    // The defaults, with the custom range covering the two weeks up to `now`.
+    static Preferences defaults(Date now, const TimeContext &calendar);
+    static Preferences decode(JsonReader &reader, DateForm form = DateForm::ReferenceSeconds);
+    friend bool operator==(const Preferences &, const Preferences &) = default;
+};
+
+QJsonObject toJson(const Preferences &preferences, DateForm form = DateForm::ReferenceSeconds);

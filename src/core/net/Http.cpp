@@ -1,0 +1,98 @@
+#include "Http.h"
+
+#include <QCoroNetworkReply>
+#include <QCoroSignal>
+#include <QNetworkAccessManager>
+#include <QPointer>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace Http {
+
+QNetworkAccessManager &sharedSession()
+{
+    // Created on first use on the main thread; lives for the process.
+    static QNetworkAccessManager *session = [] {
+        auto *nam = new QNetworkAccessManager();
+        nam->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+        nam->setAutoDeleteReplies(false);
+        return nam;
+    }();
+    return *session;
+}
+
+QNetworkRequest makeRequest(const QUrl &url)
+{
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, true);
+    // Qt's transfer timeout is an inactivity timeout: no bytes for this long aborts.
+    request.setTransferTimeout(idleTimeoutMs);
+    return request;
+}
+
+QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body, CancellationToken token,
+                               qint64 maxBody)
+{
+    HttpResponse response;
+    if (token.isCancelled()) {
+        response.error = QNetworkReply::OperationCanceledError;
+        response.errorText = u"Operation canceled"_s;
+        co_return response;
+    }
+    std::unique_ptr<QNetworkReply> reply(sharedSession().sendCustomRequest(request, verb, body));
+    QPointer<QNetworkReply> guard(reply.get());
+
+    bool tooLarge = false;
+    QTimer wholeTransfer;
+    wholeTransfer.setSingleShot(true);
+    QObject::connect(&wholeTransfer, &QTimer::timeout, reply.get(), [&] {
+        if (guard)
+            guard->abort();
+    });
+    wholeTransfer.start(wholeTransferTimeoutMs);
+    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, reply.get(), [&, maxBody](qint64 received, qint64 total) {
+        if ((received > maxBody || total > maxBody) && guard) {
+            tooLarge = true;
+            guard->abort();
+        }
+    });
+    const QMetaObject::Connection cancelConnection =
+        QObject::connect(token.state(), &CancellationState::cancelled, reply.get(), [&] {
+            if (guard)
+                guard->abort();
+        });
+
+    if (!reply->isFinished())
+        co_await qCoro(reply.get(), &QNetworkReply::finished);
+    QObject::disconnect(cancelConnection);
+    // Nobody else aborts this reply: a cancel that was not ours is one of the two timeouts.
+    const bool timedOut = !token.isCancelled() && !tooLarge
+        && (reply->error() == QNetworkReply::OperationCanceledError || reply->error() == QNetworkReply::TimeoutError);
+    wholeTransfer.stop();
+
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (tooLarge) {
+        response.error = QNetworkReply::UnknownContentError;
+        response.errorText = u"Response body exceeds %1 MB"_s.arg(maxBody / (1024 * 1024));
+    } else if (token.isCancelled()) {
+        response.error = QNetworkReply::OperationCanceledError;
+        response.errorText = u"Operation canceled"_s;
+    } else if (timedOut) {
+        response.error = QNetworkReply::TimeoutError;
+        response.errorText = u"The request timed out."_s;
+    } else if (status.isValid() && status.toInt() > 0
+               && (reply->error() == QNetworkReply::NoError || reply->error() >= QNetworkReply::ContentAccessDenied)) {
+        // An HTTP answer, whatever its status; transport errors after headers arrived
+        // (a dropped connection mid-body) land in the branch below.
+        response.status = status.toInt();
+        response.body = reply->readAll();
+    } else {
+        response.error = reply->error() == QNetworkReply::NoError ? QNetworkReply::UnknownNetworkError : reply->error();
+        response.errorText = reply->errorString();
+    }
+    co_return response;
+}
+
+} // namespace Http

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "util/Cancellation.h"
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+class QNetworkAccessManager;
+
+// What came back from one request: an HTTP status with its body, or a transport failure
+// worded as Qt words it.
+struct HttpResponse
+{
+    int status = 0; // 0 when there was no HTTP response
+    QByteArray body;
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    QString errorText;
+
+    bool isTransportFailure() const { return status == 0 && error != QNetworkReply::NoError; }
+    bool isCancelled() const { return error == QNetworkReply::OperationCanceledError; }
+};
+
+namespace Http {
+
+inline constexpr int idleTimeoutMs = 30'000;
+inline constexpr int wholeTransferTimeoutMs = 60'000;
+inline constexpr qint64 maxBodyBytes = 32 * 1024 * 1024;
+
+// The one network session of the process, shared by the provider clients and icon fetches.
+// Over HTTPS it negotiates HTTP/2, which multiplexes all requests to a host over one
+// connection, so the 6-connections-per-host cap of HTTP/1.1 in Qt does not bound them.
+QNetworkAccessManager &sharedSession();
+
+// Sends one request and waits for the whole body. Redirects are never followed, so
+// credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.
+QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body = {},
+                               CancellationToken token = CancellationToken::none(), qint64 maxBody = maxBodyBytes);
+
+// A request with the defaults every provider call uses.
+QNetworkRequest makeRequest(const QUrl &url);
+
+} // namespace Http

@@ -1,0 +1,219 @@
+#include "Storage.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+using namespace Qt::StringLiterals;
+
+Storage::Storage(QString folder)
+    : m_folder(std::move(folder))
+{
+}
+
+QString Storage::defaultFolder()
+{
+    // GenericDataLocation is ~/.local/share (or $XDG_DATA_HOME) on Linux, Application Support
+    // on macOS and the roaming AppData folder on Windows.
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return QDir(base).filePath(u"Quorvane"_s);
+}
+
+void Storage::ensureFolder(const QString &path) const
+{
+    QDir().mkpath(path); // a failure shows later as failed reads and writes
+}
+
+QString Storage::fileURL() const
+{
+    ensureFolder(m_folder);
+    return pathOf(accountsFile);
+}
+
+QString Storage::iconsDir() const
+{
+    const QString path = QDir(m_folder).filePath(u"icons"_s);
+    ensureFolder(path);
+    return path;
+}
+
+QString Storage::pathOf(const char *fileName) const
+{
+    return QDir(m_folder).filePath(QString::fromLatin1(fileName));
+}
+
+std::optional<QByteArray> Storage::read(const char *fileName) const
+{
+    QFile file(pathOf(fileName));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+bool Storage::writeAtomically(const char *fileName, const QByteArray &bytes) const
+{
+    ensureFolder(m_folder);
+    QSaveFile file(pathOf(fileName));
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    if (file.write(bytes) != bytes.size()) {
+        file.cancelWriting();
+        return false;
+    }
+    return file.commit();
+}
+
+namespace {
+
+std::optional<QJsonDocument> parse(const std::optional<QByteArray> &bytes)
+{
+    if (!bytes || bytes->isEmpty())
+        return std::nullopt;
+    QJsonParseError error;
+    QJsonDocument doc = QJsonDocument::fromJson(*bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        return std::nullopt;
+    return doc;
+}
+
+template<typename T>
+std::optional<QList<T>> decodeList(const QJsonDocument &doc, DateForm form)
+{
+    if (!doc.isArray())
+        return std::nullopt;
+    const QJsonArray array = doc.array();
+    QList<T> out;
+    out.reserve(array.size());
+    for (const QJsonValue &value : array) {
+        if (!value.isObject())
+            return std::nullopt;
+        JsonReader reader(value.toObject());
+        T item = T::decode(reader, form);
+        if (reader.failed())
+            return std::nullopt; // one bad element loses the whole file
+        out.append(std::move(item));
+    }
+    return out;
+}
+
+template<typename T>
+QByteArray encodeList(const QList<T> &items, DateForm form)
+{
+    QJsonArray array;
+    for (const T &item : items)
+        array.append(toJson(item, form));
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+QList<Account> Storage::loadAccounts() const
+{
+    const auto doc = parse(read(accountsFile));
+    if (!doc)
+        return {};
+    return decodeList<Account>(*doc, DateForm::Iso8601).value_or(QList<Account>{});
+}
+
+bool Storage::saveAccounts(const QList<Account> &accounts) const
+{
+    QJsonArray array;
+    for (const Account &a : accounts)
+        array.append(toJson(a));
+    fileURL();
+    return writeAtomically(accountsFile, QJsonDocument(array).toJson(QJsonDocument::Compact));
+}
+
+std::optional<Preferences> Storage::loadPreferences() const
+{
+    const auto doc = parse(read(preferencesFile));
+    if (!doc || !doc->isObject())
+        return std::nullopt;
+    JsonReader reader(doc->object());
+    Preferences p = Preferences::decode(reader, DateForm::ReferenceSeconds);
+    if (reader.failed())
+        return std::nullopt;
+    return p;
+}
+
+bool Storage::savePreferences(const Preferences &preferences) const
+{
+    return writeAtomically(preferencesFile,
+                           QJsonDocument(toJson(preferences, DateForm::ReferenceSeconds)).toJson(QJsonDocument::Compact));
+}
+
+std::optional<AchievementsState> Storage::loadAchievements() const
+{
+    const auto doc = parse(read(achievementsFile));
+    if (!doc || !doc->isObject())
+        return std::nullopt;
+    JsonReader reader(doc->object());
+    AchievementsState s = AchievementsState::decode(reader, DateForm::Iso8601);
+    if (reader.failed())
+        return std::nullopt;
+    return s;
+}
+
+bool Storage::saveAchievements(const AchievementsState &state) const
+{
+    return writeAtomically(achievementsFile,
+                           QJsonDocument(toJson(state, DateForm::Iso8601)).toJson(QJsonDocument::Compact));
+}
+
+QByteArray encodeFeed(const QList<PaymentEvent> &feed)
+{
+    return encodeList(feed, DateForm::Iso8601);
+}
+
+std::optional<QList<PaymentEvent>> decodeFeed(const QByteArray &bytes)
+{
+    const auto doc = parse(bytes);
+    if (!doc)
+        return std::nullopt;
+    return decodeList<PaymentEvent>(*doc, DateForm::Iso8601);
+}
+
+QList<PaymentEvent> Storage::loadFeed() const
+{
+    const auto bytes = read(feedFile);
+    if (!bytes)
+        return {};
+    return decodeFeed(*bytes).value_or(QList<PaymentEvent>{});
+}
+
+bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
+{
+    return writeAtomically(feedFile, encodeFeed(feed));
+}
+
+QHash<QUuid, Date> Storage::loadSyncState() const
+{
+    QHash<QUuid, Date> out;
+    const auto doc = parse(read(syncStateFile));
+    if (!doc || !doc->isObject())
+        return out;
+    const QJsonObject object = doc->object();
+    // The whole mapping must decode; only keys that are not UUID text are dropped one by one.
+    QHash<QUuid, Date> decoded;
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!it.value().isString())
+            return out;
+        const auto date = Date::fromIsoString(it.value().toString());
+        if (!date)
+            return out;
+        const QUuid id = QUuid::fromString(it.key());
+        if (!id.isNull() && it.key().size() == 36)
+            decoded.insert(id, *date);
+    }
+    return decoded;
+}
+
+bool Storage::saveSyncState(const QHash<QUuid, Date> &state) const
+{
+    QJsonObject object;
+    for (auto it = state.begin(); it != state.end(); ++it)
+        object.insert(uuidText(it.key()), it.value().toIsoString());
+    return writeAtomically(syncStateFile, QJsonDocument(object).toJson(QJsonDocument::Compact));
+}

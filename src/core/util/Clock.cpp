@@ -1,0 +1,23 @@
+#include "Clock.h"
+
+#include <QCoroSignal>
+#include <QTimer>
+
+Date SystemClock::now() const
+{
+    return Date::fromDateTime(QDateTime::currentDateTimeUtc());
+}
+
+QCoro::Task<> SystemClock::sleep(double seconds, CancellationToken token)
+{
+    if (token.isCancelled())
+        co_return;
+    Waker waker;
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::CoarseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &waker, &Waker::wake);
+    QObject::connect(token.state(), &CancellationState::cancelled, &waker, &Waker::wake);
+    timer.start(static_cast<int>(std::clamp(seconds, 0.0, 86400.0) * 1000.0));
+    co_await qCoro(&waker, &Waker::woke);
+}
