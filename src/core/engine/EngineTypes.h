@@ -1,0 +1,45 @@
+#pragma once
+
+#include "model/Enums.h"
+#include "model/PaymentEvent.h"
+
+#include <QList>
+#include <QSet>
+#include <QUrl>
+
+// US-dollar sums over a time range.
+struct Totals
+{
+    double newMRR = 0;
+    double recurringMRR = 0;
+    double churn = 0;
+    friend bool operator==(const Totals &, const Totals &) = default;
+};
+
+// What loading one account produced.
+struct StripeLoad
+{
+    QList<PaymentEvent> events;
+    QSet<RevenueKind> loadedKinds;
+};
+
+inline size_t qHash(RevenueKind kind, size_t seed = 0)
+{
+    return ::qHash(static_cast<int>(kind), seed);
+}
+
+// Where the provider APIs live. Release builds use the public hosts; tests pass loopback URLs.
+struct ProviderEndpoints
+{
+    QUrl stripeApi = QUrl(QStringLiteral("https://api.stripe.com"));
+    QUrl paypalLive = QUrl(QStringLiteral("https://api-m.paypal.com"));
+    QUrl paypalSandbox = QUrl(QStringLiteral("https://api-m.sandbox.paypal.com"));
+};
+
+// The outcome of an invoice retry: success, or the error's user-visible description.
+struct RetryOutcome
+{
+    bool succeeded = false;
+    QString errorDescription;
+    friend bool operator==(const RetryOutcome &, const RetryOutcome &) = default;
+};

@@ -1,0 +1,255 @@
+// The refresh cycle: load every enabled account at once, merge into the feed, persist.
+#include "RevenueEngine.h"
+
+#include <QCoroSignal>
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using LoadResult = Result<StripeLoad, QString>;
+
+// Collects the per-account results in the order the loads finish and wakes the cycle
+// after each one.
+class LoadCollector : public QObject
+{
+    Q_OBJECT
+public:
+    QList<std::pair<QUuid, LoadResult>> finished;
+    void add(QUuid id, LoadResult result)
+    {
+        finished.append({id, std::move(result)});
+        Q_EMIT arrived();
+    }
+Q_SIGNALS:
+    void arrived();
+};
+
+QCoro::Task<> runLoad(QPointer<RevenueEngine> engine, Account account, Date since, CancellationToken token,
+                      std::shared_ptr<LoadCollector> collector)
+{
+    if (!engine) {
+        collector->add(account.id, StripeLoad{});
+        co_return;
+    }
+    if (account.provider == AccountProvider::Stripe) {
+        collector->add(account.id, co_await engine->loadFromStripe(account, since, token));
+        co_return;
+    }
+    auto events = co_await engine->loadFromPayPal(account, since, token);
+    if (events.ok())
+        collector->add(account.id, StripeLoad{std::move(events).value(), {RevenueKind::Recurring}});
+    else
+        collector->add(account.id, events.error());
+}
+
+} // namespace
+
+QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
+{
+    if (m_isLoading)
+        co_return;
+
+    QList<Account> enabled;
+    for (const Account &a : std::as_const(m_accounts))
+        if (a.enabled)
+            enabled.append(a);
+    if (enabled.isEmpty()) {
+        setFeed({});
+        m_env.storage.saveFeed(m_feed);
+        co_return;
+    }
+
+    const Date start = now();
+    const quint64 generation = ++m_cycleGeneration;
+    m_runningCycle = token;
+    assign(m_isLoading, true, &RevenueEngine::isLoadingChanged);
+    assign(m_refreshStartTime, std::optional<Date>(start), &RevenueEngine::refreshStartTimeChanged);
+    assign(m_missingEventScopeAccounts, QSet<QUuid>(), &RevenueEngine::missingEventScopeAccountsChanged);
+    const Date todayStart = m_env.calendar.startOfDay(start);
+    const Date bootstrapStart = m_env.calendar.addingDays(todayStart, -bootstrapLookbackDays);
+
+    const int total = static_cast<int>(enabled.size());
+    assign(m_eventsRefreshTotal, total, &RevenueEngine::eventsRefreshTotalChanged);
+    assign(m_eventsRefreshDone, 0, &RevenueEngine::eventsRefreshDoneChanged);
+    assign(m_refreshProgress, std::optional<QString>(u"Fetching events · 0 of %1"_s.arg(total)),
+           &RevenueEngine::refreshProgressChanged);
+
+    auto collector = std::make_shared<LoadCollector>();
+    for (const Account &account : std::as_const(enabled)) {
+        Date since = bootstrapStart;
+        if (auto synced = m_syncState.constFind(account.id); synced != m_syncState.cend())
+            since = std::max(synced->addingSeconds(-incrementalOverlapSeconds), bootstrapStart);
+        runLoad(QPointer<RevenueEngine>(this), account, since, token, collector);
+    }
+
+    QPointer<RevenueEngine> self(this);
+    qsizetype reported = 0;
+    while (reported < total) {
+        if (collector->finished.size() == reported)
+            co_await qCoro(collector.get(), &LoadCollector::arrived);
+        if (!self)
+            co_return;
+        while (reported < collector->finished.size()) {
+            const QUuid id = collector->finished.at(reported).first;
+            ++reported;
+            if (generation != m_cycleGeneration)
+                continue; // cancelled and superseded: publish nothing more
+            assign(m_eventsRefreshDone, static_cast<int>(reported), &RevenueEngine::eventsRefreshDoneChanged);
+            assign(m_refreshProgress,
+                   std::optional<QString>(u"Events · %1 of %2 · finished %3"_s.arg(reported).arg(total).arg(accountName(id))),
+                   &RevenueEngine::refreshProgressChanged);
+        }
+        if (token.isCancelled())
+            break;
+    }
+
+    if (token.isCancelled()) {
+        closeCycle(start, generation);
+        co_return;
+    }
+
+    QList<PaymentEvent> newEvents;
+    QSet<RevenueKind> loadedKinds;
+    QHash<QUuid, Date> syncUpdates;
+    QStringList errorLines;
+    bool anySuccess = false;
+    for (const auto &[id, result] : std::as_const(collector->finished)) {
+        if (token.isCancelled()) {
+            closeCycle(start, generation);
+            co_return;
+        }
+        if (!result.ok()) {
+            errorLines.append(u"[%1] %2"_s.arg(accountName(id), result.error()));
+            continue;
+        }
+        newEvents.append(result.value().events);
+        loadedKinds.unite(result.value().loadedKinds);
+        syncUpdates.insert(id, now());
+        anySuccess = true;
+    }
+
+    if (!anySuccess) {
+        if (!token.isCancelled())
+            assign(m_lastError,
+                   std::optional<QString>(errorLines.isEmpty() ? u"Refresh failed (no accounts responded)"_s
+                                                               : errorLines.join(u" · "_s)),
+                   &RevenueEngine::lastErrorChanged);
+        closeCycle(start, generation);
+        co_return;
+    }
+
+    QSet<RevenueKind> unavailable(allRevenueKinds.begin(), allRevenueKinds.end());
+    unavailable.subtract(loadedKinds);
+    assign(m_unavailableKinds, unavailable, &RevenueEngine::unavailableKindsChanged);
+    if (token.isCancelled()) {
+        closeCycle(start, generation);
+        co_return;
+    }
+
+    setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon()));
+    m_env.storage.saveFeed(m_feed);
+
+    for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
+        m_syncState.insert(it.key(), it.value());
+    m_env.storage.saveSyncState(m_syncState);
+    notifyForNewEvents(newEvents);
+    updateAchievements();
+    if (!m_historicalGapFilled)
+        fillHistoricalGap();
+    assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
+    assign(m_lastError, errorLines.isEmpty() ? std::optional<QString>() : std::optional<QString>(errorLines.join(u" · "_s)),
+           &RevenueEngine::lastErrorChanged);
+    closeCycle(start, generation);
+}
+
+void RevenueEngine::closeCycle(Date start, quint64 generation)
+{
+    if (generation != m_cycleGeneration)
+        return; // a cancel already closed this cycle and a newer one may be running
+    m_runningCycle.reset();
+    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
+    assign(m_lastRefreshDuration, std::optional<double>(now().secondsSince(start)),
+           &RevenueEngine::lastRefreshDurationChanged);
+    assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
+    assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
+}
+
+Date RevenueEngine::retentionHorizon() const
+{
+    return m_env.calendar.addingDays(m_env.calendar.startOfDay(now()), -feedRetentionDays);
+}
+
+QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
+                                                 Date horizon)
+{
+    QHash<QString, qsizetype> indexById;
+    indexById.reserve(feed.size() + newEvents.size());
+    QList<PaymentEvent> merged;
+    merged.reserve(feed.size() + newEvents.size());
+    const auto put = [&](const PaymentEvent &event) {
+        auto it = indexById.find(event.id);
+        if (it != indexById.end()) {
+            merged[*it] = event; // a newly loaded event replaces the stored one
+        } else {
+            indexById.insert(event.id, merged.size());
+            merged.append(event);
+        }
+    };
+    for (const PaymentEvent &e : feed)
+        put(e);
+    for (const PaymentEvent &e : newEvents)
+        put(e);
+    merged.removeIf([&](const PaymentEvent &e) { return e.date < horizon; });
+    std::stable_sort(merged.begin(), merged.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
+    return merged;
+}
+
+void RevenueEngine::setFeed(QList<PaymentEvent> feed)
+{
+    m_feed = std::move(feed);
+    rebuildBucketsFromFeed();
+    Q_EMIT feedChanged();
+}
+
+void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)
+{
+    // The first hand-off of a process only learns what exists, so a fresh start with no
+    // stored feed does not announce the whole backlog.
+    if (!m_notifierInitialized) {
+        for (const PaymentEvent &e : events)
+            m_seenEventIds.insert(e.id);
+        m_notifierInitialized = true;
+        return;
+    }
+    const Date cutoff = now().addingSeconds(-600);
+    QList<PaymentEvent> fresh;
+    for (const PaymentEvent &e : events) {
+        if (m_seenEventIds.contains(e.id))
+            continue;
+        m_seenEventIds.insert(e.id);
+        if (m_preferences.showNotifications && e.date >= cutoff)
+            fresh.append(e);
+    }
+    if (!fresh.isEmpty())
+        Q_EMIT eventsToNotify(fresh);
+}
+
+void RevenueEngine::updateAchievements()
+{
+    // Milestones and best records are computed by the achievements feature.
+}
+
+void RevenueEngine::fillHistoricalGap()
+{
+    // The 31–90-day charge history is added by the historical gap fill.
+}
+
+QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken)
+{
+    // At-risk subscriptions are loaded by the at-risk feature.
+    co_return;
+}
+
+#include "Refresh.moc"

@@ -1,0 +1,214 @@
+#include "RevenueEngine.h"
+
+#include "model/CurrencyConverter.h"
+
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
+    : QObject(parent)
+    , m_env(std::move(environment))
+{
+    m_preferences = Preferences::defaults(now(), m_env.calendar);
+    m_unavailableKinds = QSet<RevenueKind>(allRevenueKinds.begin(), allRevenueKinds.end());
+    rebuildBucketsFromFeed();
+
+    // Anything that can move the running figure recomputes it; the label signal fires only
+    // when the text really changes.
+    const auto relabel = [this] {
+        const QString label = menubarLabel();
+        if (label != m_menubarLabel) {
+            m_menubarLabel = label;
+            Q_EMIT menubarLabelChanged();
+        }
+    };
+    connect(this, &RevenueEngine::dailyBucketsChanged, this, relabel);
+    connect(this, &RevenueEngine::preferencesChanged, this, relabel);
+    connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
+    connect(this, &RevenueEngine::feedChanged, this, relabel);
+
+    loadFromDisk();
+    m_menubarLabel = menubarLabel();
+    if (m_env.startLoops)
+        startAutoRefresh();
+}
+
+RevenueEngine::~RevenueEngine()
+{
+    // Wake every loop and in-flight cycle so none resumes on a dead engine.
+    for (auto *token : {&m_refreshTask, &m_atRiskTask, &m_currentRefreshTask, &m_runningCycle})
+        if (*token)
+            (*token)->cancel();
+}
+
+void RevenueEngine::loadFromDisk()
+{
+    const Storage &storage = m_env.storage;
+    storage.fileURL(); // creates the data folder on first launch
+    m_accounts = storage.loadAccounts();
+    if (auto preferences = storage.loadPreferences())
+        m_preferences = *preferences;
+    m_syncState = storage.loadSyncState();
+    if (auto achievements = storage.loadAchievements())
+        m_achievements = *achievements;
+
+    QList<PaymentEvent> stored = storage.loadFeed();
+    if (stored.isEmpty())
+        return;
+    std::stable_sort(stored.begin(), stored.end(),
+                     [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
+    m_feed = std::move(stored);
+    rebuildBucketsFromFeed();
+    for (const PaymentEvent &event : std::as_const(m_feed))
+        m_seenEventIds.insert(event.id);
+    // Events already on disk never produce a notification.
+    m_notifierInitialized = true;
+    for (const Date &synced : std::as_const(m_syncState))
+        if (!m_lastRefreshed || synced > *m_lastRefreshed)
+            m_lastRefreshed = synced;
+
+    // A stored feed covering less than 25 days was cut short (first run, long pause): load
+    // every account's whole bootstrap window again.
+    const Date horizon = m_env.calendar.addingDays(now(), -25);
+    if (m_feed.last().date > horizon && !m_accounts.isEmpty()) {
+        m_syncState.clear();
+        storage.saveSyncState(m_syncState);
+    }
+}
+
+QString RevenueEngine::menubarLabel() const
+{
+    if (m_preferences.privacyMode)
+        return CurrencyConverter::mask(m_preferences.dashboardCurrency);
+    const Totals t = totals(m_preferences.selectedRange);
+    return CurrencyConverter::formatCompact(t.newMRR + t.recurringMRR, m_preferences.dashboardCurrency);
+}
+
+void RevenueEngine::setPreferences(const Preferences &preferences)
+{
+    const bool changed = !(preferences == m_preferences);
+    m_preferences = preferences;
+    m_env.storage.savePreferences(m_preferences); // a failed write is ignored
+    if (changed)
+        Q_EMIT preferencesChanged();
+}
+
+void RevenueEngine::setSelectedAccountFilter(std::optional<QUuid> accountId)
+{
+    assign(m_selectedAccountFilter, accountId, &RevenueEngine::selectedAccountFilterChanged);
+}
+
+void RevenueEngine::saveAccounts()
+{
+    m_env.storage.saveAccounts(m_accounts);
+}
+
+void RevenueEngine::upsertAccount(const Account &account)
+{
+    auto it = std::find_if(m_accounts.begin(), m_accounts.end(), [&](const Account &a) { return a.id == account.id; });
+    if (it != m_accounts.end())
+        *it = account;
+    else
+        m_accounts.append(account);
+    saveAccounts();
+    Q_EMIT accountsChanged();
+}
+
+void RevenueEngine::removeAccount(const Account &account)
+{
+    const auto removed = m_accounts.removeIf([&](const Account &a) { return a.id == account.id; });
+    saveAccounts();
+    if (removed > 0)
+        Q_EMIT accountsChanged();
+}
+
+QString RevenueEngine::accountName(const QUuid &id) const
+{
+    for (const Account &a : m_accounts)
+        if (a.id == id)
+            return a.name;
+    return u"?"_s;
+}
+
+std::optional<QUrl> RevenueEngine::stripeURL(const Account &account, const QString &path)
+{
+    QString text = u"https://dashboard.stripe.com/"_s;
+    if (account.stripeAccountId && !account.stripeAccountId->isEmpty())
+        text += *account.stripeAccountId + u'/';
+    text += path;
+    QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid())
+        return std::nullopt;
+    return url;
+}
+
+// --- Loops -------------------------------------------------------------------------------
+
+void RevenueEngine::startAutoRefresh()
+{
+    if (m_refreshTask)
+        m_refreshTask->cancel();
+    m_refreshTask = CancellationToken();
+    autoRefreshLoop(*m_refreshTask);
+
+    if (m_atRiskTask)
+        m_atRiskTask->cancel();
+    m_atRiskTask = CancellationToken();
+    atRiskLoop(*m_atRiskTask);
+}
+
+QCoro::Task<> RevenueEngine::autoRefreshLoop(CancellationToken token)
+{
+    QPointer<RevenueEngine> self(this);
+    const std::shared_ptr<Clock> clock = m_env.clock;
+    while (!token.isCancelled()) {
+        if (self)
+            co_await self->refreshCycle(token);
+        if (token.isCancelled())
+            break;
+        const qint64 interval = self ? self->m_preferences.refreshSeconds : 60;
+        co_await clock->sleep(static_cast<double>(std::max<qint64>(interval, minimumRefreshSeconds)), token);
+    }
+}
+
+QCoro::Task<> RevenueEngine::atRiskLoop(CancellationToken token)
+{
+    QPointer<RevenueEngine> self(this);
+    const std::shared_ptr<Clock> clock = m_env.clock;
+    while (!token.isCancelled()) {
+        if (self)
+            co_await self->runAtRiskRefresh(token);
+        if (token.isCancelled())
+            break;
+        co_await clock->sleep(atRiskRefreshSeconds, token);
+    }
+}
+
+void RevenueEngine::triggerRefresh()
+{
+    if (m_currentRefreshTask)
+        m_currentRefreshTask->cancel();
+    m_currentRefreshTask = CancellationToken();
+    refreshCycle(*m_currentRefreshTask);
+}
+
+void RevenueEngine::cancelCurrentRefresh()
+{
+    if (m_currentRefreshTask)
+        m_currentRefreshTask->cancel();
+    if (m_refreshTask)
+        m_refreshTask->cancel();
+    if (m_runningCycle)
+        m_runningCycle->cancel();
+    ++m_cycleGeneration; // the cancelled cycle's closing step must not touch the next one
+    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
+    assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
+    assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
+    startAutoRefresh();
+}
+
+QCoro::Task<> RevenueEngine::refresh()
+{
+    co_await refreshCycle(CancellationToken());
+}

@@ -1,0 +1,238 @@
+#pragma once
+
+#include "engine/EngineTypes.h"
+#include "model/Account.h"
+#include "model/Achievement.h"
+#include "model/AtRiskSub.h"
+#include "model/DailyBucket.h"
+#include "model/PaymentEvent.h"
+#include "model/Preferences.h"
+#include "storage/Storage.h"
+#include "util/Cancellation.h"
+#include "util/Clock.h"
+#include "util/Result.h"
+#include "util/TimeContext.h"
+
+#include <QCoroTask>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <memory>
+
+// Everything the engine needs from the outside world. Tests pass a temporary data folder,
+// a virtual clock, a fixed time zone and loopback provider endpoints.
+struct EngineEnvironment
+{
+    Storage storage = Storage(Storage::defaultFolder());
+    std::shared_ptr<Clock> clock = std::make_shared<SystemClock>();
+    TimeContext calendar;
+    ProviderEndpoints endpoints;
+    bool startLoops = true; // false: the owner calls startAutoRefresh() itself
+};
+
+// The one long-lived object: owns accounts, preferences, the feed and everything derived
+// from it, runs the refresh cycle and the background loops. Lives on the main thread.
+class RevenueEngine : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QList<Account> accounts READ accounts NOTIFY accountsChanged)
+    Q_PROPERTY(Preferences preferences READ preferences WRITE setPreferences NOTIFY preferencesChanged)
+    Q_PROPERTY(QList<DailyBucket> dailyBuckets READ dailyBuckets NOTIFY dailyBucketsChanged)
+    Q_PROPERTY(QList<PaymentEvent> feed READ feed NOTIFY feedChanged)
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
+    Q_PROPERTY(std::optional<QString> lastError READ lastError NOTIFY lastErrorChanged)
+    Q_PROPERTY(std::optional<Date> lastRefreshed READ lastRefreshed NOTIFY lastRefreshedChanged)
+    Q_PROPERTY(QSet<QUuid> missingEventScopeAccounts READ missingEventScopeAccounts NOTIFY missingEventScopeAccountsChanged)
+    Q_PROPERTY(std::optional<QUuid> selectedAccountFilter READ selectedAccountFilter WRITE setSelectedAccountFilter NOTIFY selectedAccountFilterChanged)
+    Q_PROPERTY(QList<AtRiskSub> atRiskSubs READ atRiskSubs NOTIFY atRiskSubsChanged)
+    Q_PROPERTY(AchievementsState achievements READ achievements NOTIFY achievementsChanged)
+    Q_PROPERTY(QSet<QString> retryingInvoiceIds READ retryingInvoiceIds NOTIFY retryingInvoiceIdsChanged)
+    Q_PROPERTY(QHash<QString, RetryOutcome> retryResults READ retryResults NOTIFY retryResultsChanged)
+    Q_PROPERTY(std::optional<double> lastRefreshDuration READ lastRefreshDuration NOTIFY lastRefreshDurationChanged)
+    Q_PROPERTY(std::optional<QString> refreshProgress READ refreshProgress NOTIFY refreshProgressChanged)
+    Q_PROPERTY(std::optional<Date> refreshStartTime READ refreshStartTime NOTIFY refreshStartTimeChanged)
+    Q_PROPERTY(int eventsRefreshDone READ eventsRefreshDone NOTIFY eventsRefreshDoneChanged)
+    Q_PROPERTY(int eventsRefreshTotal READ eventsRefreshTotal NOTIFY eventsRefreshTotalChanged)
+    Q_PROPERTY(QSet<RevenueKind> unavailableKinds READ unavailableKinds NOTIFY unavailableKindsChanged)
+    Q_PROPERTY(int atRiskRefreshDone READ atRiskRefreshDone NOTIFY atRiskRefreshDoneChanged)
+    Q_PROPERTY(int atRiskRefreshTotal READ atRiskRefreshTotal NOTIFY atRiskRefreshTotalChanged)
+    Q_PROPERTY(bool isLoadingAtRisk READ isLoadingAtRisk NOTIFY isLoadingAtRiskChanged)
+    Q_PROPERTY(bool isLoadingHistoricalGap READ isLoadingHistoricalGap NOTIFY isLoadingHistoricalGapChanged)
+    Q_PROPERTY(QString menubarLabel READ menubarLabel NOTIFY menubarLabelChanged)
+
+public:
+    static constexpr int bootstrapLookbackDays = 30;
+    static constexpr double incrementalOverlapSeconds = 300.0;
+    static constexpr int feedRetentionDays = 95;
+    static constexpr int historicalDeepLookbackDays = 90;
+    static constexpr int atRiskRefreshSeconds = 300;
+    static constexpr double retryMinInterval = 3.0;
+    static constexpr int minimumRefreshSeconds = 15;
+
+    explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
+    ~RevenueEngine() override;
+
+    // Published state.
+    const QList<Account> &accounts() const { return m_accounts; }
+    const Preferences &preferences() const { return m_preferences; }
+    const QList<DailyBucket> &dailyBuckets() const { return m_dailyBuckets; }
+    const QList<PaymentEvent> &feed() const { return m_feed; }
+    bool isLoading() const { return m_isLoading; }
+    const std::optional<QString> &lastError() const { return m_lastError; }
+    std::optional<Date> lastRefreshed() const { return m_lastRefreshed; }
+    const QSet<QUuid> &missingEventScopeAccounts() const { return m_missingEventScopeAccounts; }
+    std::optional<QUuid> selectedAccountFilter() const { return m_selectedAccountFilter; }
+    const QList<AtRiskSub> &atRiskSubs() const { return m_atRiskSubs; }
+    const AchievementsState &achievements() const { return m_achievements; }
+    const QSet<QString> &retryingInvoiceIds() const { return m_retryingInvoiceIds; }
+    const QHash<QString, RetryOutcome> &retryResults() const { return m_retryResults; }
+    std::optional<double> lastRefreshDuration() const { return m_lastRefreshDuration; }
+    const std::optional<QString> &refreshProgress() const { return m_refreshProgress; }
+    std::optional<Date> refreshStartTime() const { return m_refreshStartTime; }
+    int eventsRefreshDone() const { return m_eventsRefreshDone; }
+    int eventsRefreshTotal() const { return m_eventsRefreshTotal; }
+    const QSet<RevenueKind> &unavailableKinds() const { return m_unavailableKinds; }
+    int atRiskRefreshDone() const { return m_atRiskRefreshDone; }
+    int atRiskRefreshTotal() const { return m_atRiskRefreshTotal; }
+    bool isLoadingAtRisk() const { return m_isLoadingAtRisk; }
+    bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
+
+    // The running figure for the menu bar: new plus recurring of the selected range.
+    QString menubarLabel() const;
+
+    // Views write these directly; preferences are saved whole to "preferences.json".
+    void setPreferences(const Preferences &preferences);
+    void setSelectedAccountFilter(std::optional<QUuid> accountId);
+
+    // Accounts.
+    void upsertAccount(const Account &account);
+    void removeAccount(const Account &account);
+
+    // Refresh control.
+    void startAutoRefresh();
+    void triggerRefresh();
+    void cancelCurrentRefresh();
+    QCoro::Task<> refresh();
+
+    // Loading one account (the refresh cycle runs these for every enabled account).
+    QCoro::Task<Result<StripeLoad, QString>> loadFromStripe(Account account, Date since, CancellationToken token = {});
+    QCoro::Task<Result<QList<PaymentEvent>, QString>> loadFromPayPal(Account account, Date since,
+                                                                      CancellationToken token = {});
+
+    // Ranges, totals and buckets in the user's calendar.
+    Date startDate(TimeRange range) const;
+    Date endDate(TimeRange range) const;
+    Totals totals(TimeRange range) const;
+    QList<DailyBucket> buckets(TimeRange range) const;
+    QList<PaymentEvent> filteredFeed() const;
+    double revenueIn(Date start, Date end) const;
+    double todayRevenueUSD() const;
+    double thisWeekRevenueUSD() const;
+    double thisMonthRevenueUSD() const;
+    void rebuildBucketsFromFeed();
+
+    // Merges by id (a new event replaces a stored one), drops events before `horizon` and
+    // sorts newest first.
+    static QList<PaymentEvent> mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
+                                             Date horizon);
+
+    // The environment, for views that need "now", the calendar or the data folder.
+    Date now() const { return m_env.clock->now(); }
+    const TimeContext &calendar() const { return m_env.calendar; }
+    const Storage &storage() const { return m_env.storage; }
+    const ProviderEndpoints &endpoints() const { return m_env.endpoints; }
+
+    // The dashboard link of a Stripe object, under the account's own id when known.
+    static std::optional<QUrl> stripeURL(const Account &account, const QString &path);
+
+Q_SIGNALS:
+    void accountsChanged();
+    void preferencesChanged();
+    void dailyBucketsChanged();
+    void feedChanged();
+    void isLoadingChanged();
+    void lastErrorChanged();
+    void lastRefreshedChanged();
+    void missingEventScopeAccountsChanged();
+    void selectedAccountFilterChanged();
+    void atRiskSubsChanged();
+    void achievementsChanged();
+    void retryingInvoiceIdsChanged();
+    void retryResultsChanged();
+    void lastRefreshDurationChanged();
+    void refreshProgressChanged();
+    void refreshStartTimeChanged();
+    void eventsRefreshDoneChanged();
+    void eventsRefreshTotalChanged();
+    void unavailableKindsChanged();
+    void atRiskRefreshDoneChanged();
+    void atRiskRefreshTotalChanged();
+    void isLoadingAtRiskChanged();
+    void isLoadingHistoricalGapChanged();
+    void menubarLabelChanged();
+    // Events that passed the notification filter, for the notifier.
+    void eventsToNotify(const QList<PaymentEvent> &events);
+
+private:
+    template<typename T, typename Signal>
+    void assign(T &field, const T &value, Signal signal)
+    {
+        if (field == value)
+            return;
+        field = value;
+        Q_EMIT(this->*signal)();
+    }
+
+    void loadFromDisk();
+    void saveAccounts();
+    void setFeed(QList<PaymentEvent> feed);
+    void closeCycle(Date start, quint64 generation);
+    void notifyForNewEvents(const QList<PaymentEvent> &events);
+    void updateAchievements();
+    void fillHistoricalGap();
+    Date retentionHorizon() const;
+    QCoro::Task<> refreshCycle(CancellationToken token);
+    QCoro::Task<> runAtRiskRefresh(CancellationToken token);
+    QCoro::Task<> autoRefreshLoop(CancellationToken token);
+    QCoro::Task<> atRiskLoop(CancellationToken token);
+    QString accountName(const QUuid &id) const;
+
+    EngineEnvironment m_env;
+
+    QList<Account> m_accounts;
+    Preferences m_preferences;
+    QList<DailyBucket> m_dailyBuckets;
+    QList<PaymentEvent> m_feed;
+    bool m_isLoading = false;
+    std::optional<QString> m_lastError;
+    std::optional<Date> m_lastRefreshed;
+    QSet<QUuid> m_missingEventScopeAccounts;
+    std::optional<QUuid> m_selectedAccountFilter;
+    QList<AtRiskSub> m_atRiskSubs;
+    AchievementsState m_achievements;
+    QSet<QString> m_retryingInvoiceIds;
+    QHash<QString, RetryOutcome> m_retryResults;
+    std::optional<double> m_lastRefreshDuration;
+    std::optional<QString> m_refreshProgress;
+    std::optional<Date> m_refreshStartTime;
+    int m_eventsRefreshDone = 0;
+    int m_eventsRefreshTotal = 0;
+    QSet<RevenueKind> m_unavailableKinds;
+    int m_atRiskRefreshDone = 0;
+    int m_atRiskRefreshTotal = 0;
+    bool m_isLoadingAtRisk = false;
+    bool m_isLoadingHistoricalGap = false;
+
+    bool m_historicalGapFilled = false;
+    QSet<QString> m_seenEventIds;
+    bool m_notifierInitialized = false;
+    QHash<QUuid, Date> m_syncState;
+    std::optional<CancellationToken> m_refreshTask;
+    std::optional<CancellationToken> m_atRiskTask;
+    std::optional<CancellationToken> m_currentRefreshTask;
+    std::optional<Date> m_lastRetryAttemptAt;
+    // The cycle in progress; cancelCurrentRefresh() cancels it.
+    std::optional<CancellationToken> m_runningCycle;
+    quint64 m_cycleGeneration = 0;
+    QString m_menubarLabel;
+};
