@@ -1,0 +1,161 @@
+#include "EngineFixture.h"
+
+using namespace Qt::StringLiterals;
+
+class Buckets : public EngineFixture
+{
+protected:
+    RevenueEngine &withFeed(Date now, const QList<PaymentEvent> &feed)
+    {
+        clock->set(now);
+        EXPECT_TRUE(storage().saveFeed(feed));
+        return start();
+    }
+    static const DailyBucket *bucketOn(const QList<DailyBucket> &buckets, Date dayStart)
+    {
+        for (const DailyBucket &b : buckets)
+            if (b.date == dayStart)
+                return &b;
+        return nullptr;
+    }
+};
+
+TEST_F(Buckets, EmptyFeedGivesNinetyFiveZeroDaysAndZeroTotals)
+{
+    RevenueEngine &e = start();
+    ASSERT_EQ(e.dailyBuckets().size(), 95);
+    EXPECT_EQ(e.dailyBuckets().last().date, calendar.startOfDay(clock->now()));
+    for (TimeRange r : allCases<TimeRange>())
+        EXPECT_EQ(e.totals(r), Totals{}) << toRaw(r).toStdString();
+    EXPECT_TRUE(e.buckets(TimeRange::Custom).isEmpty());
+}
+
+TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
+{
+    struct Row
+    {
+        const char *name;
+        Date now;
+        Date dayStart;
+        double hoursLong;
+        QList<Date> inside;
+        Date nextDay;
+    };
+    const Row rows[] = {
+        // Berlin springs forward on 29 March 2026 and falls back on 25 October 2026.
+        {"23-hour day", local(2026, 3, 30), local(2026, 3, 29, 0), 23,
+         {local(2026, 3, 29, 0, 30), local(2026, 3, 29, 23, 30)}, local(2026, 3, 30, 0, 0, 1)},
+        {"25-hour day", local(2026, 10, 26), local(2026, 10, 25, 0), 25,
+         {local(2026, 10, 25, 0, 30), local(2026, 10, 25, 23, 30)}, local(2026, 10, 26, 0, 0, 1)},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        QList<PaymentEvent> feed;
+        for (qsizetype i = 0; i < row.inside.size(); ++i)
+            feed.append(event(u"in%1"_s.arg(i), row.inside[i], RevenueKind::Recurring, 10));
+        feed.append(event(u"next"_s, row.nextDay, RevenueKind::Recurring, 1));
+        RevenueEngine &e = withFeed(row.now, feed);
+        const DailyBucket *day = bucketOn(e.dailyBuckets(), row.dayStart);
+        ASSERT_NE(day, nullptr);
+        EXPECT_DOUBLE_EQ(day->recurringMRR, 20);
+        const qsizetype index = e.dailyBuckets().indexOf(*day);
+        EXPECT_DOUBLE_EQ(e.dailyBuckets()[index + 1].date.secondsSince(day->date), row.hoursLong * 3600);
+        EXPECT_DOUBLE_EQ(e.dailyBuckets()[index + 1].recurringMRR, 1);
+        engine.reset();
+    }
+}
+
+TEST_F(Buckets, KindsCountWhereTheyBelong)
+{
+    const Date now = local(2026, 3, 18, 15); // a Wednesday
+    RevenueEngine &e = withFeed(now, {
+        event(u"churn"_s, local(2026, 3, 18, 9), RevenueKind::Churn, 29),
+        event(u"fail"_s, local(2026, 3, 18, 10), RevenueKind::Failed, 40),
+        event(u"refund"_s, local(2026, 3, 18, 11), RevenueKind::Refund, 50),
+        event(u"new"_s, local(2026, 3, 18, 12), RevenueKind::New, 100),
+        event(u"lateUtc"_s, local(2026, 3, 17, 23, 30), RevenueKind::Recurring, 7),
+    });
+    const DailyBucket today = e.dailyBuckets().last();
+    EXPECT_EQ(today, (DailyBucket{local(2026, 3, 18, 0), 100, 0, 29}));
+    EXPECT_EQ(e.dailyBuckets()[93], (DailyBucket{local(2026, 3, 17, 0), 0, 7, 0})) << "23:30 local is the local day";
+    EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{100, 7, 29}));
+    EXPECT_DOUBLE_EQ(e.todayRevenueUSD(), 100);
+    EXPECT_DOUBLE_EQ(e.thisWeekRevenueUSD(), 107); // Monday 16 March onwards
+    EXPECT_DOUBLE_EQ(e.thisMonthRevenueUSD(), 107);
+}
+
+TEST_F(Buckets, RangeStartsAndTheCustomEnd)
+{
+    const Date now = local(2026, 3, 18, 15); // Wednesday
+    Preferences p = Preferences::defaults(now, calendar);
+    p.customRangeStart = local(2026, 3, 1, 17);
+    p.customRangeEnd = local(2026, 3, 3, 8);
+    clock->set(now);
+    ASSERT_TRUE(storage().savePreferences(p));
+    ASSERT_TRUE(storage().saveFeed({
+        event(u"a"_s, local(2026, 3, 1, 0, 0), RevenueKind::New, 1),
+        event(u"b"_s, local(2026, 3, 3, 23, 59, 59), RevenueKind::Recurring, 2),
+        event(u"c"_s, local(2026, 3, 4, 0, 0), RevenueKind::Recurring, 4),
+        event(u"d"_s, local(2026, 2, 28, 23, 59, 59), RevenueKind::Recurring, 8),
+        event(u"f"_s, local(2026, 3, 2, 9), RevenueKind::Failed, 16),
+    }));
+    RevenueEngine &e = start();
+    EXPECT_EQ(e.startDate(TimeRange::Mtd), local(2026, 3, 1, 0));
+    EXPECT_EQ(e.startDate(TimeRange::Last7Days), local(2026, 3, 11, 0)) << "the previous Wednesday";
+    EXPECT_EQ(e.startDate(TimeRange::Last30Days), local(2026, 2, 16, 0));
+    EXPECT_EQ(e.startDate(TimeRange::Last90Days), local(2025, 12, 18, 0));
+    EXPECT_EQ(e.startDate(TimeRange::Custom), local(2026, 3, 1, 0));
+    EXPECT_EQ(e.endDate(TimeRange::Custom), local(2026, 3, 3, 23, 59, 59));
+    EXPECT_EQ(e.totals(TimeRange::Custom), (Totals{1, 2, 0}));
+    const QList<DailyBucket> custom = e.buckets(TimeRange::Custom);
+    ASSERT_EQ(custom.size(), 3) << "only days with events, failed-only days included";
+    EXPECT_EQ(custom[0], (DailyBucket{local(2026, 3, 1, 0), 1, 0, 0}));
+    EXPECT_EQ(custom[1], (DailyBucket{local(2026, 3, 2, 0), 0, 0, 0}));
+    EXPECT_EQ(custom[2], (DailyBucket{local(2026, 3, 3, 0), 0, 2, 0}));
+    EXPECT_EQ(e.buckets(TimeRange::Last7Days).size(), 8) << "today plus seven whole days";
+}
+
+TEST_F(Buckets, AccountFilterUsesTheFeedBetweenStartAndNow)
+{
+    const QUuid mine = QUuid::createUuid();
+    const Date now = local(2026, 3, 18, 15);
+    RevenueEngine &e = withFeed(now, {
+        event(u"a"_s, local(2026, 3, 10), RevenueKind::New, 10, mine),
+        event(u"b"_s, local(2026, 3, 11), RevenueKind::New, 20),
+        event(u"c"_s, local(2026, 1, 10), RevenueKind::New, 40, mine),
+    });
+    e.setSelectedAccountFilter(mine);
+    EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{10, 0, 0}));
+    EXPECT_EQ(e.filteredFeed().size(), 2);
+    EXPECT_EQ(e.buckets(TimeRange::Last30Days).size(), 1);
+    e.setSelectedAccountFilter(std::nullopt);
+    EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{30, 0, 0}));
+}
+
+TEST_F(Buckets, RevenueInIncludesTheStartAndExcludesTheEnd)
+{
+    const Date at = local(2026, 3, 10, 10);
+    RevenueEngine &e = withFeed(local(2026, 3, 18), {event(u"a"_s, at, RevenueKind::New, 10)});
+    EXPECT_DOUBLE_EQ(e.revenueIn(at, at.addingSeconds(1)), 10);
+    EXPECT_DOUBLE_EQ(e.revenueIn(at.addingSeconds(-1), at), 0);
+}
+
+TEST(FeedMerge, ReplacesByIdKeepsTheRetentionBoundaryAndSortsNewestFirst)
+{
+    const Date horizon = Date::fromUnix(1'000'000);
+    auto ev = [](const char *id, double unix, double usd) {
+        PaymentEvent e;
+        e.id = QString::fromLatin1(id);
+        e.date = Date::fromUnix(unix);
+        e.usdAmount = usd;
+        return e;
+    };
+    const QList<PaymentEvent> merged = RevenueEngine::mergeIntoFeed(
+        {ev("keep", 1'000'000, 1), ev("dup", 1'000'500, 2), ev("gone", 999'999, 3)},
+        {ev("dup", 1'000'600, 20), ev("fresh", 1'000'100, 4), ev("dup", 1'000'700, 30)}, horizon);
+    ASSERT_EQ(merged.size(), 3);
+    EXPECT_EQ(merged[0].id, u"dup"_s);
+    EXPECT_DOUBLE_EQ(merged[0].usdAmount, 30) << "the last event with an id wins";
+    EXPECT_EQ(merged[1].id, u"fresh"_s);
+    EXPECT_EQ(merged[2].id, u"keep"_s) << "an event exactly at the horizon stays";
+}

@@ -1,0 +1,159 @@
+#include "EngineFixture.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+using EngineLifecycle = EngineFixture;
+
+TEST_F(EngineLifecycle, FirstLaunchStartsEmptyWithDefaults)
+{
+    RevenueEngine &e = start();
+    EXPECT_TRUE(QDir(dir.path()).exists());
+    EXPECT_TRUE(e.accounts().isEmpty());
+    EXPECT_EQ(e.preferences(), Preferences::defaults(clock->now(), calendar));
+    EXPECT_TRUE(e.feed().isEmpty());
+    EXPECT_EQ(e.dailyBuckets().size(), 95);
+    EXPECT_EQ(e.unavailableKinds().size(), 5);
+    EXPECT_FALSE(e.lastRefreshed().has_value());
+    EXPECT_EQ(e.menubarLabel(), u"$0"_s);
+}
+
+TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
+{
+    struct Row
+    {
+        const char *name;
+        int oldestDaysAgo;
+        bool withAccount;
+        bool syncKept;
+    };
+    const Row rows[] = {
+        {"short feed with an account resets", 10, true, false},
+        {"short feed without accounts keeps", 10, false, true},
+        {"long feed keeps", 26, true, true},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        QTemporaryDir fresh;
+        dir.swap(fresh);
+        const Storage s = storage();
+        const Date now = clock->now();
+        const Date synced = now.addingSeconds(-3600);
+        const QUuid accountId = QUuid::createUuid();
+        if (row.withAccount) {
+            Account a = stripeAccount(u"Main"_s);
+            a.id = accountId;
+            ASSERT_TRUE(s.saveAccounts({a}));
+        }
+        // Stored oldest first to prove start-up sorts newest first.
+        ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
+                                event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
+        ASSERT_TRUE(s.saveSyncState({{accountId, synced}}));
+
+        RevenueEngine &e = start();
+        ASSERT_EQ(e.feed().size(), 2);
+        EXPECT_EQ(e.feed().first().id, u"new"_s);
+        EXPECT_EQ(e.lastRefreshed(), std::optional<Date>(Date::fromUnix(std::floor(synced.unixSeconds()))));
+        EXPECT_EQ(s.loadSyncState().isEmpty(), !row.syncKept);
+        engine.reset();
+    }
+}
+
+TEST_F(EngineLifecycle, UpsertReplacesInPlaceOrAppendsAndRemoveDeletesEveryMatch)
+{
+    RevenueEngine &e = start();
+    const Account a = stripeAccount(u"A"_s), b = stripeAccount(u"B"_s), c = stripeAccount(u"C"_s);
+    for (const Account &x : {a, b, c})
+        e.upsertAccount(x);
+    Account renamed = c;
+    renamed.name = u"C2"_s;
+    e.upsertAccount(renamed);
+    ASSERT_EQ(e.accounts().size(), 3);
+    EXPECT_EQ(e.accounts()[2].name, u"C2"_s);
+    EXPECT_EQ(storage().loadAccounts(), e.accounts());
+
+    e.removeAccount(b);
+    EXPECT_EQ(storage().loadAccounts(), (QList<Account>{a, renamed}));
+}
+
+TEST_F(EngineLifecycle, PreferencesAreSavedWholeWithNumericDates)
+{
+    RevenueEngine &e = start();
+    Preferences p = e.preferences();
+    p.privacyMode = true;
+    p.dashboardCurrency = u"GBP"_s;
+    e.setPreferences(p);
+    const QJsonObject saved = QJsonDocument::fromJson(readFile(storage().pathOf(Storage::preferencesFile))).object();
+    EXPECT_TRUE(saved.value("privacyMode"_L1).toBool());
+    EXPECT_TRUE(saved.value("customRangeStart"_L1).isDouble());
+    EXPECT_EQ(storage().loadPreferences(), std::optional<Preferences>(p));
+    EXPECT_EQ(e.menubarLabel(), u"£••••"_s);
+}
+
+TEST_F(EngineLifecycle, LabelShowsNewPlusRecurringOfTheRangeForTheFilteredAccount)
+{
+    const QUuid other = QUuid::createUuid();
+    const Date now = clock->now();
+    ASSERT_TRUE(storage().saveFeed({
+        event(u"a"_s, now.addingSeconds(-60), RevenueKind::New, 1000),
+        event(u"b"_s, now.addingSeconds(-120), RevenueKind::Recurring, 234),
+        event(u"c"_s, now.addingSeconds(-180), RevenueKind::Churn, 500),
+        event(u"d"_s, now.addingSeconds(-240), RevenueKind::Refund, 50),
+        event(u"e"_s, now.addingSeconds(-300), RevenueKind::Recurring, 20000, other),
+    }));
+    RevenueEngine &e = start();
+    EXPECT_EQ(e.menubarLabel(), u"$21.2K"_s);
+    int changes = 0;
+    QObject::connect(&e, &RevenueEngine::menubarLabelChanged, [&] { ++changes; });
+    e.setSelectedAccountFilter(other);
+    EXPECT_EQ(e.menubarLabel(), u"$20.0K"_s);
+    EXPECT_EQ(changes, 1);
+}
+
+TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
+{
+    struct Row
+    {
+        qint64 refreshSeconds;
+        double expectedSleep;
+    };
+    for (const Row row : {Row{5, 15}, Row{15, 15}, Row{300, 300}}) {
+        SCOPED_TRACE(row.refreshSeconds);
+        auto fresh = std::make_shared<VirtualClock>();
+        clock = fresh;
+        Preferences p = Preferences::defaults(clock->now(), calendar);
+        p.refreshSeconds = row.refreshSeconds;
+        ASSERT_TRUE(storage().savePreferences(p));
+        start(true);
+        clock->advance(row.expectedSleep * 3 + 1);
+        // Auto-refresh and at-risk loops both sleep; pick the refresh loop's sleeps.
+        QList<double> refreshSleeps;
+        for (double s : clock->requestedSleeps())
+            if (s != RevenueEngine::atRiskRefreshSeconds || row.expectedSleep == 300)
+                refreshSleeps.append(s);
+        ASSERT_GE(refreshSleeps.size(), 3);
+        for (double s : refreshSleeps.mid(0, 3))
+            EXPECT_EQ(s, row.expectedSleep);
+        engine.reset();
+        EXPECT_EQ(clock->sleepingCount(), 0) << "destroying the engine wakes and ends both loops";
+    }
+}
+
+TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
+{
+    const Date now = clock->now();
+    Account disabled = stripeAccount(u"Off"_s);
+    disabled.enabled = false;
+    ASSERT_TRUE(storage().saveAccounts({disabled}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, now.addingSeconds(-60), RevenueKind::New, 10)}));
+    RevenueEngine &e = start();
+    bool everLoading = false;
+    QObject::connect(&e, &RevenueEngine::isLoadingChanged, [&] { everLoading |= e.isLoading(); });
+    QCoro::waitFor(e.refresh());
+    EXPECT_FALSE(everLoading);
+    EXPECT_TRUE(e.feed().isEmpty());
+    EXPECT_EQ(readFile(storage().pathOf(Storage::feedFile)), QByteArray("[]"));
+    EXPECT_FALSE(e.lastRefreshed().has_value());
+}
