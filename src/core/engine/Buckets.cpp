@@ -110,6 +110,7 @@ QList<PaymentEvent> RevenueEngine::filteredFeed() const
     if (!m_selectedAccountFilter)
         return m_feed;
     QList<PaymentEvent> out;
+    out.reserve(m_feed.size());
     for (const PaymentEvent &e : m_feed)
         if (e.accountId == *m_selectedAccountFilter)
             out.append(e);
