@@ -117,6 +117,16 @@ QList<PaymentEvent> RevenueEngine::filteredFeed() const
     return out;
 }
 
+QList<qsizetype> RevenueEngine::filteredFeedIndices() const
+{
+    QList<qsizetype> out;
+    out.reserve(m_feed.size());
+    for (qsizetype i = 0; i < m_feed.size(); ++i)
+        if (!m_selectedAccountFilter || m_feed[i].accountId == *m_selectedAccountFilter)
+            out.append(i);
+    return out;
+}
+
 double RevenueEngine::revenueIn(Date start, Date end) const
 {
     double sum = 0;

@@ -125,6 +125,9 @@ public:
     Totals totals(TimeRange range) const;
     QList<DailyBucket> buckets(TimeRange range) const;
     QList<PaymentEvent> filteredFeed() const;
+    // Positions in feed() of the filtered feed: what list views use, since copying tens of
+    // thousands of events on every filter change is what would make the panel stutter.
+    QList<qsizetype> filteredFeedIndices() const;
     double revenueIn(Date start, Date end) const;
     double todayRevenueUSD() const;
     double thisWeekRevenueUSD() const;

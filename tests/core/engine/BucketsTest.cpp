@@ -127,6 +127,10 @@ TEST_F(Buckets, AccountFilterUsesTheFeedBetweenStartAndNow)
     e.setSelectedAccountFilter(mine);
     EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{10, 0, 0}));
     EXPECT_EQ(e.filteredFeed().size(), 2);
+    QList<PaymentEvent> byIndex;
+    for (qsizetype i : e.filteredFeedIndices())
+        byIndex.append(e.feed().at(i));
+    EXPECT_EQ(byIndex, e.filteredFeed());
     EXPECT_EQ(e.buckets(TimeRange::Last30Days).size(), 1);
     e.setSelectedAccountFilter(std::nullopt);
     EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{30, 0, 0}));
