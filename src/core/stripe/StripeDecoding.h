@@ -1,0 +1,31 @@
+#pragma once
+
+#include "StripeError.h"
+#include "model/JsonReader.h"
+#include "util/Result.h"
+
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+namespace StripeWire {
+
+// Decodes a whole response body into a wire record. Any failure, from unparsable text to a
+// missing required key, is a Decoding error whose text names the offset or the key path.
+template<typename T>
+Result<T, StripeError> decode(const QByteArray &body)
+{
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
+    if (parseError.error != QJsonParseError::NoError)
+        return StripeError::decoding(parseError.errorString() + QStringLiteral(" at offset ")
+                                     + QString::number(parseError.offset));
+    if (!document.isObject())
+        return StripeError::decoding(QStringLiteral("expected a JSON object at the top level"));
+    JsonReader reader(document.object());
+    T value = T::decode(reader);
+    if (reader.failed())
+        return StripeError::decoding(reader.error());
+    return value;
+}
+
+} // namespace StripeWire

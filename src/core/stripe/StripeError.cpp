@@ -1,0 +1,56 @@
+#include "StripeError.h"
+
+#include <QStringDecoder>
+
+using namespace Qt::StringLiterals;
+
+StripeError StripeError::http(int status, const QByteArray &body)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(body);
+    if (decoder.hasError())
+        text.clear();
+    return StripeError(Kind::Http, status, std::move(text));
+}
+
+StripeError StripeError::decoding(QString text)
+{
+    return StripeError(Kind::Decoding, 0, std::move(text));
+}
+
+StripeError StripeError::missingKey()
+{
+    return StripeError(Kind::MissingKey, 0, {});
+}
+
+StripeError StripeError::transport(QString networkText)
+{
+    return StripeError(Kind::Transport, 0, std::move(networkText));
+}
+
+StripeError StripeError::cancelled(QString networkText)
+{
+    return StripeError(Kind::Cancelled, 0, std::move(networkText));
+}
+
+StripeError StripeError::invalidRequest(QString text)
+{
+    return StripeError(Kind::InvalidRequest, 0, std::move(text));
+}
+
+QString StripeError::description() const
+{
+    switch (m_kind) {
+    case Kind::Http:
+        return u"Stripe HTTP "_s + QString::number(m_status) + u": "_s + m_text;
+    case Kind::Decoding:
+        return u"Stripe decode error: "_s + m_text;
+    case Kind::MissingKey:
+        return u"No Stripe API key configured"_s;
+    case Kind::Transport:
+    case Kind::Cancelled:
+    case Kind::InvalidRequest:
+        return m_text;
+    }
+    return m_text;
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "StripeJson.h"
+#include "StripePayments.h"
+#include "StripeSubscriptions.h"
+#include "util/Date.h"
+
+// Events as GET /v1/events lists them, the list pages of every list query, and the result
+// records the event queries build from them.
+
+template<typename T>
+struct EventData
+{
+    std::optional<T> object;
+    friend bool operator==(const EventData &, const EventData &) = default;
+};
+
+// One event carrying an object of type T. Only some event records require `type`.
+template<typename T, bool TypeRequired>
+struct StripeEventRecord
+{
+    QString id;
+    qint64 created = 0; // Unix seconds at which Stripe created the event
+    QString type;
+    std::optional<EventData<T>> data;
+
+    static StripeEventRecord decode(JsonReader &reader)
+    {
+        using namespace Qt::StringLiterals;
+        StripeEventRecord event;
+        event.id = reader.string("id"_L1);
+        event.created = reader.integer("created"_L1);
+        if constexpr (TypeRequired)
+            event.type = reader.string("type"_L1);
+        else
+            event.type = reader.optString("type"_L1).value_or(QString());
+        if (const auto data = reader.optObject("data"_L1)) {
+            JsonReader dataReader = reader.nested(*data, "data"_L1);
+            event.data = EventData<T>{StripeJson::optObjectOf<T>(dataReader, "object"_L1)};
+        }
+        return event;
+    }
+    friend bool operator==(const StripeEventRecord &, const StripeEventRecord &) = default;
+};
+
+using PaidInvoiceEvent = StripeEventRecord<RawInvoice, false>;
+using FailedRawEvent = StripeEventRecord<RawInvoice, true>;
+using RefundRawEvent = StripeEventRecord<RawCharge, true>;
+using SucceededChargeRawEvent = StripeEventRecord<RawCharge, false>;
+using RawEvent = StripeEventRecord<RawSubscription, true>;
+
+template<typename T>
+struct ListResponse
+{
+    QList<T> data;
+    bool has_more = false;
+
+    static ListResponse decode(JsonReader &reader)
+    {
+        using namespace Qt::StringLiterals;
+        ListResponse page;
+        page.data = StripeJson::arrayOf<T>(reader, "data"_L1);
+        page.has_more = reader.boolean("has_more"_L1);
+        return page;
+    }
+    friend bool operator==(const ListResponse &, const ListResponse &) = default;
+};
+
+using PaidInvoiceEventListResponse = ListResponse<PaidInvoiceEvent>;
+using FailedEventListResponse = ListResponse<FailedRawEvent>;
+using RefundEventListResponse = ListResponse<RefundRawEvent>;
+using SucceededChargeListResponse = ListResponse<SucceededChargeRawEvent>;
+using EventListResponse = ListResponse<RawEvent>;
+using ChargeListResponse = ListResponse<RawCharge>;
+using ExpandedSubscriptionListResponse = ListResponse<ExpandedSubscription>;
+using InvoicePaymentListResponse = ListResponse<RawInvoicePayment>;
+
+struct FailedPaymentEvent
+{
+    QString eventId;
+    Date failedAt; // the event's creation
+    RawInvoice invoice;
+    friend bool operator==(const FailedPaymentEvent &, const FailedPaymentEvent &) = default;
+};
+
+struct RefundEvent
+{
+    QString eventId;
+    Date refundedAt;
+    RawCharge charge;
+    friend bool operator==(const RefundEvent &, const RefundEvent &) = default;
+};
+
+struct SubscriptionCancellation
+{
+    QString eventId;
+    Date canceledAt; // the event's creation, not the subscription's canceled_at
+    RawSubscription subscription;
+    friend bool operator==(const SubscriptionCancellation &, const SubscriptionCancellation &) = default;
+};
+
+struct SucceededChargeEvent
+{
+    QString eventId;
+    Date succeededAt;
+    RawCharge charge;
+    friend bool operator==(const SucceededChargeEvent &, const SucceededChargeEvent &) = default;
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+// Every record the Stripe client decodes or returns.
+#include "StripeAccountInfo.h"
+#include "StripeEvents.h"
+#include "StripePayments.h"
+#include "StripeSubscriptions.h"

@@ -1,0 +1,429 @@
+// Decoding of the Stripe wire records in both API shapes, and their derived values.
+#include "stripe/StripeDecoding.h"
+#include "stripe/StripeRecords.h"
+#include "support/StripeBodies.h"
+
+#include <QJsonDocument>
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using StripeBodies::Shape;
+
+namespace {
+
+QByteArray bytes(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+template<typename T>
+T decodeOk(const QByteArray &body)
+{
+    auto result = StripeWire::decode<T>(body);
+    if (!result) {
+        ADD_FAILURE() << "decode failed: " << result.error().description().toStdString();
+        return T{};
+    }
+    return result.value();
+}
+
+const char *shapeName(Shape shape)
+{
+    return shape == Shape::Legacy ? "acacia shape" : "basil shape";
+}
+
+} // namespace
+
+TEST(StripeRecords, InvoiceOfEitherShapeGivesTheSameSubscriptionAndAmounts)
+{
+    StripeBodies::InvoiceSpec spec;
+    spec.id = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
+    spec.charge = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
+    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
+    spec.billingReason = u"subscription_create"_s;
+    for (Shape shape : {Shape::Legacy, Shape::Current}) {
+        SCOPED_TRACE(shapeName(shape));
+        const auto invoice = decodeOk<RawInvoice>(bytes(StripeBodies::invoice(spec, shape)));
+        EXPECT_EQ(invoice.id, spec.id);
+        EXPECT_EQ(invoice.amount_paid, 2000);
+        EXPECT_EQ(invoice.amount_due, 2000);
+        EXPECT_EQ(invoice.currency, u"usd"_s);
+        EXPECT_EQ(invoice.created, spec.created);
+        EXPECT_EQ(invoice.billing_reason, u"subscription_create"_s);
+        EXPECT_EQ(invoice.customer, spec.customer);
+        EXPECT_EQ(invoice.customer_email, spec.customerEmail);
+        EXPECT_EQ(invoice.subscription, spec.subscription);
+        EXPECT_EQ(invoice.status, u"paid"_s);
+        ASSERT_TRUE(invoice.lines.has_value());
+        ASSERT_EQ(invoice.lines->data.size(), 1);
+        EXPECT_EQ(invoice.lines->data[0].description, spec.lineDescription);
+        if (shape == Shape::Legacy) {
+            EXPECT_EQ(invoice.charge, spec.charge);
+            EXPECT_EQ(invoice.payment_intent, spec.paymentIntent);
+            EXPECT_EQ(invoice.paid, true);
+        } else {
+            // The basil invoice has no link to what paid it unless `payments` is included.
+            EXPECT_EQ(invoice.charge, std::nullopt);
+            EXPECT_EQ(invoice.payment_intent, std::nullopt);
+            EXPECT_EQ(invoice.paid, std::nullopt);
+        }
+    }
+}
+
+TEST(StripeRecords, NewShapeInvoiceTakesItsPaymentLinksFromThePaidPayment)
+{
+    // A top-level "subscription": null (as the basil fixture carries) must not hide the
+    // parent's subscription; the failed attempt listed first must not win over the paid one.
+    const QByteArray body = R"({
+      "id": "in_1", "object": "invoice", "amount_paid": 9900, "amount_due": 9900, "currency": "gbp",
+      "created": 1795120000, "subscription": null, "status": "paid",
+      "parent": {"quote_details": null, "type": "subscription_details",
+                 "subscription_details": {"metadata": {}, "subscription": {"id": "sub_9", "object": "subscription"}}},
+      "payments": {"object": "list", "has_more": false, "data": [
+        {"id": "inpay_a", "status": "canceled", "payment": {"type": "payment_intent", "payment_intent": "pi_failed"}},
+        {"id": "inpay_b", "status": "paid", "payment": {"type": "payment_intent", "payment_intent": {"id": "pi_paid", "object": "payment_intent"}, "charge": "ch_paid"}}
+      ]}
+    })";
+    const auto invoice = decodeOk<RawInvoice>(body);
+    EXPECT_EQ(invoice.subscription, u"sub_9"_s);
+    EXPECT_EQ(invoice.payment_intent, u"pi_paid"_s);
+    EXPECT_EQ(invoice.charge, u"ch_paid"_s);
+    EXPECT_EQ(invoice.paid, std::nullopt);
+}
+
+TEST(StripeRecords, ChargeOfEitherShapeDecodesAlike)
+{
+    StripeBodies::ChargeSpec spec;
+    spec.id = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
+    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
+    spec.invoice = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
+    spec.amountRefunded = 1500;
+    for (Shape shape : {Shape::Legacy, Shape::Current}) {
+        SCOPED_TRACE(shapeName(shape));
+        const auto charge = decodeOk<RawCharge>(bytes(StripeBodies::charge(spec, shape)));
+        EXPECT_EQ(charge.id, spec.id);
+        EXPECT_EQ(charge.amount, 2000);
+        EXPECT_EQ(charge.amount_refunded, 1500);
+        EXPECT_EQ(charge.created, spec.created);
+        EXPECT_EQ(charge.status, u"succeeded"_s);
+        EXPECT_EQ(charge.paid, true);
+        EXPECT_EQ(charge.payment_intent, spec.paymentIntent);
+        ASSERT_TRUE(charge.billing_details.has_value());
+        EXPECT_EQ(charge.billing_details->email, spec.email);
+        EXPECT_EQ(charge.billing_details->name, spec.name);
+        EXPECT_EQ(charge.description, spec.description);
+        ASSERT_TRUE(charge.metadata.has_value());
+        EXPECT_TRUE(charge.metadata->isEmpty());
+        EXPECT_EQ(charge.invoice, shape == Shape::Legacy ? std::optional<QString>(spec.invoice) : std::nullopt);
+    }
+}
+
+TEST(StripeRecords, SubscriptionPeriodEndIsFoundInEitherShape)
+{
+    StripeBodies::SubscriptionSpec spec;
+    for (Shape shape : {Shape::Legacy, Shape::Current}) {
+        SCOPED_TRACE(shapeName(shape));
+        const QJsonObject object = StripeBodies::subscription(spec, shape);
+        const auto raw = decodeOk<RawSubscription>(bytes(object));
+        EXPECT_EQ(raw.id, spec.id);
+        EXPECT_EQ(raw.canceled_at, spec.canceledAt);
+        EXPECT_EQ(raw.current_period_end, spec.canceledAt + 86'400 * 30);
+        EXPECT_EQ(raw.customer, u"cus_QhXy1zA2bC3dE4"_s);
+        EXPECT_DOUBLE_EQ(raw.approximateMonthlyAmount(), 10.0);
+        const auto expanded = decodeOk<ExpandedSubscription>(bytes(object));
+        EXPECT_EQ(expanded.current_period_end, spec.canceledAt + 86'400 * 30);
+        EXPECT_EQ(expanded.planLabel(), spec.nickname);
+    }
+}
+
+TEST(StripeRecords, TopLevelPeriodEndWinsOverTheItems)
+{
+    const auto sub = decodeOk<RawSubscription>(R"({"id": "sub_1", "currency": "usd", "current_period_end": 100,
+        "items": {"data": [{"current_period_end": 200}, {"current_period_end": 300}]}})");
+    EXPECT_EQ(sub.current_period_end, 100);
+    const auto itemsOnly = decodeOk<ExpandedSubscription>(R"({"id": "sub_1", "currency": "usd",
+        "items": {"data": [{"current_period_end": 200}, {"current_period_end": 300}]}})");
+    EXPECT_EQ(itemsOnly.current_period_end, 200);
+}
+
+TEST(StripeRecords, ExpandableFieldsKeepTheIdWhetherStringOrObject)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray body;
+        std::optional<QString> invoice;
+        std::optional<QString> customer;
+        std::optional<QString> paymentIntent;
+    };
+    const Row rows[] = {
+        {"ids", R"({"id":"ch_1","currency":"usd","invoice":"in_1","customer":"cus_1","payment_intent":"pi_1"})", u"in_1"_s,
+         u"cus_1"_s, u"pi_1"_s},
+        {"objects",
+         R"({"id":"ch_1","currency":"usd","invoice":{"id":"in_1","object":"invoice","amount_paid":5},
+             "customer":{"id":"cus_1","object":"customer","email":"a@b.c"},"payment_intent":{"id":"pi_1","amount":5}})",
+         u"in_1"_s, u"cus_1"_s, u"pi_1"_s},
+        {"deleted customer stub", R"({"id":"ch_1","currency":"usd","customer":{"id":"cus_gone","object":"customer","deleted":true}})",
+         std::nullopt, u"cus_gone"_s, std::nullopt},
+        {"nulls", R"({"id":"ch_1","currency":"usd","invoice":null,"customer":null,"payment_intent":null})", std::nullopt,
+         std::nullopt, std::nullopt},
+        {"absent", R"({"id":"ch_1","currency":"usd"})", std::nullopt, std::nullopt, std::nullopt},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto charge = decodeOk<RawCharge>(row.body);
+        EXPECT_EQ(charge.invoice, row.invoice);
+        EXPECT_EQ(charge.customer, row.customer);
+        EXPECT_EQ(charge.payment_intent, row.paymentIntent);
+    }
+}
+
+TEST(StripeRecords, ExpandedSubscriptionCustomerAndInvoiceInEveryForm)
+{
+    // Modelled on a past-due listing: one customer expanded, one deleted, one left as an id.
+    const QByteArray body = R"({"object":"list","has_more":false,"data":[
+      {"id":"sub_a","status":"past_due","currency":"gbp","created":1730419200,"current_period_end":1797552000,
+       "customer":{"id":"cus_a","object":"customer","email":"ops@example.co.uk","name":"Northwind Ltd","discount":null},
+       "latest_invoice":{"id":"in_a","status":"open","amount_due":9900,"next_payment_attempt":1795305600,
+                         "lines":{"data":[],"has_more":true}},
+       "cancellation_details":{"comment":null,"feedback":null,"reason":null},
+       "items":{"data":[{"price":{"unit_amount":9900,"nickname":"Business","recurring":{"interval":"month","interval_count":1}}}]}},
+      {"id":"sub_b","status":"past_due","currency":"usd",
+       "customer":{"id":"cus_b","object":"customer","deleted":true},
+       "latest_invoice":{"id":"in_b","status":"open","amount_due":500,"next_payment_attempt":null},
+       "items":{"data":[{"price":{"unit_amount":500,"nickname":null,"recurring":{"interval":"week","interval_count":2}}}]}},
+      {"id":"sub_c","currency":"usd","customer":"cus_c","latest_invoice":"in_c","canceled_at":null,"ended_at":null}
+    ]})";
+    const auto page = decodeOk<ExpandedSubscriptionListResponse>(body);
+    ASSERT_EQ(page.data.size(), 3);
+    const auto &a = page.data[0];
+    EXPECT_EQ(a.customer, (ExpandedSubscription::SubCustomer{u"cus_a"_s, u"ops@example.co.uk"_s, u"Northwind Ltd"_s}));
+    EXPECT_EQ(a.latest_invoice, (ExpandedSubscription::LatestInvoice{u"in_a"_s, u"open"_s, 9900, 1795305600}));
+    ASSERT_TRUE(a.cancellation_details.has_value());
+    EXPECT_EQ(a.cancellation_details->reason, std::nullopt);
+    EXPECT_EQ(a.planLabel(), u"Business"_s);
+    EXPECT_DOUBLE_EQ(a.approximateMonthlyAmount(), 99.0);
+    const auto &b = page.data[1];
+    EXPECT_EQ(b.customer, (ExpandedSubscription::SubCustomer{u"cus_b"_s, std::nullopt, std::nullopt}));
+    EXPECT_EQ(b.latest_invoice->next_payment_attempt, std::nullopt);
+    EXPECT_EQ(b.planLabel(), u"Subscription"_s);
+    EXPECT_DOUBLE_EQ(b.approximateMonthlyAmount(), 10.0);
+    const auto &c = page.data[2];
+    EXPECT_EQ(c.customer, (ExpandedSubscription::SubCustomer{u"cus_c"_s, std::nullopt, std::nullopt}));
+    EXPECT_EQ(c.latest_invoice, (ExpandedSubscription::LatestInvoice{u"in_c"_s, std::nullopt, std::nullopt, std::nullopt}));
+    EXPECT_EQ(c.items, std::nullopt);
+    EXPECT_EQ(c.status, std::nullopt);
+}
+
+TEST(StripeRecords, NullAndAbsentOptionalsAreTheSame)
+{
+    const auto withNulls = decodeOk<RawInvoice>(R"({"id":"in_1","amount_paid":0,"currency":"usd","created":1,
+        "amount_due":null,"billing_reason":null,"customer_name":null,"customer_email":null,"charge":null,
+        "payment_intent":null,"subscription":null,"status":null,"paid":null,"lines":null,"parent":null,"payments":null})");
+    const auto absent = decodeOk<RawInvoice>(R"({"id":"in_1","amount_paid":0,"currency":"usd","created":1})");
+    EXPECT_EQ(withNulls, absent);
+    EXPECT_EQ(absent.amount_due, std::nullopt);
+    EXPECT_EQ(absent.lines, std::nullopt);
+}
+
+TEST(StripeRecords, IntegersAreSixtyFourBit)
+{
+    const auto invoice = decodeOk<RawInvoice>(R"({"id":"in_1","amount_paid":4000000000123,"amount_due":9007199254740000,
+        "currency":"idr","created":4102444800})");
+    EXPECT_EQ(invoice.amount_paid, 4'000'000'000'123LL);
+    EXPECT_EQ(invoice.amount_due, 9'007'199'254'740'000LL);
+    EXPECT_EQ(invoice.created, 4'102'444'800LL);
+}
+
+TEST(StripeRecords, DecodeFailuresNameTheKeyPath)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray body;
+        QString description;
+    };
+    const Row rows[] = {
+        {"list without has_more", R"({"object":"list","data":[]})", u"Stripe decode error: key not found: has_more"_s},
+        {"event without created", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded"},{"id":"evt_2","type":"charge.refunded"}],"has_more":false})",
+         u"Stripe decode error: key not found: data[1].created"_s},
+        {"amount as text", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","amount":"20.00"}}}],"has_more":false})",
+         u"Stripe decode error: data[0].data.object.amount: expected an integer"_s},
+        {"fractional amount", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","amount":20.5}}}],"has_more":false})",
+         u"Stripe decode error: data[0].data.object.amount: expected an integer"_s},
+        {"required currency null", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":null}}}],"has_more":false})",
+         u"Stripe decode error: data[0].data.object.currency: expected a string, found null"_s},
+        {"metadata value not text", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","metadata":{"plan":3}}}}],"has_more":false})",
+         u"Stripe decode error: data[0].data.object.metadata.plan: expected a string"_s},
+        {"expandable of wrong type", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","invoice":7}}}],"has_more":false})",
+         u"Stripe decode error: data[0].data.object.invoice: expected an id or an object"_s},
+        {"expanded object without id", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","invoice":{"object":"invoice"}}}}],"has_more":false})",
+         u"Stripe decode error: key not found: data[0].data.object.invoice.id"_s},
+        {"element not an object", R"({"data":[7],"has_more":false})", u"Stripe decode error: data[0]: expected an object"_s},
+        {"top level array", R"([1,2])", u"Stripe decode error: expected a JSON object at the top level"_s},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto result = StripeWire::decode<RefundEventListResponse>(row.body);
+        ASSERT_FALSE(result.ok());
+        EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
+        EXPECT_EQ(result.error().description(), row.description);
+    }
+    const auto notJson = StripeWire::decode<RefundEventListResponse>("<html>502 Bad Gateway</html>");
+    ASSERT_FALSE(notJson.ok());
+    EXPECT_TRUE(notJson.error().description().startsWith(u"Stripe decode error: "_s));
+    EXPECT_EQ(notJson.error().description(), u"Stripe decode error: illegal value at offset 1"_s);
+}
+
+TEST(StripeRecords, EventWithoutDataOrObjectDecodesEmpty)
+{
+    const auto page = decodeOk<EventListResponse>(R"({"has_more":false,"data":[
+        {"id":"evt_1","created":5,"type":"customer.subscription.deleted"},
+        {"id":"evt_2","created":6,"type":"customer.subscription.deleted","data":{}},
+        {"id":"evt_3","created":7,"type":"customer.subscription.deleted","data":{"object":null}}]})");
+    ASSERT_EQ(page.data.size(), 3);
+    EXPECT_EQ(page.data[0].data, std::nullopt);
+    ASSERT_TRUE(page.data[1].data.has_value());
+    EXPECT_EQ(page.data[1].data->object, std::nullopt);
+    EXPECT_EQ(page.data[2].data->object, std::nullopt);
+}
+
+namespace {
+
+RawSubscription::SubscriptionItem item(std::optional<qint64> amount, std::optional<QString> interval = std::nullopt,
+                                       std::optional<qint64> count = std::nullopt, bool withRecurring = true)
+{
+    RawSubscription::SubscriptionItem out;
+    out.price = RawSubscription::SubscriptionPrice{};
+    out.price->unit_amount = amount;
+    if (withRecurring)
+        out.price->recurring = RawSubscription::SubscriptionPrice::Recurring{std::move(interval), count};
+    return out;
+}
+
+} // namespace
+
+TEST(StripeRecords, ApproximateMonthlyAmount)
+{
+    using Items = RawSubscription::SubscriptionItems;
+    RawSubscription::SubscriptionItem noPrice;
+    struct Row
+    {
+        const char *name;
+        std::optional<Items> items;
+        QString currency;
+        double monthly;
+    };
+    const Row rows[] = {
+        {"12000 a year", Items{{item(12000, u"year"_s, 1)}}, u"usd"_s, 10.0},
+        {"1000 a year truncates to 83 cents", Items{{item(1000, u"year"_s, 1)}}, u"usd"_s, 0.83},
+        {"500 every 2 weeks", Items{{item(500, u"week"_s, 2)}}, u"usd"_s, 10.0},
+        {"100 a day", Items{{item(100, u"day"_s, 1)}}, u"usd"_s, 30.0},
+        {"999 every 3 months", Items{{item(999, u"month"_s, 3)}}, u"usd"_s, 3.33},
+        {"no recurring is monthly", Items{{item(1500, std::nullopt, std::nullopt, false)}}, u"usd"_s, 15.0},
+        {"interval without count", Items{{item(2400, u"year"_s, std::nullopt)}}, u"usd"_s, 2.0},
+        {"unknown interval counts as month", Items{{item(700, u"fortnight"_s, 1)}}, u"usd"_s, 7.0},
+        {"zero count", Items{{item(1200, u"year"_s, 0)}}, u"usd"_s, 12.0},
+        {"month plus year", Items{{item(1000, u"month"_s, 1), item(1200, u"year"_s, 1)}}, u"usd"_s, 11.0},
+        {"metered item adds nothing", Items{{item(1000, u"month"_s, 1), item(std::nullopt, u"month"_s, 1)}}, u"usd"_s, 10.0},
+        {"item without price", Items{{noPrice, item(300)}}, u"usd"_s, 3.0},
+        {"all metered", Items{{item(std::nullopt), item(std::nullopt)}}, u"usd"_s, 0.0},
+        {"no items", Items{}, u"usd"_s, 0.0},
+        {"items absent", std::nullopt, u"usd"_s, 0.0},
+        {"JPY is zero-decimal", Items{{item(5000, u"month"_s, 1)}}, u"jpy"_s, 5000.0},
+        {"JPY yearly", Items{{item(60000, u"year"_s, 1)}}, u"jpy"_s, 5000.0},
+        {"KRW upper-case code", Items{{item(9900)}}, u"KRW"_s, 9900.0},
+        {"EUR two-decimal", Items{{item(5000)}}, u"eur"_s, 50.0},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        RawSubscription raw;
+        raw.currency = row.currency;
+        raw.items = row.items;
+        EXPECT_DOUBLE_EQ(raw.approximateMonthlyAmount(), row.monthly);
+        ExpandedSubscription expanded;
+        expanded.currency = row.currency;
+        expanded.items = row.items;
+        EXPECT_DOUBLE_EQ(expanded.approximateMonthlyAmount(), row.monthly);
+    }
+}
+
+TEST(StripeRecords, MonthlyAmountSaturatesInsteadOfOverflowing)
+{
+    RawSubscription::SubscriptionItems items{{item(std::numeric_limits<qint64>::max() / 2, u"day"_s, 1),
+                                              item(std::numeric_limits<qint64>::max(), u"week"_s, 1)}};
+    EXPECT_EQ(monthlyMinorUnits(items), std::numeric_limits<qint64>::max());
+}
+
+TEST(StripeRecords, PlanLabel)
+{
+    auto withNicknames = [](QList<std::optional<QString>> nicknames, bool firstHasPrice = true) {
+        ExpandedSubscription sub;
+        sub.items = RawSubscription::SubscriptionItems{};
+        for (qsizetype i = 0; i < nicknames.size(); ++i) {
+            RawSubscription::SubscriptionItem it;
+            if (i > 0 || firstHasPrice)
+                it.price = RawSubscription::SubscriptionPrice{1000, std::nullopt, nicknames[i]};
+            sub.items->data.append(it);
+        }
+        return sub;
+    };
+    struct Row
+    {
+        const char *name;
+        ExpandedSubscription sub;
+        QString label;
+    };
+    const Row rows[] = {
+        {"first nickname", withNicknames({u"Pro"_s, u"Extra"_s}), u"Pro"_s},
+        {"empty first nickname, second set", withNicknames({u""_s, u"API calls"_s}), u"Subscription"_s},
+        {"null first nickname", withNicknames({std::nullopt, u"API calls"_s}), u"Subscription"_s},
+        {"first item without price", withNicknames({u"Pro"_s, u"Extra"_s}, false), u"Subscription"_s},
+        {"no items", withNicknames({}), u"Subscription"_s},
+        {"items absent", ExpandedSubscription{}, u"Subscription"_s},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(row.sub.planLabel(), row.label);
+    }
+}
+
+TEST(StripeRecords, ResolvedDomain)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray body;
+        std::optional<QString> domain;
+    };
+    const Row rows[] = {
+        {"business url", R"({"id":"acct_1","business_profile":{"url":"https://www.example.com","support_url":"https://help.example.com/contact"}})",
+         u"www.example.com"_s},
+        {"url with path and port", R"({"business_profile":{"url":"https://shop.example.org:8443/store?x=1"}})", u"shop.example.org"_s},
+        {"url null, support url set", R"({"business_profile":{"url":null,"support_url":"https://example.dev/support"}})",
+         u"example.dev"_s},
+        {"url without host, support url set", R"({"business_profile":{"url":"example.com","support_url":"https://example.dev/support"}})",
+         u"example.dev"_s},
+        {"url that does not parse", R"({"business_profile":{"url":"http://exa mple.com","support_url":"https://help.example.net"}})",
+         u"help.example.net"_s},
+        {"neither", R"({"business_profile":{"url":null,"support_url":null,"name":null},"settings":{"dashboard":{"display_name":"Shop"}}})",
+         std::nullopt},
+        {"no business profile", R"({"id":"acct_1","display_name":"Shop"})", std::nullopt},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(decodeOk<StripeAccountInfo>(row.body).resolvedDomain(), row.domain);
+    }
+}
+
+TEST(StripeRecords, AccountInfoReadsDisplayNames)
+{
+    const auto info = decodeOk<StripeAccountInfo>(R"({"id":"acct_1Q9zXyB8AB12cdEF","object":"account","email":"me@example.dev",
+        "business_profile":{"name":"Example Software Inc.","mcc":"5734","url":null,"support_url":"https://example.dev/support"},
+        "settings":{"dashboard":{"display_name":"Side project","timezone":"America/New_York"}}})");
+    EXPECT_EQ(info.id, u"acct_1Q9zXyB8AB12cdEF"_s);
+    EXPECT_EQ(info.business_profile->name, u"Example Software Inc."_s);
+    EXPECT_EQ(info.display_name, std::nullopt);
+    ASSERT_TRUE(info.settings && info.settings->dashboard);
+    EXPECT_EQ(info.settings->dashboard->display_name, u"Side project"_s);
+}
