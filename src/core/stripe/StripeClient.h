@@ -1,0 +1,113 @@
+#pragma once
+
+#include "StripeError.h"
+#include "StripeRecords.h"
+#include "model/Account.h"
+#include "util/Cancellation.h"
+#include "util/Date.h"
+#include "util/Result.h"
+
+#include <QCoroTask>
+#include <QUrl>
+#include <array>
+
+// A Stripe decline or error code and the short sentence shown for it.
+struct DeclineSentence
+{
+    QLatin1StringView code;
+    QStringView sentence;
+};
+
+inline constexpr std::array<DeclineSentence, 22> stripeFriendlyDeclineMap{{
+    {QLatin1StringView("insufficient_funds"), u"Insufficient funds on card"},
+    {QLatin1StringView("card_declined"), u"Card was declined"},
+    {QLatin1StringView("expired_card"), u"Card expired"},
+    {QLatin1StringView("incorrect_cvc"), u"Wrong CVC"},
+    {QLatin1StringView("lost_card"), u"Card reported lost"},
+    {QLatin1StringView("stolen_card"), u"Card reported stolen"},
+    {QLatin1StringView("do_not_honor"), u"Issuer declined (do not honor)"},
+    {QLatin1StringView("fraudulent"), u"Stripe Radar flagged as fraudulent"},
+    {QLatin1StringView("processing_error"), u"Card processor error \u2014 try again later"},
+    {QLatin1StringView("try_again_later"), u"Issuer asked us to retry later"},
+    {QLatin1StringView("generic_decline"), u"Card declined (no reason given)"},
+    {QLatin1StringView("pickup_card"), u"Card flagged \u2014 must be picked up by issuer"},
+    {QLatin1StringView("currency_not_supported"), u"Card doesn't support this currency"},
+    {QLatin1StringView("incorrect_number"), u"Card number is wrong"},
+    {QLatin1StringView("invalid_account"), u"Card account is invalid"},
+    {QLatin1StringView("new_account_information_available"), u"Card details have changed \u2014 customer needs to update"},
+    {QLatin1StringView("withdrawal_count_limit_exceeded"), u"Customer's daily withdrawal limit reached"},
+    {QLatin1StringView("transaction_not_allowed"), u"Card doesn't allow this transaction"},
+    {QLatin1StringView("service_not_allowed"), u"Issuer doesn't allow this service"},
+    {QLatin1StringView("issuer_not_available"), u"Card issuer unreachable"},
+    {QLatin1StringView("duplicate_transaction"), u"Duplicate of a recent charge"},
+    {QLatin1StringView("authentication_required"), u"3DS authentication required (customer must approve)"},
+}};
+
+// The Stripe REST API for one account. A value: cheap to make per use and to copy; every
+// query copies what it needs before its first suspension, so the client may go away while
+// a query runs. Nothing is retried and nothing is logged here.
+class StripeClient
+{
+public:
+    template<typename T>
+    using Reply = QCoro::Task<Result<T, StripeError>>;
+
+    // Every request pins the newest API version whose objects still have the shape the wire
+    // records were written for (charge.invoice, invoice.charge/subscription/paid and a
+    // top-level current_period_end). Without the header Stripe answers in the account's
+    // default version, which changes when the owner upgrades the account. Events are the
+    // exception Stripe documents: they keep the version of their creation whatever a request
+    // pins, which is why the records decode the newer shape too.
+    static constexpr QLatin1StringView apiVersion{"2025-02-24.acacia"};
+    static constexpr int historicalChargePageCap = 50;
+
+    StripeClient(Account account, QUrl baseUrl);
+
+    const Account &account() const { return m_account; }
+    const QUrl &baseUrl() const { return m_baseUrl; }
+
+    // Invoices paid since `since`, with `created` set to when Stripe reported the payment.
+    Reply<QList<RawInvoice>> fetchPaidInvoices(Date since, CancellationToken token = {}) const;
+    Reply<QList<FailedPaymentEvent>> fetchFailedPayments(Date since, CancellationToken token = {}) const;
+    Reply<QList<RefundEvent>> fetchRefunds(Date since, CancellationToken token = {}) const;
+    // Charges that paid no invoice as far as the charge itself says: its `invoice` is absent
+    // or empty. New-shape charges never carry `invoice`, so subscription payments among them
+    // still need linking (fetchInvoiceIdForPaymentIntent) before they count as sales.
+    Reply<QList<SucceededChargeEvent>> fetchStandaloneCharges(Date since, CancellationToken token = {}) const;
+    Reply<QList<SubscriptionCancellation>> fetchSubscriptionCancellations(Date since, CancellationToken token = {}) const;
+    // Succeeded, paid charges in the window, at most 50 pages (5 000 charges).
+    Reply<QList<RawCharge>> fetchSucceededChargesHistorical(Date since, std::optional<Date> until,
+                                                            CancellationToken token = {}) const;
+    // Every subscription in `status`, with customer and latest invoice expanded.
+    Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
+    Reply<StripeAccountInfo> fetchAccountInfo(CancellationToken token = {}) const;
+    // Asks Stripe to pay the invoice now. True on success; a refusal is an Http error whose
+    // body parseHumanError words. Ids other than plain Stripe ids are refused unsent.
+    Reply<bool> retryInvoice(QString invoiceId, CancellationToken token = {}) const;
+
+    // The invoice a payment intent paid, or none when it paid no invoice. A charge rendered
+    // in the 2025-03-31.basil shape or later has no `invoice` key, and the invoice of that
+    // shape no `charge` or `payment_intent`; Stripe's invoice-payment records are the link
+    // that remains, and one request per charge finds it. Without it a subscription payment
+    // would count twice: as the paid invoice and as a stand-alone sale.
+    Reply<std::optional<QString>> fetchInvoiceIdForPaymentIntent(QString paymentIntentId,
+                                                                 CancellationToken token = {}) const;
+
+    // A short sentence for a Stripe error body, or none when it says nothing usable.
+    static std::optional<QString> parseHumanError(const QByteArray &body);
+    // Letters, digits and underscores only: what Stripe ids are made of, and safe in a path.
+    static bool isPlainStripeId(QStringView id);
+
+private:
+    using Query = QList<std::pair<QString, QString>>;
+
+    Reply<QByteArray> send(QByteArray verb, QString path, Query query, CancellationToken token,
+                           QByteArray apiVersionOverride = {}) const;
+    template<typename Page, typename Out, typename Keep>
+    Reply<QList<Out>> collectPages(QString path, Query query, int maxPages, CancellationToken token, Keep keep) const;
+    template<typename Event, typename Out, typename Make>
+    Reply<QList<Out>> collectEvents(QString type, Date since, CancellationToken token, Make make) const;
+
+    Account m_account;
+    QUrl m_baseUrl;
+};
