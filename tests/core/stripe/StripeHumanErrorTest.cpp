@@ -1,0 +1,99 @@
+// Stripe error bodies worded as short sentences.
+#include "stripe/StripeClient.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+TEST(StripeHumanError, DeclineMapHoldsTheTwentyTwoSentencesInOrder)
+{
+    const std::pair<const char *, QString> expected[] = {
+        {"insufficient_funds", u"Insufficient funds on card"_s},
+        {"card_declined", u"Card was declined"_s},
+        {"expired_card", u"Card expired"_s},
+        {"incorrect_cvc", u"Wrong CVC"_s},
+        {"lost_card", u"Card reported lost"_s},
+        {"stolen_card", u"Card reported stolen"_s},
+        {"do_not_honor", u"Issuer declined (do not honor)"_s},
+        {"fraudulent", u"Stripe Radar flagged as fraudulent"_s},
+        {"processing_error", u"Card processor error \u2014 try again later"_s},
+        {"try_again_later", u"Issuer asked us to retry later"_s},
+        {"generic_decline", u"Card declined (no reason given)"_s},
+        {"pickup_card", u"Card flagged \u2014 must be picked up by issuer"_s},
+        {"currency_not_supported", u"Card doesn't support this currency"_s},
+        {"incorrect_number", u"Card number is wrong"_s},
+        {"invalid_account", u"Card account is invalid"_s},
+        {"new_account_information_available", u"Card details have changed \u2014 customer needs to update"_s},
+        {"withdrawal_count_limit_exceeded", u"Customer's daily withdrawal limit reached"_s},
+        {"transaction_not_allowed", u"Card doesn't allow this transaction"_s},
+        {"service_not_allowed", u"Issuer doesn't allow this service"_s},
+        {"issuer_not_available", u"Card issuer unreachable"_s},
+        {"duplicate_transaction", u"Duplicate of a recent charge"_s},
+        {"authentication_required", u"3DS authentication required (customer must approve)"_s},
+    };
+    ASSERT_EQ(stripeFriendlyDeclineMap.size(), std::size(expected));
+    for (size_t i = 0; i < std::size(expected); ++i) {
+        SCOPED_TRACE(expected[i].first);
+        EXPECT_EQ(stripeFriendlyDeclineMap[i].code, QLatin1StringView(expected[i].first));
+        EXPECT_EQ(stripeFriendlyDeclineMap[i].sentence.toString(), expected[i].second);
+        // Every row is reachable through parseHumanError, as decline code and as code.
+        const QByteArray code = expected[i].first;
+        EXPECT_EQ(StripeClient::parseHumanError(R"({"error":{"decline_code":")" + code + R"(","message":"ignored"}})"),
+                  expected[i].second);
+        EXPECT_EQ(StripeClient::parseHumanError(R"({"error":{"code":")" + code + R"("}})"), expected[i].second);
+    }
+}
+
+TEST(StripeHumanError, ParseHumanErrorBranches)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray body;
+        std::optional<QString> sentence;
+    };
+    const Row rows[] = {
+        {"decline code wins over code and message",
+         R"({"error":{"advice_code":"try_again_later","charge":"ch_1","code":"card_declined","decline_code":"insufficient_funds",
+             "doc_url":"https://stripe.com/docs/error-codes/card-declined","message":"Your card has insufficient funds.",
+             "network_decline_code":"51","type":"card_error"}})",
+         u"Insufficient funds on card"_s},
+        {"code in the table", R"({"error":{"code":"expired_card","message":"Your card has expired."}})", u"Card expired"_s},
+        {"unknown decline code, known code is not consulted",
+         R"({"error":{"code":"card_declined","decline_code":"highest_risk_level","message":"Your card was declined."}})",
+         u"Your card was declined."_s},
+        {"unknown code with a message", R"({"error":{"code":"rate_limit","message":"Request rate limit exceeded."}})",
+         u"Request rate limit exceeded."_s},
+        {"unknown code, no message", R"({"error":{"charge":"ch_1","code":"card_velocity_exceeded","type":"card_error"}})",
+         u"Charge declined: card velocity exceeded"_s},
+        {"unknown code, empty message", R"({"error":{"code":"card_velocity_exceeded","message":""}})",
+         u"Charge declined: card velocity exceeded"_s},
+        {"message only", R"({"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})",
+         u"Invalid API Key provided: rk_test_***3dZx"_s},
+        {"nulls everywhere", R"({"error":{"code":null,"decline_code":null,"message":null}})", std::nullopt},
+        {"empty error", R"({"error":{}})", std::nullopt},
+        {"error null", R"({"error":null})", std::nullopt},
+        {"no error key", R"({"id":"in_1","status":"paid"})", std::nullopt},
+        {"error not an object", R"({"error":"card_declined"})", std::nullopt},
+        {"not JSON", "Bad Gateway", std::nullopt},
+        {"empty body", "", std::nullopt},
+        {"array", R"([{"error":{"code":"lost_card"}}])", std::nullopt},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(StripeClient::parseHumanError(row.body), row.sentence);
+    }
+}
+
+TEST(StripeHumanError, PlainStripeIds)
+{
+    const std::pair<QString, bool> rows[] = {
+        {u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s, true}, {u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s, true}, {u"X"_s, true},
+        {u""_s, false}, {u"in_1/pay"_s, false}, {u"in-1"_s, false}, {u"in.1"_s, false}, {u"in_\u0131"_s, false},
+        {u"in_1\n"_s, false},
+    };
+    for (const auto &[id, plain] : rows) {
+        SCOPED_TRACE(id.toStdString());
+        EXPECT_EQ(StripeClient::isPlainStripeId(id), plain);
+    }
+}

@@ -1,0 +1,309 @@
+// Paging, per-query filtering and the results built from events of both API shapes.
+#include "StripeClientFixture.h"
+
+using namespace Qt::StringLiterals;
+using StripeBodies::Shape;
+
+namespace {
+
+const Date since = Date::fromUnix(1'795'000'000);
+
+QJsonObject chargeObject(const QString &id, const QJsonObject &overrides = {}, const QStringList &removed = {})
+{
+    StripeBodies::ChargeSpec spec;
+    spec.id = id;
+    QJsonObject charge = StripeBodies::charge(spec, Shape::Legacy);
+    for (auto it = overrides.begin(); it != overrides.end(); ++it)
+        charge.insert(it.key(), it.value());
+    for (const QString &key : removed)
+        charge.remove(key);
+    return charge;
+}
+
+// Serves /v1/charges as `pages` full pages of 100 charges, chained by starting_after.
+FakeHttpServer::Handler chargePages(int pages)
+{
+    return [pages](const RecordedRequest &request) {
+        const QString after = startingAfter(request);
+        const int page = after.isEmpty() ? 0 : after.section(u'_', 1, 1).toInt() + 1;
+        QJsonArray data;
+        for (int i = 0; i < 100; ++i)
+            data.append(chargeObject(u"ch_%1_%2"_s.arg(page).arg(i)));
+        return FakeResponse::json(200, StripeBodies::page(data, page + 1 < pages, u"/v1/charges"_s));
+    };
+}
+
+} // namespace
+
+TEST_F(StripeClientTest, EventPagesAreFollowedWithTheLastIdAppendedLast)
+{
+    auto invoiceEvent = [](int n, Shape shape) {
+        StripeBodies::InvoiceSpec spec;
+        spec.id = u"in_%1"_s.arg(n);
+        spec.created = 1'795'000'000 + n;
+        return StripeBodies::event(u"evt_%1"_s.arg(n), u"invoice.payment_succeeded"_s, 1'795'100'000 + n,
+                                   StripeBodies::invoice(spec, shape), shape);
+    };
+    server.enqueue("GET", "/v1/events",
+                   FakeResponse::json(200, StripeBodies::page({invoiceEvent(1, Shape::Current), invoiceEvent(2, Shape::Legacy)}, true)));
+    server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page({invoiceEvent(3, Shape::Legacy)}, true)));
+    server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page({invoiceEvent(4, Shape::Current)}, false)));
+
+    const auto result = run(client().fetchPaidInvoices(since));
+    ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+    QStringList ids;
+    for (const RawInvoice &invoice : result.value()) {
+        ids.append(invoice.id);
+        // The moment of payment is the event's, not the invoice's creation.
+        EXPECT_EQ(invoice.created, 1'795'100'000 + invoice.id.mid(3).toInt());
+        EXPECT_EQ(invoice.subscription, u"sub_1SQaPaB7WZ01zgkWcU7mBq2R"_s);
+    }
+    EXPECT_EQ(ids, (QStringList{u"in_1"_s, u"in_2"_s, u"in_3"_s, u"in_4"_s}));
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 3);
+    EXPECT_EQ(requests[0].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000");
+    EXPECT_EQ(requests[1].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000&starting_after=evt_2");
+    EXPECT_EQ(requests[2].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000&starting_after=evt_3");
+}
+
+TEST_F(StripeClientTest, AnEmptyPageEndsPagingEvenWhenMoreIsClaimed)
+{
+    server.enqueue("GET", "/v1/subscriptions", FakeResponse::json(200, StripeBodies::page({}, true, u"/v1/subscriptions"_s)));
+    const auto result = run(client().fetchSubscriptionsByStatus(u"unpaid"_s));
+    ASSERT_TRUE(result.ok());
+    EXPECT_TRUE(result->isEmpty());
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(StripeClientTest, SubscriptionPagesChainBySubscriptionId)
+{
+    const QByteArray first = R"({"object":"list","has_more":true,"data":[
+        {"id":"sub_a","currency":"usd","status":"past_due","customer":"cus_a","latest_invoice":null},
+        {"id":"sub_b","currency":"usd","status":"past_due","customer":{"id":"cus_b","object":"customer","deleted":true}}]})";
+    const QByteArray second = R"({"object":"list","has_more":false,"data":[{"id":"sub_c","currency":"jpy","status":"past_due"}]})";
+    server.enqueue("GET", "/v1/subscriptions", FakeResponse::json(200, first));
+    server.enqueue("GET", "/v1/subscriptions", FakeResponse::json(200, second));
+    const auto result = run(client().fetchSubscriptionsByStatus(u"past_due"_s));
+    ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+    ASSERT_EQ(result->size(), 3);
+    EXPECT_EQ(result->at(1).customer->id, u"cus_b"_s);
+    ASSERT_EQ(server.requests().size(), 2);
+    EXPECT_EQ(startingAfter(server.requests()[1]), u"sub_b"_s);
+}
+
+TEST_F(StripeClientTest, HistoricalChargesStopAtFiftyPages)
+{
+    server.setHandler("GET", "/v1/charges", chargePages(60));
+    const auto result = run(client().fetchSucceededChargesHistorical(since, std::nullopt));
+    ASSERT_TRUE(result.ok());
+    EXPECT_EQ(result->size(), 5000);
+    EXPECT_EQ(server.requests().size(), 50);
+    EXPECT_EQ(result->last().id, u"ch_49_99"_s);
+    EXPECT_EQ(startingAfter(server.requests().last()), u"ch_48_99"_s);
+}
+
+TEST_F(StripeClientTest, HistoricalChargesEndWithTheLastPageBeforeTheCap)
+{
+    server.setHandler("GET", "/v1/charges", chargePages(3));
+    const auto result = run(client().fetchSucceededChargesHistorical(since, std::nullopt));
+    ASSERT_TRUE(result.ok());
+    EXPECT_EQ(result->size(), 300);
+    EXPECT_EQ(server.requests().size(), 3);
+}
+
+TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
+{
+    CancellationToken cancelledUpFront;
+    cancelledUpFront.cancel();
+    server.setHandler("GET", "/v1/charges", chargePages(10));
+    const auto none = run(client().fetchSucceededChargesHistorical(since, std::nullopt, cancelledUpFront));
+    ASSERT_FALSE(none.ok());
+    EXPECT_EQ(none.error().kind(), StripeError::Kind::Cancelled);
+    EXPECT_TRUE(server.requests().isEmpty());
+
+    // Cancelled while the second page is served: no third page is asked for, and the pages
+    // already read are not returned.
+    CancellationToken token;
+    const auto pages = chargePages(10);
+    server.setHandler("GET", "/v1/charges", [&](const RecordedRequest &request) {
+        if (!startingAfter(request).isEmpty())
+            token.cancel();
+        return pages(request);
+    });
+    const auto midway = run(client().fetchSucceededChargesHistorical(since, std::nullopt, token));
+    ASSERT_FALSE(midway.ok());
+    EXPECT_EQ(midway.error().kind(), StripeError::Kind::Cancelled);
+    EXPECT_EQ(midway.error().description(), u"Operation canceled"_s);
+    EXPECT_EQ(server.requests().size(), 2);
+}
+
+TEST_F(StripeClientTest, HistoricalChargesKeepOnlySucceededPaidOnes)
+{
+    struct Row
+    {
+        const char *name;
+        QJsonObject overrides;
+        QStringList removed;
+        bool kept;
+    };
+    const Row rows[] = {
+        {"succeeded and paid", {}, {}, true},
+        {"paid absent", {}, {u"paid"_s}, true},
+        {"paid null", {{u"paid"_s, QJsonValue::Null}}, {}, true},
+        {"paid false", {{u"paid"_s, false}}, {}, false},
+        {"status absent", {}, {u"status"_s}, false},
+        {"status null", {{u"status"_s, QJsonValue::Null}}, {}, false},
+        {"status failed", {{u"status"_s, u"failed"_s}, {u"paid"_s, false}}, {}, false},
+        {"status pending", {{u"status"_s, u"pending"_s}}, {}, false},
+    };
+    QJsonArray data;
+    QStringList expected;
+    for (const Row &row : rows) {
+        const QString id = u"ch_"_s + QString::fromLatin1(row.name).replace(u' ', u'_');
+        data.append(chargeObject(id, row.overrides, row.removed));
+        if (row.kept)
+            expected.append(id);
+    }
+    server.enqueue("GET", "/v1/charges", FakeResponse::json(200, StripeBodies::page(data, false, u"/v1/charges"_s)));
+    const auto result = run(client().fetchSucceededChargesHistorical(since, std::nullopt));
+    ASSERT_TRUE(result.ok());
+    QStringList kept;
+    for (const RawCharge &charge : result.value())
+        kept.append(charge.id);
+    EXPECT_EQ(kept, expected);
+}
+
+TEST_F(StripeClientTest, StandaloneChargesDropThoseThatPaidAnInvoice)
+{
+    auto chargeEvent = [](const QString &id, const QJsonObject &overrides, Shape shape = Shape::Legacy) {
+        StripeBodies::ChargeSpec spec;
+        spec.id = id;
+        spec.paymentIntent = u"pi_"_s + id.mid(3);
+        QJsonObject charge = StripeBodies::charge(spec, shape);
+        for (auto it = overrides.begin(); it != overrides.end(); ++it)
+            charge.insert(it.key(), it.value());
+        return StripeBodies::event(u"evt_"_s + id, u"charge.succeeded"_s, 1'795'123'647, charge, shape);
+    };
+    const QJsonArray data{
+        chargeEvent(u"ch_empty"_s, {{u"invoice"_s, u""_s}}),
+        chargeEvent(u"ch_paid_invoice"_s, {{u"invoice"_s, u"in_1"_s}}),
+        chargeEvent(u"ch_null"_s, {{u"invoice"_s, QJsonValue::Null}}),
+        chargeEvent(u"ch_expanded_invoice"_s, {{u"invoice"_s, QJsonObject{{u"id"_s, u"in_2"_s}, {u"object"_s, u"invoice"_s}}}}),
+        chargeEvent(u"ch_basil"_s, {}, Shape::Current),
+        QJsonObject{{u"id"_s, u"evt_no_data"_s}, {u"created"_s, 1'795'123'648}, {u"type"_s, u"charge.succeeded"_s}},
+    };
+    server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page(data, false)));
+    const auto result = run(client().fetchStandaloneCharges(since));
+    ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+    QStringList ids;
+    for (const SucceededChargeEvent &event : result.value()) {
+        ids.append(event.charge.id);
+        EXPECT_EQ(event.eventId, u"evt_"_s + event.charge.id);
+        EXPECT_EQ(event.succeededAt, Date::fromUnix(1'795'123'647));
+    }
+    // The basil charge has no invoice key at all; it stays for the engine to link through
+    // its payment intent.
+    EXPECT_EQ(ids, (QStringList{u"ch_empty"_s, u"ch_null"_s, u"ch_basil"_s}));
+    EXPECT_EQ(result->last().charge.payment_intent, u"pi_basil"_s);
+}
+
+TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
+{
+    StripeBodies::SubscriptionSpec sub;
+    sub.canceledAt = 1'795'000'000;
+    StripeBodies::InvoiceSpec failedInvoice;
+    failedInvoice.id = u"in_failed"_s;
+    failedInvoice.amountPaid = 0;
+    failedInvoice.amountDue = 9900;
+    failedInvoice.currency = u"gbp"_s;
+    StripeBodies::ChargeSpec refunded;
+    refunded.id = u"ch_refunded"_s;
+    refunded.amount = 4900;
+    refunded.amountRefunded = 1500;
+    server.setHandler("GET", "/v1/events", [&](const RecordedRequest &request) {
+        const QString type = request.queryItems().value(0).second;
+        QJsonArray data;
+        for (Shape shape : {Shape::Legacy, Shape::Current}) {
+            const QString n = shape == Shape::Legacy ? u"1"_s : u"2"_s;
+            const qint64 created = 1'795'200'000 + n.toInt();
+            if (type == u"customer.subscription.deleted")
+                data.append(StripeBodies::event(u"evt_del_"_s + n, type, created, StripeBodies::subscription(sub, shape), shape));
+            else if (type == u"invoice.payment_failed")
+                data.append(StripeBodies::event(u"evt_fail_"_s + n, type, created, StripeBodies::invoice(failedInvoice, shape), shape));
+            else
+                data.append(StripeBodies::event(u"evt_ref_"_s + n, type, created, StripeBodies::charge(refunded, shape), shape));
+        }
+        return FakeResponse::json(200, StripeBodies::page(data, false));
+    });
+
+    const auto cancellations = run(client().fetchSubscriptionCancellations(since));
+    ASSERT_TRUE(cancellations.ok());
+    ASSERT_EQ(cancellations->size(), 2);
+    for (int i = 0; i < 2; ++i) {
+        SCOPED_TRACE(i);
+        const SubscriptionCancellation &c = cancellations->at(i);
+        EXPECT_EQ(c.eventId, u"evt_del_%1"_s.arg(i + 1));
+        EXPECT_EQ(c.canceledAt, Date::fromUnix(1'795'200'001 + i)); // not the subscription's canceled_at
+        EXPECT_EQ(c.subscription.canceled_at, 1'795'000'000);
+        EXPECT_EQ(c.subscription.current_period_end, 1'795'000'000 + 86'400 * 30);
+        EXPECT_DOUBLE_EQ(c.subscription.approximateMonthlyAmount(), 10.0);
+    }
+    // Both shapes decode to the same prices; only the new one also has a period per item.
+    EXPECT_EQ(cancellations->at(0).subscription.items->data[0].price, cancellations->at(1).subscription.items->data[0].price);
+
+    const auto failed = run(client().fetchFailedPayments(since));
+    ASSERT_TRUE(failed.ok());
+    ASSERT_EQ(failed->size(), 2);
+    EXPECT_EQ(failed->at(0).eventId, u"evt_fail_1"_s);
+    EXPECT_EQ(failed->at(1).failedAt, Date::fromUnix(1'795'200'002));
+    EXPECT_EQ(failed->at(1).invoice.amount_due, 9900);
+    EXPECT_EQ(failed->at(1).invoice.subscription, failed->at(0).invoice.subscription);
+
+    const auto refunds = run(client().fetchRefunds(since));
+    ASSERT_TRUE(refunds.ok());
+    ASSERT_EQ(refunds->size(), 2);
+    EXPECT_EQ(refunds->at(0).refundedAt, Date::fromUnix(1'795'200'001));
+    EXPECT_EQ(refunds->at(1).charge.amount_refunded, 1500);
+    EXPECT_EQ(refunds->at(0).charge.amount_refunded, refunds->at(1).charge.amount_refunded);
+}
+
+TEST_F(StripeClientTest, AFailedPageFailsTheWholeQuery)
+{
+    StripeBodies::InvoiceSpec spec;
+    spec.id = u"in_1"_s;
+    const QJsonArray first{StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1, StripeBodies::invoice(spec, Shape::Legacy), Shape::Legacy)};
+    server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page(first, true)));
+    server.enqueue("GET", "/v1/events", FakeResponse::json(500, R"({"error":{"type":"api_error"}})"));
+    const auto result = run(client().fetchPaidInvoices(since));
+    ASSERT_FALSE(result.ok());
+    EXPECT_EQ(result.error().description(), uR"(Stripe HTTP 500: {"error":{"type":"api_error"}})"_s);
+    EXPECT_EQ(server.requests().size(), 2);
+}
+
+TEST_F(StripeClientTest, PaymentIntentLeadsToTheInvoiceItPaid)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray body;
+        std::optional<QString> invoice;
+    };
+    const Row rows[] = {
+        {"paid invoice",
+         R"({"object":"list","has_more":false,"url":"/v1/invoice_payments","data":[{"id":"inpay_1","object":"invoice_payment",
+             "amount_paid":2000,"amount_requested":2000,"currency":"usd","invoice":"in_1SQaPaB7WZ01zgkW5pWc8Xq1","is_default":true,
+             "livemode":false,"payment":{"type":"payment_intent","payment_intent":"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"},"status":"paid",
+             "status_transitions":{"canceled_at":null,"paid_at":1795123650}}]})",
+         u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s},
+        {"expanded invoice", R"({"has_more":false,"data":[{"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"payment_intent"}}]})",
+         u"in_2"_s},
+        {"no invoice", R"({"object":"list","has_more":false,"data":[]})", std::nullopt},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        server.setHandler("GET", "/v1/invoice_payments", [&row](const RecordedRequest &) { return FakeResponse::json(200, row.body); });
+        const auto result = run(client().fetchInvoiceIdForPaymentIntent(u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s));
+        ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+        EXPECT_EQ(result.value(), row.invoice);
+    }
+}
