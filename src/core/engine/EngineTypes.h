@@ -21,6 +21,9 @@ struct StripeLoad
 {
     QList<PaymentEvent> events;
     QSet<RevenueKind> loadedKinds;
+    // Ids of charges found to have paid an invoice: if an earlier cycle stored one of them
+    // as a sale before its invoice arrived, the merge drops it.
+    QSet<QString> supersededEventIds;
 };
 
 inline size_t qHash(RevenueKind kind, size_t seed = 0)

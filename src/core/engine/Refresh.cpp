@@ -114,6 +114,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     QSet<RevenueKind> loadedKinds;
     QHash<QUuid, Date> syncUpdates;
     QStringList errorLines;
+    QSet<QString> superseded;
     bool anySuccess = false;
     for (const auto &[id, result] : std::as_const(collector->finished)) {
         if (token.isCancelled()) {
@@ -125,6 +126,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
             continue;
         }
         newEvents.append(result.value().events);
+        superseded.unite(result.value().supersededEventIds);
         loadedKinds.unite(result.value().loadedKinds);
         syncUpdates.insert(id, now());
         anySuccess = true;
@@ -148,7 +150,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         co_return;
     }
 
-    setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon()));
+    setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon(), superseded));
     m_env.storage.saveFeed(m_feed);
 
     for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
@@ -169,11 +171,11 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
     if (generation != m_cycleGeneration)
         return; // a cancel already closed this cycle and a newer one may be running
     m_runningCycle.reset();
-    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
     assign(m_lastRefreshDuration, std::optional<double>(now().secondsSince(start)),
            &RevenueEngine::lastRefreshDurationChanged);
     assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
     assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
+    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
 }
 
 Date RevenueEngine::retentionHorizon() const
@@ -182,7 +184,7 @@ Date RevenueEngine::retentionHorizon() const
 }
 
 QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
-                                                 Date horizon)
+                                                 Date horizon, const QSet<QString> &superseded)
 {
     QHash<QString, qsizetype> indexById;
     indexById.reserve(feed.size() + newEvents.size());
@@ -201,7 +203,7 @@ QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed
         put(e);
     for (const PaymentEvent &e : newEvents)
         put(e);
-    merged.removeIf([&](const PaymentEvent &e) { return e.date < horizon; });
+    merged.removeIf([&](const PaymentEvent &e) { return e.date < horizon || superseded.contains(e.id); });
     std::stable_sort(merged.begin(), merged.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
     return merged;
 }

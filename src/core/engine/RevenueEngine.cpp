@@ -202,9 +202,10 @@ void RevenueEngine::cancelCurrentRefresh()
     if (m_runningCycle)
         m_runningCycle->cancel();
     ++m_cycleGeneration; // the cancelled cycle's closing step must not touch the next one
-    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
+    // Progress first, so whoever reacts to isLoading sees a consistent idle state.
     assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
     assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
+    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
     startAutoRefresh();
 }
 

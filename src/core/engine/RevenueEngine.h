@@ -8,6 +8,7 @@
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
 #include "storage/Storage.h"
+#include "stripe/StripeClient.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
@@ -68,6 +69,8 @@ public:
     static constexpr int atRiskRefreshSeconds = 300;
     static constexpr double retryMinInterval = 3.0;
     static constexpr int minimumRefreshSeconds = 15;
+    // Extra requests one Stripe load may spend linking charges to invoices.
+    static constexpr int maxInvoiceLinkLookups = 10;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
     ~RevenueEngine() override;
@@ -135,9 +138,9 @@ public:
     void rebuildBucketsFromFeed();
 
     // Merges by id (a new event replaces a stored one), drops events before `horizon` and
-    // sorts newest first.
+    // those `superseded`, and sorts newest first.
     static QList<PaymentEvent> mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
-                                             Date horizon);
+                                             Date horizon, const QSet<QString> &superseded = {});
 
     // The environment, for views that need "now", the calendar or the data folder.
     Date now() const { return m_env.clock->now(); }
@@ -199,6 +202,10 @@ private:
     QCoro::Task<> autoRefreshLoop(CancellationToken token);
     QCoro::Task<> atRiskLoop(CancellationToken token);
     QString accountName(const QUuid &id) const;
+    void markMissingEventScope(const QUuid &accountId);
+    void startIconCaching(const Account &account);
+    QCoro::Task<QSet<QString>> resolveInvoiceLinks(StripeClient client, QList<SucceededChargeEvent> charges,
+                                                   QSet<QString> alreadyPaying, CancellationToken token);
 
     EngineEnvironment m_env;
 
@@ -238,4 +245,6 @@ private:
     std::optional<CancellationToken> m_runningCycle;
     quint64 m_cycleGeneration = 0;
     QString m_menubarLabel;
+    // Payment intent → the invoice it paid (or none), learnt from Stripe for this process.
+    QHash<QString, std::optional<QString>> m_invoiceLinks;
 };

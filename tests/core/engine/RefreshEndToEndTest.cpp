@@ -1,0 +1,339 @@
+// Whole refresh cycles against loopback Stripe and PayPal servers: two Stripe accounts (one
+// failing) and one PayPal account, then an incremental second cycle.
+#include "EngineFixture.h"
+#include "support/FakeHttpServer.h"
+#include "support/StripeBodies.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+using namespace StripeBodies;
+
+namespace {
+
+// Answers GET /v1/events per account key and event type from scripted pages; every other
+// path gets an empty list.
+struct StripeScript
+{
+    QHash<QByteArray, QHash<QString, QJsonArray>> eventsByKeyAndType; // "Basic ..." → type → events
+    QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
+    QHash<QString, QString> invoiceByIntent;
+
+    static QByteArray authFor(const QString &key) { return "Basic " + (key + u':').toUtf8().toBase64(); }
+
+    void install(FakeHttpServer &server)
+    {
+        server.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
+            const QByteArray auth = r.header("Authorization");
+            if (failingKeys.contains(auth))
+                return FakeResponse::json(failingKeys.value(auth),
+                                          error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s));
+            QString type;
+            for (const auto &[k, v] : r.queryItems())
+                if (k == u"type"_s)
+                    type = v;
+            return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(type), false));
+        });
+        server.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &r) {
+            QString intent;
+            for (const auto &[k, v] : r.queryItems())
+                if (k == u"payment[payment_intent]"_s)
+                    intent = v;
+            QJsonArray data;
+            if (invoiceByIntent.contains(intent))
+                data.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + intent.mid(3))},
+                                        {"object"_L1, "invoice_payment"_L1},
+                                        {"invoice"_L1, invoiceByIntent.value(intent)},
+                                        {"status"_L1, "paid"_L1},
+                                        {"payment"_L1, QJsonObject{{"type"_L1, "payment_intent"_L1}, {"payment_intent"_L1, intent}}}});
+            return FakeResponse::json(200, page(data, false, u"/v1/invoice_payments"_s));
+        });
+    }
+};
+
+QByteArray paypalPage(const QJsonArray &rows)
+{
+    return QJsonDocument(QJsonObject{{"transaction_details"_L1, rows}, {"account_number"_L1, "XZXSPECYZZTGG"_L1},
+                                     {"page"_L1, 1}, {"total_items"_L1, rows.size()}, {"total_pages"_L1, 1}})
+        .toJson(QJsonDocument::Compact);
+}
+
+QJsonObject paypalRow(const QString &id, const QString &code, const QString &status, const QString &value,
+                      const QString &currency, const QString &date, const QString &subject)
+{
+    return QJsonObject{{"transaction_info"_L1,
+                        QJsonObject{{"transaction_id"_L1, id},
+                                    {"transaction_event_code"_L1, code},
+                                    {"transaction_initiation_date"_L1, date},
+                                    {"transaction_updated_date"_L1, date},
+                                    {"transaction_amount"_L1, QJsonObject{{"currency_code"_L1, currency}, {"value"_L1, value}}},
+                                    {"transaction_status"_L1, status},
+                                    {"transaction_subject"_L1, subject}}}};
+}
+
+} // namespace
+
+class RefreshEndToEnd : public EngineFixture
+{
+protected:
+    FakeHttpServer stripe;
+    FakeHttpServer paypal;
+    StripeScript script;
+
+    Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
+    Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
+    Account pp = [] {
+        Account a = Account::newAccount(AccountProvider::PayPal);
+        a.name = u"Shop"_s;
+        a.paypalClientId = u"AeA1QIZXiflr1"_s;
+        a.paypalSecret = u"ECYYrrSHdKfk"_s;
+        return a;
+    }();
+
+    void SetUp() override
+    {
+        // 2026-11-20 12:00 UTC; the events below happen on 19 and 20 November.
+        clock->set(Date::fromUnix(1'795'262'400));
+        script.install(stripe);
+        paypal.enqueue("POST", "/v1/oauth2/token",
+                       FakeResponse::json(200, R"({"scope":"https://uri.paypal.com/services/reporting/search/read",)"
+                                               R"("access_token":"A21AAFake","token_type":"Bearer","app_id":"APP-80W284485P519543T",)"
+                                               R"("expires_in":32400,"nonce":"2026-11-20T11:59:00Zabc"})"));
+        paypal.enqueue("GET", "/v1/reporting/transactions",
+                       FakeResponse::json(200, paypalPage({
+                           paypalRow(u"5TY05013RG002845M"_s, u"T0006"_s, u"S"_s, u"25.00"_s, u"EUR"_s,
+                                     u"2026-11-20T09:30:00+0000"_s, u"Team plan"_s),
+                           paypalRow(u"9PX12345AB678901C"_s, u"T0400"_s, u"S"_s, u"-100.00"_s, u"EUR"_s,
+                                     u"2026-11-20T09:40:00+0000"_s, u"Withdrawal"_s),
+                           paypalRow(u"1AB23456CD789012E"_s, u"T0006"_s, u"P"_s, u"40.00"_s, u"USD"_s,
+                                     u"2026-11-20T09:50:00+0000"_s, u"Pending"_s),
+                       })));
+        broken.name = u"Broken"_s;
+    }
+
+    EngineEnvironment env()
+    {
+        EngineEnvironment e = environment(false);
+        e.endpoints.stripeApi = stripe.baseUrl();
+        e.endpoints.paypalLive = paypal.baseUrl();
+        e.endpoints.paypalSandbox = paypal.baseUrl();
+        return e;
+    }
+
+    void addEvent(const Account &account, const QString &type, const QJsonObject &event)
+    {
+        script.eventsByKeyAndType[StripeScript::authFor(account.stripeRestrictedKey)][type].append(event);
+    }
+
+    static QMap<QString, const PaymentEvent *> byId(const QList<PaymentEvent> &feed)
+    {
+        QMap<QString, const PaymentEvent *> out;
+        for (const PaymentEvent &e : feed)
+            out.insert(e.id, &e);
+        return out;
+    }
+};
+
+TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCycle)
+{
+    // Legacy shape: a first invoice whose charge names it (the charge query drops it).
+    addEvent(main, u"invoice.payment_succeeded"_s,
+             StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1'795'160'000,
+                   invoice({.id = u"in_legacy"_s, .amountPaid = 2000, .created = 1'795'150'000,
+                            .billingReason = u"subscription_create"_s, .charge = u"ch_legacy"_s,
+                            .paymentIntent = u"pi_legacy"_s},
+                           Shape::Legacy),
+                   Shape::Legacy));
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_2"_s, u"charge.succeeded"_s, 1'795'159'990,
+                   charge({.id = u"ch_legacy"_s, .invoice = u"in_legacy"_s, .paymentIntent = u"pi_legacy"_s}, Shape::Legacy),
+                   Shape::Legacy));
+    // Current shape: a renewal and its charge, linked by nothing but customer, amount and time.
+    addEvent(main, u"invoice.payment_succeeded"_s,
+             StripeBodies::event(u"evt_3"_s, u"invoice.payment_succeeded"_s, 1'795'200'010,
+                   invoice({.id = u"in_current"_s, .amountPaid = 4900, .currency = u"eur"_s, .created = 1'795'199'000,
+                            .customer = u"cus_eu"_s},
+                           Shape::Current),
+                   Shape::Current));
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_4"_s, u"charge.succeeded"_s, 1'795'200'000,
+                   charge({.id = u"ch_current"_s, .amount = 4900, .currency = u"eur"_s, .created = 1'795'200'000,
+                           .customer = u"cus_eu"_s, .paymentIntent = u"pi_current"_s, .description = u"Subscription update"_s},
+                          Shape::Current),
+                   Shape::Current));
+    // A real one-off sale in the current shape: Stripe's invoice payments know no invoice for it.
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_5"_s, u"charge.succeeded"_s, 1'795'210'000,
+                   charge({.id = u"ch_sale"_s, .amount = 9900, .created = 1'795'210'000, .customer = u"cus_one"_s,
+                           .paymentIntent = u"pi_sale"_s, .description = u"Lifetime licence"_s},
+                          Shape::Current),
+                   Shape::Current));
+    // Yen are whole units: 5000 is ¥5000.
+    addEvent(main, u"invoice.payment_succeeded"_s,
+             StripeBodies::event(u"evt_6"_s, u"invoice.payment_succeeded"_s, 1'795'220'000,
+                   invoice({.id = u"in_yen"_s, .amountPaid = 5000, .currency = u"jpy"_s, .created = 1'795'220'000,
+                            .billingReason = u"manual"_s, .customerName = u"Kaito"_s, .subscription = {},
+                            .lineDescription = {}},
+                           Shape::Legacy),
+                   Shape::Legacy));
+    addEvent(main, u"customer.subscription.deleted"_s,
+             StripeBodies::event(u"evt_7"_s, u"customer.subscription.deleted"_s, 1'795'230'000, subscription({}, Shape::Current),
+                   Shape::Current));
+    addEvent(main, u"invoice.payment_failed"_s,
+             StripeBodies::event(u"evt_8"_s, u"invoice.payment_failed"_s, 1'795'240'000,
+                   invoice({.id = u"in_failed"_s, .amountPaid = 0, .created = 1'795'240'000, .amountDue = 1500},
+                           Shape::Current),
+                   Shape::Current));
+    script.failingKeys.insert(StripeScript::authFor(broken.stripeRestrictedKey), 401);
+
+    ASSERT_TRUE(storage().saveAccounts({main, broken, pp}));
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    QStringList progress;
+    QObject::connect(&e, &RevenueEngine::refreshProgressChanged, [&] {
+        if (e.refreshProgress())
+            progress.append(*e.refreshProgress());
+    });
+
+    QCoro::waitFor(e.refresh());
+
+    ASSERT_TRUE(stripe.unexpected().isEmpty());
+    const auto events = byId(e.feed());
+    EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
+                                          u"in_current"_s, u"in_legacy"_s, u"in_yen"_s}));
+    ASSERT_EQ(e.feed().size(), events.size()) << "every payment appears once";
+    struct Expect
+    {
+        const char *id;
+        RevenueKind kind;
+        double amount;
+        double usd;
+        const char *description;
+    };
+    const Expect expected[] = {
+        {"in_legacy", RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)"},
+        {"in_current", RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)"},
+        {"ch_sale", RevenueKind::New, 99, 99, "Lifetime licence"},
+        {"in_yen", RevenueKind::Recurring, 5000, 32, "Kaito"},
+        {"churn_evt_7", RevenueKind::Churn, 10, 10, "Canceled subscription"},
+        {"failed_evt_8", RevenueKind::Failed, 15, 15, "1 × Pro (at $20.00 / month)"},
+        {"5TY05013RG002845M", RevenueKind::Recurring, 25, 27, "Team plan"},
+    };
+    for (const Expect &x : expected) {
+        SCOPED_TRACE(x.id);
+        const PaymentEvent *ev = events.value(QString::fromLatin1(x.id));
+        ASSERT_NE(ev, nullptr);
+        EXPECT_EQ(ev->kind, x.kind);
+        EXPECT_DOUBLE_EQ(ev->amount, x.amount);
+        EXPECT_NEAR(ev->usdAmount, x.usd, 1e-9);
+        EXPECT_EQ(ev->description, QString::fromUtf8(x.description));
+    }
+    EXPECT_EQ(events.value(u"in_legacy"_s)->dashboardURL, QUrl(u"https://dashboard.stripe.com/payments/ch_legacy"_s));
+    EXPECT_EQ(events.value(u"in_current"_s)->dashboardURL, QUrl(u"https://dashboard.stripe.com/invoices/in_current"_s));
+    EXPECT_EQ(events.value(u"in_legacy"_s)->date, Date::fromUnix(1'795'160'000)) << "the time Stripe reported the payment";
+
+    EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Broken] Stripe HTTP 401: "_s
+                                                    + QString::fromUtf8(error(u"invalid_request_error"_s, {},
+                                                                              u"Invalid API Key provided: rk_test_****"_s))));
+    EXPECT_EQ(e.unavailableKinds(), QSet<RevenueKind>{RevenueKind::Refund}) << "refunds are off by default";
+    EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{20 + 99, 52.92 + 32 + 27, 10}));
+    EXPECT_EQ(e.menubarLabel(), u"$230"_s);
+    ASSERT_GE(progress.size(), 4);
+    EXPECT_EQ(progress.first(), u"Fetching events · 0 of 3"_s);
+    EXPECT_TRUE(progress.last().startsWith(u"Events · 3 of 3 · finished "_s));
+    EXPECT_FALSE(e.isLoading());
+    EXPECT_FALSE(e.refreshProgress().has_value());
+
+    const QHash<QUuid, Date> synced = storage().loadSyncState();
+    EXPECT_TRUE(synced.contains(main.id));
+    EXPECT_TRUE(synced.contains(pp.id));
+    EXPECT_FALSE(synced.contains(broken.id)) << "a failed account asks again from the same point";
+    EXPECT_EQ(storage().loadFeed(), e.feed());
+
+    // The one-off sale cost one lookup; the matched renewal none.
+    EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), 1);
+
+    // Second cycle a minute later: windows start 300 s before the last sync.
+    stripe.clearRecords();
+    clock->advance(60);
+    QCoro::waitFor(e.refresh());
+    const QByteArray expectedGte = QByteArray::number(static_cast<qint64>(1'795'262'400 - 300));
+    bool sawIncremental = false;
+    for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
+        if (r.header("Authorization") == StripeScript::authFor(main.stripeRestrictedKey)) {
+            EXPECT_TRUE(r.rawQuery.contains(QByteArray("created%5Bgte%5D=" + expectedGte)))
+                << r.rawQuery.toStdString();
+            sawIncremental = true;
+        }
+    EXPECT_TRUE(sawIncremental);
+    EXPECT_TRUE(stripe.requestsTo("/v1/invoice_payments").isEmpty()) << "links are remembered";
+    EXPECT_EQ(byId(e.feed()).keys(), events.keys());
+}
+
+TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoice)
+{
+    // First cycle: Stripe has reported the current-shape charge but not yet its invoice, and
+    // its invoice-payment link is not there yet either: it looks like a sale.
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'795'262'000,
+                   charge({.id = u"ch_race"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_r"_s,
+                           .paymentIntent = u"pi_race"_s},
+                          Shape::Current),
+                   Shape::Current));
+    ASSERT_TRUE(storage().saveAccounts({main}));
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    QCoro::waitFor(e.refresh());
+    ASSERT_EQ(byId(e.feed()).keys(), QStringList{u"ch_race"_s});
+
+    // Next cycle: the invoice event is there too.
+    addEvent(main, u"invoice.payment_succeeded"_s,
+             StripeBodies::event(u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'795'262'008,
+                   invoice({.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s},
+                           Shape::Current),
+                   Shape::Current));
+    clock->advance(60);
+    QCoro::waitFor(e.refresh());
+    EXPECT_EQ(byId(e.feed()).keys(), QStringList{u"in_race"_s}) << "the payment must not count twice";
+    EXPECT_DOUBLE_EQ(e.totals(TimeRange::Mtd).recurringMRR + e.totals(TimeRange::Mtd).newMRR, 20);
+}
+
+TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
+{
+    script.failingKeys.insert(StripeScript::authFor(main.stripeRestrictedKey), 500);
+    ASSERT_TRUE(storage().saveAccounts({main}));
+    ASSERT_TRUE(storage().saveFeed({event(u"kept"_s, clock->now().addingSeconds(-30 * 86400.0), RevenueKind::New, 5)}));
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    QCoro::waitFor(e.refresh());
+    ASSERT_TRUE(e.lastError().has_value());
+    EXPECT_TRUE(e.lastError()->startsWith(u"[Main] Stripe HTTP 500: "_s));
+    EXPECT_EQ(e.feed().size(), 1);
+    EXPECT_FALSE(e.lastRefreshed().has_value());
+    EXPECT_EQ(e.unavailableKinds().size(), 5);
+}
+
+TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops)
+{
+    stripe.setHandler("GET", "/v1/events", [](const RecordedRequest &) { return FakeResponse::hang(); });
+    ASSERT_TRUE(storage().saveAccounts({main}));
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    e.triggerRefresh();
+    ASSERT_TRUE(waitUntil([&] { return stripe.requests().size() >= 2; }));
+    ASSERT_TRUE(e.isLoading());
+    QList<bool> loading;
+    QObject::connect(&e, &RevenueEngine::isLoadingChanged, [&] {
+        loading.append(e.isLoading());
+        if (!e.isLoading()) {
+            EXPECT_FALSE(e.refreshProgress().has_value());
+            EXPECT_FALSE(e.refreshStartTime().has_value());
+        }
+    });
+    e.cancelCurrentRefresh();
+    // Cleared at once, then the restarted loop begins a fresh cycle straight away.
+    EXPECT_EQ(loading, (QList<bool>{false, true}));
+    EXPECT_TRUE(waitUntil([&] { return stripe.requests().size() >= 4; }));
+    VirtualClock::settle();
+    EXPECT_TRUE(e.isLoading()) << "the cancelled cycle's closing step must not end the new one";
+    EXPECT_FALSE(e.lastError().has_value());
+    EXPECT_TRUE(e.feed().isEmpty());
+    EXPECT_FALSE(storage().loadSyncState().contains(main.id));
+}
