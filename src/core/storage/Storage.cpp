@@ -98,15 +98,6 @@ std::optional<QList<T>> decodeList(const QJsonDocument &doc, DateForm form)
     return out;
 }
 
-template<typename T>
-QByteArray encodeList(const QList<T> &items, DateForm form)
-{
-    QJsonArray array;
-    for (const T &item : items)
-        array.append(toJson(item, form));
-    return QJsonDocument(array).toJson(QJsonDocument::Compact);
-}
-
 } // namespace
 
 QList<Account> Storage::loadAccounts() const
@@ -160,19 +151,6 @@ bool Storage::saveAchievements(const AchievementsState &state) const
 {
     return writeAtomically(achievementsFile,
                            QJsonDocument(toJson(state, DateForm::Iso8601)).toJson(QJsonDocument::Compact));
-}
-
-QByteArray encodeFeed(const QList<PaymentEvent> &feed)
-{
-    return encodeList(feed, DateForm::Iso8601);
-}
-
-std::optional<QList<PaymentEvent>> decodeFeed(const QByteArray &bytes)
-{
-    const auto doc = parse(bytes);
-    if (!doc)
-        return std::nullopt;
-    return decodeList<PaymentEvent>(*doc, DateForm::Iso8601);
 }
 
 QList<PaymentEvent> Storage::loadFeed() const

@@ -4,6 +4,7 @@
 #include "model/Achievement.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "storage/FeedCodec.h"
 
 #include <QHash>
 #include <QList>
@@ -50,7 +51,3 @@ private:
     void ensureFolder(const QString &path) const;
     QString m_folder;
 };
-
-// Shared by the feed file and its benchmark: a compact JSON array of events.
-QByteArray encodeFeed(const QList<PaymentEvent> &feed);
-std::optional<QList<PaymentEvent>> decodeFeed(const QByteArray &bytes);
