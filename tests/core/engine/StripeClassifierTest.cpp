@@ -1,0 +1,184 @@
+#include "engine/StripeClassifier.h"
+#include "support/StripeBodies.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using namespace StripeBodies;
+
+namespace {
+
+Account account(std::optional<QString> stripeAccountId = std::nullopt)
+{
+    Account a = Account::newAccount(AccountProvider::Stripe);
+    a.name = u"Main"_s;
+    a.stripeAccountId = stripeAccountId;
+    return a;
+}
+
+RawInvoice decodeInvoice(const QJsonObject &o)
+{
+    JsonReader r(o);
+    RawInvoice invoice = RawInvoice::decode(r);
+    EXPECT_FALSE(r.failed()) << r.error().toStdString();
+    return invoice;
+}
+
+RawCharge decodeCharge(const QJsonObject &o)
+{
+    JsonReader r(o);
+    RawCharge c = RawCharge::decode(r);
+    EXPECT_FALSE(r.failed()) << r.error().toStdString();
+    return c;
+}
+
+RawSubscription decodeSubscription(const QJsonObject &o)
+{
+    JsonReader r(o);
+    RawSubscription s = RawSubscription::decode(r);
+    EXPECT_FALSE(r.failed()) << r.error().toStdString();
+    return s;
+}
+
+} // namespace
+
+TEST(StripeClassifier, PaidInvoicesInBothShapes)
+{
+    struct Row
+    {
+        const char *name;
+        InvoiceSpec spec;
+        Shape shape;
+        RevenueKind kind;
+        double amount;
+        double usd;
+        const char *description;
+        const char *path;
+    };
+    const Row rows[] = {
+        {"first invoice", {.id = u"in_1"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy,
+         RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)", "payments/ch_1"},
+        {"renewal, current shape", {.id = u"in_2"_s, .amountPaid = 4900, .currency = u"eur"_s}, Shape::Current,
+         RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)", "invoices/in_2"},
+        {"proration", {.id = u"in_3"_s, .amountPaid = 733, .billingReason = u"subscription_update"_s,
+                       .lineDescription = u"Remaining time on Pro after 12 Nov 2026"_s},
+         Shape::Current, RevenueKind::Recurring, 7.33, 7.33, "Remaining time on Pro after 12 Nov 2026", "invoices/in_3"},
+        {"zero-amount trial start", {.id = u"in_4"_s, .amountPaid = 0, .billingReason = u"subscription_create"_s},
+         Shape::Legacy, RevenueKind::New, 0, 0, "1 × Pro (at $20.00 / month)", "invoices/in_4"},
+        {"manual yen invoice without a line description",
+         {.id = u"in_5"_s, .amountPaid = 5000, .currency = u"jpy"_s, .billingReason = u"manual"_s,
+          .customerName = {}, .lineDescription = {}},
+         Shape::Legacy, RevenueKind::Recurring, 5000, 32, "jenny.rosen@example.com", "invoices/in_5"},
+        {"unknown currency", {.id = u"in_6"_s, .amountPaid = 1000, .currency = u"huf"_s, .billingReason = {}}, Shape::Current,
+         RevenueKind::Recurring, 10, 0, "1 × Pro (at $20.00 / month)", "invoices/in_6"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decodeInvoice(invoice(row.spec, row.shape)), account());
+        EXPECT_EQ(e.id, row.spec.id);
+        EXPECT_EQ(e.kind, row.kind);
+        EXPECT_DOUBLE_EQ(e.amount, row.amount);
+        EXPECT_NEAR(e.usdAmount, row.usd, 1e-9);
+        EXPECT_EQ(e.currency, row.spec.currency);
+        EXPECT_EQ(e.description, QString::fromUtf8(row.description));
+        EXPECT_EQ(e.customerEmail, std::optional<QString>(row.spec.customerEmail));
+        EXPECT_EQ(e.dashboardURL, QUrl(u"https://dashboard.stripe.com/"_s + QString::fromLatin1(row.path)));
+        EXPECT_EQ(e.date, Date::fromUnix(row.spec.created));
+    }
+}
+
+TEST(StripeClassifier, ChargesRefundsFailuresAndCancellations)
+{
+    const Account acct = account(u"acct_1PgafTB7WZ01zgkW"_s);
+    const SucceededChargeEvent sale{u"evt_s"_s, Date::fromUnix(1'795'000'000),
+                                    decodeCharge(charge({.id = u"ch_s"_s, .amount = 1000, .currency = u"eur"_s,
+                                                         .description = {}, .email = u"a@b.io"_s, .name = u"Ana"_s},
+                                                        Shape::Current))};
+    const PaymentEvent saleEvent = StripeClassifier::fromStandaloneCharge(sale, acct);
+    EXPECT_EQ(saleEvent.id, u"ch_s"_s);
+    EXPECT_EQ(saleEvent.kind, RevenueKind::New);
+    EXPECT_DOUBLE_EQ(saleEvent.amount, 10);
+    EXPECT_DOUBLE_EQ(saleEvent.usdAmount, 10.8);
+    EXPECT_EQ(saleEvent.description, u"Ana"_s);
+    EXPECT_EQ(saleEvent.dashboardURL, QUrl(u"https://dashboard.stripe.com/acct_1PgafTB7WZ01zgkW/payments/ch_s"_s));
+
+    // A refund of an older charge is dated when Stripe reported the refund.
+    QJsonObject refunded = charge({.id = u"ch_old"_s, .amount = 4900, .amountRefunded = 1500, .currency = u"eur"_s,
+                                   .created = 1'790'000'000, .description = u"Subscription update"_s},
+                                  Shape::Legacy);
+    const RefundEvent refund{u"evt_r"_s, Date::fromUnix(1'795'035'700), decodeCharge(refunded)};
+    const PaymentEvent refundEvent = StripeClassifier::fromRefund(refund, acct);
+    EXPECT_EQ(refundEvent.id, u"refund_evt_r"_s);
+    EXPECT_EQ(refundEvent.kind, RevenueKind::Refund);
+    EXPECT_DOUBLE_EQ(refundEvent.amount, 15);
+    EXPECT_EQ(refundEvent.date, Date::fromUnix(1'795'035'700));
+    refunded.remove(u"amount_refunded"_s);
+    EXPECT_DOUBLE_EQ(StripeClassifier::fromRefund({u"evt_r2"_s, {}, decodeCharge(refunded)}, acct).amount, 0);
+
+    const FailedPaymentEvent failure{u"evt_f"_s, Date::fromUnix(1'795'040'000),
+                                     decodeInvoice(invoice({.id = u"in_f"_s, .amountPaid = 1500, .lineDescription = {},
+                                                            .amountDue = 0},
+                                                           Shape::Current))};
+    const PaymentEvent failed = StripeClassifier::fromFailedPayment(failure, acct);
+    EXPECT_EQ(failed.id, u"failed_evt_f"_s);
+    EXPECT_DOUBLE_EQ(failed.amount, 15) << "amount_due 0 falls back to amount_paid";
+    EXPECT_EQ(failed.description, u"Jenny Rosen"_s);
+
+    // Two items: 1000 a month and 1200 a year are worth 11.00 a month.
+    QJsonObject sub = subscription({.unitAmount = 1000, .interval = u"month"_s}, Shape::Legacy);
+    QJsonObject items = sub.value(u"items"_s).toObject();
+    QJsonArray data = items.value(u"data"_s).toArray();
+    QJsonObject second = data.first().toObject();
+    QJsonObject price = second.value(u"price"_s).toObject();
+    price.insert(u"unit_amount"_s, 1200);
+    price.insert(u"recurring"_s, QJsonObject{{u"interval"_s, u"year"_s}, {u"interval_count"_s, 1}});
+    second.insert(u"price"_s, price);
+    data.append(second);
+    items.insert(u"data"_s, data);
+    sub.insert(u"items"_s, items);
+    const SubscriptionCancellation cancellation{u"evt_c"_s, Date::fromUnix(1'795'100'100), decodeSubscription(sub)};
+    const PaymentEvent churn = StripeClassifier::fromCancellation(cancellation, acct);
+    EXPECT_EQ(churn.id, u"churn_evt_c"_s);
+    EXPECT_EQ(churn.kind, RevenueKind::Churn);
+    EXPECT_DOUBLE_EQ(churn.amount, 11);
+    EXPECT_EQ(churn.description, u"Canceled subscription"_s);
+    EXPECT_FALSE(churn.customerEmail.has_value());
+    EXPECT_EQ(churn.date, Date::fromUnix(1'795'100'100));
+}
+
+TEST(StripeClassifier, ChargesThatPaidAnInvoiceAreFoundInEitherShape)
+{
+    const QList<RawInvoice> invoices = {
+        decodeInvoice(invoice({.id = u"in_old"_s, .charge = u"ch_linked"_s, .paymentIntent = u"pi_linked"_s}, Shape::Legacy)),
+        decodeInvoice(invoice({.id = u"in_by_intent"_s, .paymentIntent = u"pi_intent"_s}, Shape::Legacy)),
+        decodeInvoice(invoice({.id = u"in_new"_s, .amountPaid = 4900, .created = 1'795'200'010, .customer = u"cus_a"_s},
+                              Shape::Current)),
+        decodeInvoice(invoice({.id = u"in_new2"_s, .amountPaid = 4900, .created = 1'795'200'020, .customer = u"cus_a"_s},
+                              Shape::Current)),
+    };
+    struct Row
+    {
+        const char *name;
+        ChargeSpec spec;
+        bool paysInvoice;
+    };
+    const Row rows[] = {
+        {"linked by the invoice's charge", {.id = u"ch_linked"_s}, true},
+        {"linked by payment intent", {.id = u"ch_intent"_s, .paymentIntent = u"pi_intent"_s}, true},
+        {"same customer, amount, currency, seconds apart",
+         {.id = u"ch_match"_s, .amount = 4900, .created = 1'795'200'000, .customer = u"cus_a"_s}, true},
+        {"a second charge pairs with the second invoice",
+         {.id = u"ch_match2"_s, .amount = 4900, .created = 1'795'200'001, .customer = u"cus_a"_s}, true},
+        {"no invoice is left for a third",
+         {.id = u"ch_match3"_s, .amount = 4900, .created = 1'795'200'002, .customer = u"cus_a"_s}, false},
+        {"other customer", {.id = u"ch_other"_s, .amount = 4900, .created = 1'795'200'000, .customer = u"cus_b"_s}, false},
+        {"other amount", {.id = u"ch_amount"_s, .amount = 4800, .created = 1'795'200'000, .customer = u"cus_a"_s}, false},
+        {"a day earlier", {.id = u"ch_early"_s, .amount = 4900, .created = 1'795'113'000, .customer = u"cus_a"_s}, false},
+    };
+    QList<SucceededChargeEvent> charges;
+    for (const Row &row : rows)
+        charges.append({u"evt_"_s + row.spec.id, Date::fromUnix(row.spec.created), decodeCharge(charge(row.spec, Shape::Current))});
+    const QSet<QString> paying = StripeClassifier::chargesPayingInvoices(charges, invoices);
+    for (const Row &row : rows)
+        EXPECT_EQ(paying.contains(row.spec.id), row.paysInvoice) << row.name;
+}
