@@ -1,5 +1,6 @@
 #pragma once
 
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -9,6 +10,8 @@ template<typename T, typename E>
 class [[nodiscard]] Result
 {
 public:
+    // An empty error; exists so results can travel through helpers such as QCoro::waitFor.
+    Result() requires std::is_default_constructible_v<E> : m_state(std::in_place_index<1>) {}
     Result(T value) : m_state(std::in_place_index<0>, std::move(value)) {}
     Result(E error) : m_state(std::in_place_index<1>, std::move(error)) {}
 

@@ -1,0 +1,158 @@
+// One Stripe account's load: which queries run, which kinds load, and how partial failures
+// are reported.
+#include "EngineFixture.h"
+#include "support/FakeHttpServer.h"
+#include "support/StripeBodies.h"
+
+using namespace Qt::StringLiterals;
+using namespace StripeBodies;
+
+class StripeLoadTest : public EngineFixture
+{
+protected:
+    FakeHttpServer stripe;
+    Account acct = stripeAccount(u"Main"_s);
+    QHash<QString, FakeResponse> byType; // event type → answer; missing types get an empty page
+
+    void SetUp() override
+    {
+        stripe.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
+            for (const auto &[k, v] : r.queryItems())
+                if (k == u"type"_s && byType.contains(v))
+                    return byType.value(v);
+            return FakeResponse::json(200, page({}, false));
+        });
+    }
+
+    RevenueEngine &engineWith(const Preferences &prefs)
+    {
+        EXPECT_TRUE(storage().savePreferences(prefs));
+        EngineEnvironment env = environment(false);
+        env.endpoints.stripeApi = stripe.baseUrl();
+        engine = std::make_unique<RevenueEngine>(env);
+        return *engine;
+    }
+
+    QStringList requestedTypes() const
+    {
+        QStringList types;
+        for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
+            for (const auto &[k, v] : r.queryItems())
+                if (k == u"type"_s)
+                    types.append(v);
+        types.sort();
+        return types;
+    }
+};
+
+TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
+{
+    const QJsonObject first = StripeBodies::event(
+        u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
+        invoice({.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy),
+        Shape::Legacy);
+    byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
+    struct Row
+    {
+        const char *name;
+        bool showNew, showFailed, showRefunds;
+        QStringList types;
+        QSet<RevenueKind> kinds;
+        qsizetype events;
+    };
+    const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
+    const Row rows[] = {
+        {"defaults", true, true, false, base + QStringList{u"invoice.payment_failed"_s},
+         {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Failed}, 1},
+        {"new subscriptions hidden", false, false, false, base,
+         {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn}, 0},
+        {"refunds shown", true, false, true, base + QStringList{u"charge.refunded"_s},
+         {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Refund}, 1},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        stripe.clearRecords();
+        Preferences p = Preferences::defaults(clock->now(), calendar);
+        p.showNewSubscriptions = row.showNew;
+        p.showFailed = row.showFailed;
+        p.showRefunds = row.showRefunds;
+        RevenueEngine &e = engineWith(p);
+        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        ASSERT_TRUE(load.ok()) << load.error().toStdString();
+        QStringList expectedTypes = row.types;
+        expectedTypes.sort();
+        EXPECT_EQ(requestedTypes(), expectedTypes);
+        EXPECT_EQ(load.value().loadedKinds, row.kinds);
+        EXPECT_EQ(load.value().events.size(), row.events);
+    }
+}
+
+TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
+{
+    const QByteArray longBody = QByteArray(300, 'x');
+    struct Row
+    {
+        const char *name;
+        QString failingType;
+        FakeResponse answer;
+        bool loadFails;
+        bool scopeMissing;
+        QString lastErrorPrefix;
+        std::optional<RevenueKind> missingKind;
+    };
+    const Row rows[] = {
+        {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
+        {"charges failing means no charges", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false, {}, std::nullopt},
+        {"cancellations without the events scope", u"customer.subscription.deleted"_s,
+         FakeResponse::json(403, error(u"invalid_request_error"_s, {}, u"The provided key does not have the required permissions"_s)),
+         false, true, {}, RevenueKind::Churn},
+        {"cancellations failing otherwise", u"customer.subscription.deleted"_s, FakeResponse::json(500, longBody), false, false,
+         u"[Main] churn fetch HTTP 500: "_s + QString(140, u'x'), RevenueKind::Churn},
+        {"cancellations dropped", u"customer.subscription.deleted"_s, FakeResponse::drop(), false, false,
+         u"[Main] churn fetch: "_s, RevenueKind::Churn},
+        {"failed payments without scope", u"invoice.payment_failed"_s, FakeResponse::json(401, "{}"), false, true, {},
+         RevenueKind::Failed},
+        {"failed payments failing otherwise", u"invoice.payment_failed"_s, FakeResponse::json(502, "{}"), false, false, {},
+         RevenueKind::Failed},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        byType.clear();
+        byType.insert(row.failingType, row.answer);
+        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
+        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        EXPECT_EQ(!load.ok(), row.loadFails);
+        if (row.loadFails) {
+            EXPECT_EQ(load.error(), u"Stripe HTTP 500: oops"_s);
+            continue;
+        }
+        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+        if (row.lastErrorPrefix.isEmpty()) {
+            EXPECT_FALSE(e.lastError().has_value());
+        } else {
+            ASSERT_TRUE(e.lastError().has_value());
+            EXPECT_TRUE(e.lastError()->startsWith(row.lastErrorPrefix)) << e.lastError()->toStdString();
+            if (row.answer.status == 500)
+                EXPECT_EQ(*e.lastError(), row.lastErrorPrefix) << "only the first 140 characters of the body";
+        }
+        if (row.missingKind)
+            EXPECT_FALSE(load.value().loadedKinds.contains(*row.missingKind));
+    }
+}
+
+TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
+{
+    byType.insert(u"invoice.payment_succeeded"_s,
+                  FakeResponse::json(200, page({StripeBodies::event(u"evt_y"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
+                                                                    invoice({.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),
+                                                                    Shape::Legacy),
+                                                StripeBodies::event(u"evt_e"_s, u"invoice.payment_succeeded"_s, 1'773'140'100,
+                                                                    invoice({.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current),
+                                                                    Shape::Current)},
+                                               false)));
+    ASSERT_TRUE(storage().saveAccounts({acct}));
+    RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
+    QCoro::waitFor(e.refresh());
+    ASSERT_EQ(e.feed().size(), 2);
+    EXPECT_DOUBLE_EQ(e.totals(TimeRange::Mtd).recurringMRR, 5000 * 0.0064 + 50 * 1.08);
+}
