@@ -1,7 +1,13 @@
 // Engine hot paths at 100 000 events: merge + bucket rebuild, and what the dashboard asks
 // after a filter or range change (totals and the filtered feed).
 #include "engine/RevenueEngine.h"
+#include "engine/StripeClassifier.h"
+#include "support/FakeHttpServer.h"
+#include "support/StripeBodies.h"
 #include "support/VirtualClock.h"
+
+#include <QCoroTask>
+#include <QElapsedTimer>
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -127,6 +133,125 @@ void BM_TotalsAfterRangeChange(benchmark::State &state)
     f.engine->setSelectedAccountFilter(std::nullopt);
 }
 BENCHMARK(BM_TotalsAfterRangeChange)->Unit(benchmark::kMillisecond);
+
+// Classification of 100 000 decoded invoices, then the merge into a 100 000-event feed and
+// the bucket rebuild that follow a refresh.
+void BM_ClassifyMergeRebuild(benchmark::State &state)
+{
+    Fixture &f = fixture();
+    Account account = Account::newAccount(AccountProvider::Stripe);
+    account.name = QStringLiteral("Main");
+    QList<RawInvoice> invoices;
+    invoices.reserve(eventCount);
+    const qint64 now = static_cast<qint64>(f.clock->now().unixSeconds());
+    for (int i = 0; i < eventCount; ++i) {
+        RawInvoice inv;
+        inv.id = QStringLiteral("in_%1").arg(i);
+        inv.amount_paid = 1900 + i % 5000;
+        inv.currency = i % 4 ? QStringLiteral("usd") : QStringLiteral("eur");
+        inv.created = now - (i % (90 * 1440)) * 60;
+        inv.billing_reason = i % 7 ? QStringLiteral("subscription_cycle") : QStringLiteral("subscription_create");
+        inv.customer_email = QStringLiteral("customer%1@example.com").arg(i);
+        inv.charge = QStringLiteral("ch_%1").arg(i);
+        inv.lines = RawInvoice::InvoiceLines{{RawInvoice::InvoiceLine{QStringLiteral("1 × Pro (at $19.00 / month)")}}};
+        invoices.append(std::move(inv));
+    }
+    const QList<PaymentEvent> feed = f.engine->feed();
+    for (auto _ : state) {
+        QList<PaymentEvent> events;
+        events.reserve(invoices.size());
+        for (const RawInvoice &inv : std::as_const(invoices))
+            events.append(StripeClassifier::fromPaidInvoice(inv, account));
+        QList<PaymentEvent> merged = RevenueEngine::mergeIntoFeed(feed, events, f.clock->now().addingSeconds(-95 * 86400.0));
+        benchmark::DoNotOptimize(merged.data());
+    }
+    f.engine->rebuildBucketsFromFeed();
+    state.counters["us_per_event"] = benchmark::Counter(static_cast<double>(state.iterations()) * eventCount,
+                                                        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_ClassifyMergeRebuild)->Unit(benchmark::kMillisecond);
+
+// A first refresh of one account whose five event queries hold 10 000 events in all, served
+// page by page from a loopback server.
+void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
+{
+    using namespace StripeBodies;
+    constexpr int perType = 2000;
+    FakeHttpServer server;
+    auto clock = std::make_shared<VirtualClock>();
+    const qint64 now = static_cast<qint64>(clock->now().unixSeconds());
+    QHash<QString, QList<QJsonObject>> byType;
+    for (int i = 0; i < perType; ++i) {
+        const qint64 t = now - 3600 - i * 600;
+        byType[QStringLiteral("invoice.payment_succeeded")].append(
+            event(QStringLiteral("evt_i%1").arg(i), QStringLiteral("invoice.payment_succeeded"), t,
+                  invoice({.id = QStringLiteral("in_%1").arg(i), .created = t, .charge = QStringLiteral("ch_i%1").arg(i)},
+                          Shape::Legacy),
+                  Shape::Legacy));
+        byType[QStringLiteral("charge.succeeded")].append(
+            event(QStringLiteral("evt_c%1").arg(i), QStringLiteral("charge.succeeded"), t,
+                  charge({.id = QStringLiteral("ch_%1").arg(i), .created = t, .invoice = QString()}, Shape::Legacy), Shape::Legacy));
+        byType[QStringLiteral("customer.subscription.deleted")].append(
+            event(QStringLiteral("evt_d%1").arg(i), QStringLiteral("customer.subscription.deleted"), t,
+                  subscription({.id = QStringLiteral("sub_%1").arg(i)}, Shape::Legacy), Shape::Legacy));
+        byType[QStringLiteral("invoice.payment_failed")].append(
+            event(QStringLiteral("evt_f%1").arg(i), QStringLiteral("invoice.payment_failed"), t,
+                  invoice({.id = QStringLiteral("in_f%1").arg(i), .amountPaid = 0, .created = t}, Shape::Legacy), Shape::Legacy));
+        byType[QStringLiteral("charge.refunded")].append(
+            event(QStringLiteral("evt_r%1").arg(i), QStringLiteral("charge.refunded"), t,
+                  charge({.id = QStringLiteral("ch_r%1").arg(i), .amountRefunded = 500, .created = t, .invoice = QString()},
+                         Shape::Legacy),
+                  Shape::Legacy));
+    }
+    server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
+        QString type, after;
+        for (const auto &[k, v] : r.queryItems()) {
+            if (k == QStringLiteral("type"))
+                type = v;
+            if (k == QStringLiteral("starting_after"))
+                after = v;
+        }
+        const QList<QJsonObject> &all = byType[type];
+        qsizetype start = 0;
+        if (!after.isEmpty())
+            while (start < all.size() && all[start].value(QStringLiteral("id")).toString() != after)
+                ++start, void();
+        if (!after.isEmpty())
+            ++start;
+        QJsonArray data;
+        for (qsizetype i = start; i < std::min(all.size(), start + 100); ++i)
+            data.append(all[i]);
+        return FakeResponse::json(200, page(data, start + 100 < all.size()));
+    });
+
+    for (auto _ : state) {
+        QTemporaryDir dir;
+        Storage storage(dir.path());
+        Account account = Account::newAccount(AccountProvider::Stripe);
+        account.name = QStringLiteral("Main");
+        account.stripeRestrictedKey = QStringLiteral("rk_test_bench");
+        storage.saveAccounts({account});
+        Preferences prefs = Preferences::defaults(clock->now(), TimeContext());
+        prefs.showRefunds = true;
+        storage.savePreferences(prefs);
+        EngineEnvironment env;
+        env.storage = storage;
+        env.clock = clock;
+        env.startLoops = false;
+        env.endpoints.stripeApi = server.baseUrl();
+        RevenueEngine engine(env);
+        server.clearRecords();
+        QElapsedTimer wall;
+        wall.start();
+        QCoro::waitFor(engine.refresh());
+        const double seconds = wall.nsecsElapsed() / 1e9;
+        state.SetIterationTime(seconds);
+        state.counters["requests"] = static_cast<double>(server.requests().size());
+        state.counters["requests_per_s"] = server.requests().size() / seconds;
+        state.counters["feed_events"] = static_cast<double>(engine.feed().size());
+    }
+}
+BENCHMARK(BM_BootstrapRefreshFromLoopback)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace
 
