@@ -56,7 +56,10 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         if (a.enabled)
             enabled.append(a);
     if (enabled.isEmpty()) {
-        setFeed({});
+        // Nothing to show: no events and no days, not 95 empty ones.
+        m_feed.clear();
+        Q_EMIT feedChanged();
+        assign(m_dailyBuckets, QList<DailyBucket>(), &RevenueEngine::dailyBucketsChanged);
         m_env.storage.saveFeed(m_feed);
         co_return;
     }

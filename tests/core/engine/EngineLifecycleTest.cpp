@@ -154,6 +154,7 @@ TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
     QCoro::waitFor(e.refresh());
     EXPECT_FALSE(everLoading);
     EXPECT_TRUE(e.feed().isEmpty());
+    EXPECT_TRUE(e.dailyBuckets().isEmpty());
     EXPECT_EQ(readFile(storage().pathOf(Storage::feedFile)), QByteArray("[]"));
     EXPECT_FALSE(e.lastRefreshed().has_value());
 }
