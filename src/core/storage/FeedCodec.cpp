@@ -2,6 +2,7 @@
 
 #include "model/Account.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QUrl>
@@ -9,6 +10,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
+#ifdef Q_OS_LINUX
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -280,14 +286,53 @@ std::optional<QList<PaymentEvent>> decodeFeedGeneral(const QByteArray &bytes)
 
 namespace {
 
+// Hands the pages of a read-only file mapping back to the system once the reader is past
+// them, so a large feed never sits in memory twice (as file bytes and as events). Pages
+// read again (the general path after a strict failure) come back from the file.
+class MappedPages
+{
+public:
+    MappedPages(const char *begin, const char *end) : m_begin(begin), m_released(begin), m_end(end) {}
+
+    void releaseBefore(const char *cursor)
+    {
+#ifdef Q_OS_LINUX
+        static const qsizetype page = sysconf(_SC_PAGESIZE);
+        const qsizetype chunk = 4 * 1024 * 1024;
+        if (cursor - m_released < chunk && cursor != m_end)
+            return;
+        const auto offset = (cursor - m_begin) / page * page;
+        const char *upTo = m_begin + offset;
+        if (upTo > m_released)
+            madvise(const_cast<char *>(m_released), upTo - m_released, MADV_DONTNEED);
+        m_released = upTo;
+#else
+        Q_UNUSED(cursor);
+#endif
+    }
+    // After a look over the whole file: give it all back and start again from the top.
+    void releaseAll()
+    {
+        m_released = m_begin;
+        releaseBefore(m_end);
+        m_released = m_begin;
+    }
+
+private:
+    const char *m_begin;
+    const char *m_released;
+    const char *m_end;
+};
+
 // Reads exactly the shape encodeFeed writes (in any key order, with any whitespace, with
 // extra scalar keys) and gives up on anything else, leaving the verdict to the general path.
 class FeedReader
 {
 public:
-    explicit FeedReader(const QByteArray &bytes)
-        : m_p(bytes.constData())
-        , m_end(bytes.constData() + bytes.size())
+    FeedReader(const char *begin, const char *end, MappedPages *pages = nullptr)
+        : m_p(begin)
+        , m_end(end)
+        , m_pages(pages)
     {
     }
 
@@ -298,6 +343,8 @@ public:
         if (!consume('['))
             return std::nullopt;
         out.reserve(estimateCount());
+        if (m_pages)
+            m_pages->releaseAll();
         skipSpace();
         if (consume(']'))
             return finish(std::move(out));
@@ -306,6 +353,8 @@ public:
             if (!readEvent(event))
                 return std::nullopt;
             out.append(std::move(event));
+            if (m_pages)
+                m_pages->releaseBefore(m_p);
             skipSpace();
             if (consume(','))
                 continue;
@@ -354,8 +403,13 @@ private:
 
     qsizetype estimateCount() const
     {
-        // Roughly one event per 250 bytes; a guess only, to spare most reallocations.
-        return std::min<qsizetype>((m_end - m_p) / 250 + 1, 1'000'000);
+        // Every event opens one brace; braces inside texts only make the guess a little
+        // high. Reserving once keeps the list from doubling (and briefly holding two
+        // copies) while a large feed loads.
+        qsizetype braces = 0;
+        for (const char *p = m_p; (p = static_cast<const char *>(std::memchr(p, '{', m_end - p))); ++p)
+            ++braces;
+        return braces;
     }
 
     void skipSpace()
@@ -769,6 +823,7 @@ private:
 
     const char *m_p;
     const char *m_end;
+    MappedPages *m_pages;
     std::array<Interned, 32> m_interned;
     std::size_t m_nextSlot = 0;
     QList<std::pair<std::array<char, 36>, QUuid>> m_uuids;
@@ -778,7 +833,7 @@ private:
 
 std::optional<QList<PaymentEvent>> decodeFeedStrict(const QByteArray &bytes)
 {
-    return FeedReader(bytes).read();
+    return FeedReader(bytes.constData(), bytes.constData() + bytes.size()).read();
 }
 
 std::optional<QList<PaymentEvent>> decodeFeed(const QByteArray &bytes)
@@ -786,4 +841,25 @@ std::optional<QList<PaymentEvent>> decodeFeed(const QByteArray &bytes)
     if (auto fast = decodeFeedStrict(bytes))
         return fast;
     return decodeFeedGeneral(bytes);
+}
+
+std::optional<QList<PaymentEvent>> decodeFeedFile(QFile &file)
+{
+    const qint64 size = file.size();
+    if (size <= 0)
+        return std::nullopt;
+    // The file is only ever replaced by renaming a new one over it, never rewritten in
+    // place, so the mapped bytes stay as they were while they are read.
+    if (uchar *mapped = size < std::numeric_limits<qsizetype>::max() ? file.map(0, size) : nullptr) {
+        const char *begin = reinterpret_cast<const char *>(mapped);
+        MappedPages pages(begin, begin + size);
+        auto fast = FeedReader(begin, begin + size, &pages).read();
+        if (!fast)
+            fast = decodeFeedGeneral(QByteArray::fromRawData(begin, static_cast<qsizetype>(size)));
+        file.unmap(mapped);
+        return fast;
+    }
+    if (!file.seek(0))
+        return std::nullopt;
+    return decodeFeed(file.readAll());
 }

@@ -155,10 +155,10 @@ bool Storage::saveAchievements(const AchievementsState &state) const
 
 QList<PaymentEvent> Storage::loadFeed() const
 {
-    const auto bytes = read(feedFile);
-    if (!bytes)
+    QFile file(pathOf(feedFile));
+    if (!file.open(QIODevice::ReadOnly))
         return {};
-    return decodeFeed(*bytes).value_or(QList<PaymentEvent>{});
+    return decodeFeedFile(file).value_or(QList<PaymentEvent>{});
 }
 
 bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
