@@ -9,6 +9,17 @@
 
 namespace StripeWire {
 
+// Decodes an already parsed object into a wire record.
+template<typename T>
+Result<T, StripeError> decodeObject(const QJsonObject &object)
+{
+    JsonReader reader(object);
+    T value = T::decode(reader);
+    if (reader.failed())
+        return StripeError::decoding(reader.error());
+    return value;
+}
+
 // Decodes a whole response body into a wire record. Any failure, from unparsable text to a
 // missing required key, is a Decoding error whose text names the offset or the key path.
 template<typename T>
@@ -21,11 +32,7 @@ Result<T, StripeError> decode(const QByteArray &body)
                                      + QString::number(parseError.offset));
     if (!document.isObject())
         return StripeError::decoding(QStringLiteral("expected a JSON object at the top level"));
-    JsonReader reader(document.object());
-    T value = T::decode(reader);
-    if (reader.failed())
-        return StripeError::decoding(reader.error());
-    return value;
+    return decodeObject<T>(document.object());
 }
 
 } // namespace StripeWire

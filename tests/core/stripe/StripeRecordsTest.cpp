@@ -427,3 +427,26 @@ TEST(StripeRecords, AccountInfoReadsDisplayNames)
     ASSERT_TRUE(info.settings && info.settings->dashboard);
     EXPECT_EQ(info.settings->dashboard->display_name, u"Side project"_s);
 }
+
+TEST(StripeRecords, MalformedJsonFailsWholeEvenWhereNothingIsRead)
+{
+    const QByteArray rows[] = {
+        "",
+        R"({"data":[],"has_more":fal)",
+        R"({"data":[],"has_more":false,"livemode":"x)",
+        R"({"data":[],"has_more":false,"total":01})",
+        R"({"data" []})",
+        R"({"data":[1,],"has_more":false})",
+        R"({"data":[],"has_more":false} x)",
+        R"({"data":[],"has_more":false,"outcome":{"type":"x")",
+        QByteArray(R"({"data":[],"has_more":false,"x":)") + QByteArray(5000, '[') + QByteArray(5000, ']') + "}",
+    };
+    for (const QByteArray &body : rows) {
+        SCOPED_TRACE(body.left(60).toStdString());
+        const auto result = StripeWire::decode<ChargeListResponse>(body);
+        ASSERT_FALSE(result.ok());
+        EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
+        EXPECT_TRUE(result.error().description().startsWith(u"Stripe decode error: "_s));
+        EXPECT_TRUE(result.error().description().contains(u" at offset "_s));
+    }
+}
