@@ -1,0 +1,308 @@
+#include "storage/Storage.h"
+#include "support/TestUtil.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QUuid accountA = QUuid::fromString(u"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F"_s);
+const QUuid accountB = QUuid::fromString(u"0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D"_s);
+const Date noon = Date::fromUnix(1773144000); // 2026-03-10T12:00:00Z
+
+struct StorageTest : ::testing::Test
+{
+    QTemporaryDir temp;
+    QString folder = QDir(temp.path()).filePath(u"Quorvane"_s);
+    Storage storage{folder};
+
+    QString path(const char *file) const { return storage.pathOf(file); }
+};
+
+Account account(const QString &name)
+{
+    Account a = Account::newAccount(AccountProvider::Stripe);
+    a.id = accountA;
+    a.name = name;
+    a.stripeRestrictedKey = u"rk_live_51Pgaf"_s;
+    return a;
+}
+
+PaymentEvent event(const QString &id, Date date)
+{
+    PaymentEvent e;
+    e.id = id;
+    e.date = date;
+    e.amount = 29;
+    e.currency = u"eur"_s;
+    e.usdAmount = 31.32;
+    e.accountId = accountA;
+    e.accountName = u"Acme EU"_s;
+    e.kind = RevenueKind::Recurring;
+    e.description = u"Team plan (monthly)"_s;
+    e.customerEmail = u"lena.fischer@example.de"_s;
+    return e;
+}
+
+Preferences preferences()
+{
+    Preferences p;
+    p.dashboardCurrency = u"GBP"_s;
+    p.refreshSeconds = 120;
+    p.selectedRange = TimeRange::Last30Days;
+    p.customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125);
+    p.customRangeEnd = noon;
+    return p;
+}
+
+// Every file holds something that is not its default, so a load that falls back shows.
+void writeAll(const Storage &storage)
+{
+    ASSERT_TRUE(storage.saveAccounts({account(u"Acme"_s)}));
+    ASSERT_TRUE(storage.savePreferences(preferences()));
+    ASSERT_TRUE(storage.saveFeed({event(u"in_1"_s, noon)}));
+    AchievementsState state;
+    state.achievements = {{AchievementPeriod::Day, 1000, noon}};
+    state.bestDayUSD = 1234;
+    state.bestDayDate = noon;
+    ASSERT_TRUE(storage.saveAchievements(state));
+    ASSERT_TRUE(storage.saveSyncState({{accountA, noon}}));
+}
+
+QJsonObject objectOf(const QByteArray &bytes)
+{
+    return QJsonDocument::fromJson(bytes).object();
+}
+
+} // namespace
+
+TEST_F(StorageTest, FirstLaunchCreatesTheFolderAndYieldsDefaults)
+{
+    ASSERT_FALSE(QFileInfo::exists(folder));
+    EXPECT_EQ(storage.fileURL(), QDir(folder).filePath(u"accounts.json"_s));
+    EXPECT_TRUE(QFileInfo(folder).isDir());
+    EXPECT_TRUE(storage.loadAccounts().isEmpty());
+    EXPECT_FALSE(storage.loadPreferences().has_value());
+    EXPECT_TRUE(storage.loadSyncState().isEmpty());
+    EXPECT_FALSE(storage.loadAchievements().has_value());
+    EXPECT_TRUE(storage.loadFeed().isEmpty());
+    EXPECT_TRUE(QFileInfo(storage.iconsDir()).isDir());
+    EXPECT_EQ(storage.iconsDir(), QDir(folder).filePath(u"icons"_s));
+}
+
+TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
+{
+    writeAll(storage);
+    EXPECT_EQ(storage.loadAccounts(), QList<Account>{account(u"Acme"_s)});
+    // Preferences keep sub-second precision: their dates are plain numbers.
+    EXPECT_EQ(storage.loadPreferences(), preferences());
+    EXPECT_EQ(objectOf(readFile(path(Storage::preferencesFile)))["customRangeStart"_L1].toDouble(),
+              preferences().customRangeStart.referenceSeconds());
+    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
+    EXPECT_TRUE(readFile(path(Storage::feedFile)).contains(R"("date":"2026-03-10T12:00:00Z")"));
+    const auto achievements = storage.loadAchievements();
+    ASSERT_TRUE(achievements.has_value());
+    EXPECT_EQ(achievements->bestDayDate, noon);
+    EXPECT_TRUE(readFile(path(Storage::achievementsFile)).contains(R"("bestDayDate":"2026-03-10T12:00:00Z")"));
+    EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}}));
+    // Compact: no indentation or line breaks in any file.
+    for (const char *file : {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                             Storage::achievementsFile, Storage::syncStateFile}) {
+        SCOPED_TRACE(file);
+        EXPECT_FALSE(readFile(path(file)).contains('\n'));
+    }
+}
+
+TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
+{
+    struct BadFile
+    {
+        const char *name;
+        QByteArray bytes; // ignored for the directory case
+        bool directory = false;
+    };
+    const QByteArray goodEvent = encodeFeed({event(u"in_1"_s, noon)}).mid(1).chopped(1);
+    const QByteArray goodAccount = QJsonDocument(QJsonArray{toJson(account(u"Acme"_s))}).toJson(QJsonDocument::Compact);
+    const BadFile cases[] = {
+        {"missing", {}},
+        {"empty", ""},
+        {"truncated", QByteArray("[" + goodEvent + "," + goodEvent + "]").left(120)},
+        {"not JSON", "\x89PNG\r\n\x1a\n binary"},
+        {"wrong top-level type", R"("just a string")"},
+        {"number at top level", "42"},
+        {"one bad element", "[" + goodEvent + "," + QByteArray(goodEvent).replace("recurring", "payout") + "]"},
+        {"account element missing a key", QByteArray(goodAccount).replace(R"("enabled":true,)", "")},
+        {"null top level", "null"},
+        {"a directory in its place", {}, true},
+    };
+    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                           Storage::achievementsFile, Storage::syncStateFile};
+    for (const char *file : files) {
+        for (const BadFile &bad : cases) {
+            SCOPED_TRACE(std::string(file) + ": " + bad.name);
+            QTemporaryDir dir;
+            const Storage s(dir.path());
+            writeAll(s);
+            QHash<QString, QByteArray> before;
+            for (const char *other : files)
+                before.insert(QString::fromLatin1(other), readFile(s.pathOf(other)));
+
+            QFile::remove(s.pathOf(file));
+            if (bad.directory)
+                ASSERT_TRUE(QDir().mkpath(s.pathOf(file)));
+            else if (qstrcmp(bad.name, "missing") != 0)
+                ASSERT_TRUE(writeFile(s.pathOf(file), bad.bytes));
+
+            const auto accounts = s.loadAccounts();
+            const auto prefs = s.loadPreferences();
+            const auto feed = s.loadFeed();
+            const auto achievements = s.loadAchievements();
+            const auto sync = s.loadSyncState();
+            const bool isAccounts = qstrcmp(file, Storage::accountsFile) == 0;
+            const bool isPreferences = qstrcmp(file, Storage::preferencesFile) == 0;
+            const bool isFeed = qstrcmp(file, Storage::feedFile) == 0;
+            const bool isAchievements = qstrcmp(file, Storage::achievementsFile) == 0;
+            const bool isSync = qstrcmp(file, Storage::syncStateFile) == 0;
+            // The bad file gives its default; every other file still loads.
+            EXPECT_EQ(accounts.isEmpty(), isAccounts);
+            EXPECT_EQ(!prefs.has_value(), isPreferences);
+            EXPECT_EQ(feed.isEmpty(), isFeed);
+            EXPECT_EQ(!achievements.has_value(), isAchievements);
+            EXPECT_EQ(sync.isEmpty(), isSync);
+            // Loading never rewrites anything, the bad file included.
+            for (const char *other : files)
+                if (qstrcmp(other, file) != 0)
+                    EXPECT_EQ(readFile(s.pathOf(other)), before.value(QString::fromLatin1(other))) << other;
+            if (!bad.directory && qstrcmp(bad.name, "missing") != 0)
+                EXPECT_EQ(readFile(s.pathOf(file)), bad.bytes);
+        }
+    }
+}
+
+TEST_F(StorageTest, PreferencesWithIsoDatesAreNotRead)
+{
+    storage.fileURL(); // creates the folder
+    ASSERT_TRUE(writeFile(path(Storage::preferencesFile),
+                          QJsonDocument(toJson(preferences(), DateForm::Iso8601)).toJson(QJsonDocument::Compact)));
+    EXPECT_FALSE(storage.loadPreferences().has_value());
+    // The same content with number dates is read, so the date form alone made the difference.
+    ASSERT_TRUE(writeFile(path(Storage::preferencesFile),
+                          QJsonDocument(toJson(preferences(), DateForm::ReferenceSeconds)).toJson()));
+    EXPECT_EQ(storage.loadPreferences(), preferences());
+}
+
+TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArray document;
+        QHash<QUuid, Date> expected;
+    };
+    const Row rows[] = {
+        {"one bad key", R"({"not-a-uuid":"2026-03-10T12:00:00Z","6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F":"2026-03-10T12:00:00Z"})",
+         {{accountA, noon}}},
+        {"braced key", R"({"{6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F}":"2026-03-10T12:00:00Z"})", {}},
+        {"lower-case key", R"({"0b7a1c3d-5e6f-4a8b-9c0d-1e2f3a4b5c6d":"2026-03-10T14:00:00+02:00"})", {{accountB, noon}}},
+        {"value not a date", R"({"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F":"2026-03-10T12:00:00Z","0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D":794836800})",
+         {}},
+        {"array", R"(["6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F"])", {}},
+    };
+    storage.fileURL(); // creates the folder
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_TRUE(writeFile(path(Storage::syncStateFile), row.document));
+        EXPECT_EQ(storage.loadSyncState(), row.expected);
+    }
+}
+
+TEST_F(StorageTest, SyncStateIsSavedInWholeSeconds)
+{
+    ASSERT_TRUE(storage.saveSyncState({{accountA, noon.addingSeconds(0.750)}, {accountB, noon.addingSeconds(-60)}}));
+    EXPECT_EQ(objectOf(readFile(path(Storage::syncStateFile))),
+              QJsonObject({{"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F"_L1, "2026-03-10T12:00:00Z"_L1},
+                           {"0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D"_L1, "2026-03-10T11:59:00Z"_L1}}));
+    EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}, {accountB, noon.addingSeconds(-60)}}));
+}
+
+TEST_F(StorageTest, AFailedWriteLeavesThePreviousFileIntact)
+{
+    writeAll(storage);
+    const QByteArray previous = readFile(path(Storage::feedFile));
+    const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
+
+    // Root may write anywhere, but not past the file-size limit: the write of the big feed
+    // fails part-way, like a full disk.
+    QList<PaymentEvent> big;
+    for (int i = 0; i < 2000; ++i)
+        big.append(event(u"in_%1"_s.arg(i), noon));
+    struct rlimit saved;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = saved;
+    small.rlim_cur = 64 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool written = storage.saveFeed(big);
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, oldHandler);
+
+    EXPECT_FALSE(written);
+    EXPECT_EQ(readFile(path(Storage::feedFile)), previous);
+    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
+    // No temporary file is left behind.
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore);
+}
+
+TEST_F(StorageTest, WritesFailCleanlyWhereNoFolderCanBe)
+{
+    // A regular file where the data folder's parent should be: nothing can be created.
+    const QString blocker = QDir(temp.path()).filePath(u"blocker"_s);
+    ASSERT_TRUE(writeFile(blocker, "x"));
+    const Storage blocked(QDir(blocker).filePath(u"Quorvane"_s));
+    EXPECT_FALSE(blocked.saveFeed({event(u"in_1"_s, noon)}));
+    EXPECT_FALSE(blocked.saveAccounts({account(u"Acme"_s)}));
+    EXPECT_FALSE(blocked.saveSyncState({{accountA, noon}}));
+    EXPECT_TRUE(blocked.loadFeed().isEmpty());
+    EXPECT_TRUE(blocked.loadAccounts().isEmpty());
+    EXPECT_EQ(readFile(blocker), "x");
+}
+
+TEST_F(StorageTest, ALeftoverTemporaryFileDoesNotDisturbLoading)
+{
+    // What a crash in the middle of a save leaves: the old file plus a half-written sibling.
+    writeAll(storage);
+    ASSERT_TRUE(writeFile(path(Storage::feedFile) + u".aB3xYz"_s, "[{\"id\":\"in_2\",\"da"));
+    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
+}
+
+TEST_F(StorageTest, ALargeFeedLoadsThroughTheMapping)
+{
+    // Large enough that pages are handed back while the reader goes on.
+    QList<PaymentEvent> feed;
+    for (int i = 0; i < 40'000; ++i)
+        feed.append(event(u"in_%1"_s.arg(i), noon.addingSeconds(-i * 60.0)));
+    ASSERT_TRUE(storage.saveFeed(feed));
+    ASSERT_GT(QFileInfo(path(Storage::feedFile)).size(), 8 * 1024 * 1024);
+    EXPECT_EQ(storage.loadFeed(), feed);
+
+    // A bad last element is found after the early pages were given back; the general path
+    // re-reads them and rejects the file as a whole.
+    QByteArray bytes = readFile(path(Storage::feedFile));
+    bytes.replace(bytes.lastIndexOf("recurring"), 9, "recurrinX");
+    ASSERT_TRUE(writeFile(path(Storage::feedFile), bytes));
+    EXPECT_TRUE(storage.loadFeed().isEmpty());
+    // And an unusual but valid last element still loads whole.
+    bytes.replace(bytes.lastIndexOf("recurrinX"), 9, "recurring");
+    bytes.insert(bytes.size() - 2, R"(,"meta":{"source":"import"})");
+    ASSERT_TRUE(writeFile(path(Storage::feedFile), bytes));
+    EXPECT_EQ(storage.loadFeed(), feed);
+}
