@@ -1,11 +1,24 @@
+#include "shell/Fonts.h"
+#include "shell/QuorvaneApp.h"
+
 #include <QApplication>
-#include <QSystemTrayIcon>
+#include <QQuickStyle>
+
+extern void qml_register_types_Quorvane();
 
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    app.setQuitOnLastWindowClosed(false);
-    QSystemTrayIcon tray;
-    tray.show();
+    QApplication::setApplicationName(QStringLiteral("Quorvane"));
+    QApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    // A menu-bar program: closing the panel never ends it; the power button does.
+    QApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    qml_register_types_Quorvane();
+    installApplicationFont();
+
+    QuorvaneApp quorvane(AppOptions{});
+    if (!quorvane.start())
+        return 1;
     return app.exec();
 }

@@ -1,0 +1,173 @@
+#include "StatusNotifierItem.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QtEndian>
+
+using namespace Qt::StringLiterals;
+
+QDBusArgument &operator<<(QDBusArgument &argument, const SniPixmap &pixmap)
+{
+    argument.beginStructure();
+    argument << pixmap.width << pixmap.height << pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, SniPixmap &pixmap)
+{
+    argument.beginStructure();
+    argument >> pixmap.width >> pixmap.height >> pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const SniToolTip &toolTip)
+{
+    argument.beginStructure();
+    argument << toolTip.iconName << toolTip.pixmaps << toolTip.title << toolTip.description;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, SniToolTip &toolTip)
+{
+    argument.beginStructure();
+    argument >> toolTip.iconName >> toolTip.pixmaps >> toolTip.title >> toolTip.description;
+    argument.endStructure();
+    return argument;
+}
+
+SniPixmap toSniPixmap(const QImage &image)
+{
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    SniPixmap out{argb.width(), argb.height(), {}};
+    out.bytes.resize(qsizetype(argb.width()) * argb.height() * 4);
+    auto *target = reinterpret_cast<uchar *>(out.bytes.data());
+    for (int y = 0; y < argb.height(); ++y) {
+        const auto *line = reinterpret_cast<const quint32 *>(argb.constScanLine(y));
+        for (int x = 0; x < argb.width(); ++x) {
+            qToBigEndian(line[x], target);
+            target += 4;
+        }
+    }
+    return out;
+}
+
+static void registerTypes()
+{
+    static const bool done = [] {
+        qDBusRegisterMetaType<SniPixmap>();
+        qDBusRegisterMetaType<SniPixmapList>();
+        qDBusRegisterMetaType<SniToolTip>();
+        return true;
+    }();
+    Q_UNUSED(done);
+}
+
+StatusNotifierItem::StatusNotifierItem()
+    : m_serviceName(u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid()))
+{
+    registerTypes();
+    m_toolTip.title = u"Quorvane"_s;
+    m_watcher.setConnection(QDBusConnection::sessionBus());
+    m_watcher.addWatchedService(QString::fromLatin1(watcherService));
+    m_watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    connect(&m_watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+        if (m_shown)
+            registerWithWatcher();
+    });
+    new StatusNotifierItemAdaptor(this);
+}
+
+StatusNotifierItem::~StatusNotifierItem()
+{
+    if (m_shown) {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.unregisterObject(u"/StatusNotifierItem"_s);
+        bus.unregisterService(m_serviceName);
+    }
+}
+
+bool StatusNotifierItem::isAvailable()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    return bus.isConnected() && bus.interface()
+           && bus.interface()->isServiceRegistered(QString::fromLatin1(watcherService)).value();
+}
+
+void StatusNotifierItem::show()
+{
+    if (m_shown)
+        return;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.registerService(m_serviceName);
+    bus.registerObject(u"/StatusNotifierItem"_s, this, QDBusConnection::ExportAdaptors);
+    m_shown = true;
+    registerWithWatcher();
+}
+
+void StatusNotifierItem::registerWithWatcher()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(watcherService), u"/StatusNotifierWatcher"_s,
+                                                       u"org.kde.StatusNotifierWatcher"_s,
+                                                       u"RegisterStatusNotifierItem"_s);
+    call << m_serviceName;
+    // Fire and forget: a watcher that is gone now will announce itself again when it returns.
+    QDBusConnection::sessionBus().call(call, QDBus::NoBlock);
+}
+
+void StatusNotifierItem::setLabel(const QString &label)
+{
+    if (label == m_label)
+        return;
+    m_label = label;
+    Q_EMIT labelChanged(m_label, u"$00.0K"_s);
+}
+
+void StatusNotifierItem::setToolTip(const QString &title, const QString &text)
+{
+    m_toolTip.title = title;
+    m_toolTip.description = text;
+    Q_EMIT toolTipChanged();
+}
+
+void StatusNotifierItem::setIcon(const QImage &icon)
+{
+    m_pixmaps = {toSniPixmap(icon)};
+    m_toolTip.pixmaps = m_pixmaps;
+    Q_EMIT iconChanged();
+}
+
+StatusNotifierItemAdaptor::StatusNotifierItemAdaptor(StatusNotifierItem *item)
+    : QDBusAbstractAdaptor(item)
+    , m_item(item)
+{
+    setAutoRelaySignals(false);
+    connect(item, &StatusNotifierItem::labelChanged, this, &StatusNotifierItemAdaptor::XAyatanaNewLabel);
+    connect(item, &StatusNotifierItem::toolTipChanged, this, &StatusNotifierItemAdaptor::NewToolTip);
+    connect(item, &StatusNotifierItem::iconChanged, this, &StatusNotifierItemAdaptor::NewIcon);
+}
+
+void StatusNotifierItemAdaptor::Activate(int x, int y)
+{
+    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+}
+
+void StatusNotifierItemAdaptor::SecondaryActivate(int x, int y)
+{
+    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+}
+
+void StatusNotifierItemAdaptor::ContextMenu(int x, int y)
+{
+    // There is no separate menu: everything lives in the panel.
+    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+}
+
+void StatusNotifierItemAdaptor::Scroll(int, const QString &)
+{
+}

@@ -1,0 +1,19 @@
+import QtQuick
+import Quorvane
+import QtQuick.Layouts
+
+ColumnLayout {
+    spacing: 8
+    Item { Layout.preferredHeight: 16 }
+    Symbol { Layout.alignment: Qt.AlignHCenter; name: "chart.line.uptrend.xyaxis"; size: 36; color: Appearance.newColor }
+    UiText { Layout.alignment: Qt.AlignHCenter; text: "Quorvane"; size: 18; font.bold: true }
+    UiText { Layout.alignment: Qt.AlignHCenter; text: "v0.1.0"; size: 12; color: Appearance.secondary }
+    UiText {
+        Layout.fillWidth: true
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.WordWrap
+        text: "Real-time MRR tracker for Stripe + PayPal.\nSeparates new revenue, recurring, and churn so you see the actual movers."
+        size: 11
+        color: Appearance.secondary
+    }
+}

@@ -1,0 +1,319 @@
+import QtQuick
+import Quorvane
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+// The home pane: headline, controls, tiles, chart, feed and footer.
+ColumnLayout {
+    id: pane
+    required property DashboardModel dashboard
+    required property Navigation navigation
+    signal quitRequested()
+    signal openLink(url link)
+
+    spacing: 10
+
+    // Headline.
+    ColumnLayout {
+        Layout.fillWidth: true
+        spacing: 3
+        UiText {
+            text: pane.dashboard.rangeTitle
+            size: 11
+            font.weight: Font.Medium
+            color: Appearance.secondary
+        }
+        RowLayout {
+            visible: pane.dashboard.headlineState === "loading"
+            spacing: 8
+            Spinner { size: 18 }
+            UiText { text: "Loading…"; size: 26; font.bold: true }
+        }
+        RowLayout {
+            visible: pane.dashboard.headlineState === "unavailable"
+            spacing: 8
+            Symbol { name: "exclamationmark.triangle.fill"; size: 16; color: Appearance.orange }
+            UiText { text: "Couldn't load revenue"; size: 20 }
+        }
+        UiText {
+            visible: pane.dashboard.headlineState === "amount"
+            text: pane.dashboard.headlineAmount
+            size: 30
+            font.weight: Font.DemiBold
+        }
+        UiText {
+            visible: pane.dashboard.headlineState === "amount" && pane.dashboard.churnLine.length > 0
+            text: pane.dashboard.churnLine
+            size: 10
+            color: Appearance.secondary
+        }
+        RowLayout {
+            visible: pane.dashboard.isLoading
+            spacing: 5
+            Spinner { size: 10 }
+            UiText {
+                visible: pane.dashboard.progressText.length > 0
+                text: pane.dashboard.progressText
+                size: 10
+                color: Appearance.secondary
+                Layout.maximumWidth: 280
+            }
+            UiText { text: pane.dashboard.elapsedText; size: 10; color: Appearance.secondary }
+            IconButton {
+                symbol: "xmark.circle.fill"
+                symbolSize: 11
+                tip: "Cancel refresh"
+                onClicked: pane.dashboard.cancelRefresh()
+            }
+        }
+        RowLayout {
+            visible: !pane.dashboard.isLoading && pane.dashboard.updatedText.length > 0
+            spacing: 8
+            UiText { text: pane.dashboard.updatedText; size: 10; color: Appearance.secondary }
+            UiText {
+                visible: pane.dashboard.tookText.length > 0
+                text: pane.dashboard.tookText
+                size: 10
+                color: Appearance.tertiary
+            }
+        }
+        RowLayout {
+            visible: pane.dashboard.isFillingHistory
+            spacing: 5
+            Spinner { size: 9 }
+            UiText { text: "Filling 30-90 day history…"; size: 9; color: Appearance.secondary }
+        }
+    }
+
+    // Empty state.
+    ColumnLayout {
+        visible: !pane.dashboard.hasAccounts
+        Layout.fillWidth: true
+        Layout.topMargin: 24
+        Layout.bottomMargin: 24
+        spacing: 10
+        Symbol {
+            Layout.alignment: Qt.AlignHCenter
+            name: "chart.line.uptrend.xyaxis"
+            size: 34
+            color: Appearance.secondary
+        }
+        UiText {
+            Layout.alignment: Qt.AlignHCenter
+            text: "Add a Stripe or PayPal account to start tracking"
+            size: 12
+            color: Appearance.secondary
+        }
+        Button {
+            Layout.alignment: Qt.AlignHCenter
+            text: "Open Settings"
+            font.family: Appearance.fontFamily
+            font.pixelSize: 12
+            onClicked: pane.navigation.showSettings("accounts")
+        }
+    }
+
+    // Working dashboard.
+    ColumnLayout {
+        visible: pane.dashboard.hasAccounts
+        Layout.fillWidth: true
+        spacing: 10
+
+        RowLayout {
+            spacing: 8
+            MenuButton {
+                label: pane.dashboard.accountFilterLabel
+                choices: pane.dashboard.accountFilters
+            }
+            MenuButton {
+                label: pane.dashboard.rangeLabel
+                choices: pane.dashboard.ranges
+            }
+        }
+        RowLayout {
+            visible: pane.dashboard.isCustomRange
+            spacing: 6
+            DatePickerButton { picker: pane.dashboard.customStart }
+            UiText { text: "→"; size: 11; color: Appearance.secondary }
+            DatePickerButton { picker: pane.dashboard.customEnd }
+        }
+
+        ColumnLayout {
+            visible: pane.dashboard.isRangeDataIncomplete
+            Layout.fillWidth: true
+            Layout.topMargin: 20
+            Layout.bottomMargin: 20
+            spacing: 6
+            Spinner { Layout.alignment: Qt.AlignHCenter; size: 18 }
+            UiText {
+                Layout.alignment: Qt.AlignHCenter
+                text: "Fetching deeper history…"
+                size: 12
+                font.weight: Font.Medium
+            }
+            UiText {
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.WordWrap
+                text: "Stripe events expire at 30 days. Pulling 30-90 day data via charges API."
+                size: 10
+                color: Appearance.secondary
+            }
+        }
+
+        RowLayout {
+            visible: !pane.dashboard.isRangeDataIncomplete
+            Layout.fillWidth: true
+            spacing: 8
+            Repeater {
+                model: pane.dashboard.tiles
+                delegate: AbstractButton {
+                    id: tile
+                    required property string kind
+                    required property string name
+                    required property string value
+                    required property color color
+                    required property bool unavailable
+                    required property string tooltip
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 1
+                    implicitHeight: 50
+                    hoverEnabled: true
+                    onClicked: pane.navigation.showDrillDown(kind)
+                    ToolTip.visible: hovered
+                    ToolTip.text: tooltip
+                    ToolTip.delay: 600
+                    background: Rectangle {
+                        radius: 8
+                        color: tile.hovered ? Appearance.control : "transparent"
+                        border.color: Appearance.hairline
+                    }
+                    contentItem: ColumnLayout {
+                        spacing: 3
+                        RowLayout {
+                            Layout.leftMargin: 10
+                            spacing: 5
+                            Rectangle { width: 5; height: 5; radius: 2.5; color: tile.color }
+                            UiText {
+                                text: tile.name
+                                size: 9
+                                font.letterSpacing: 1.2
+                                color: Appearance.secondary
+                            }
+                        }
+                        RowLayout {
+                            Layout.leftMargin: 10
+                            spacing: 4
+                            UiText {
+                                text: tile.value
+                                size: 13
+                                font.weight: Font.DemiBold
+                                color: tile.unavailable ? Appearance.secondary : tile.color
+                            }
+                            Symbol {
+                                visible: tile.unavailable
+                                name: "exclamationmark.circle.fill"
+                                size: 11
+                                color: Appearance.orange
+                                HoverHandler { id: warningHover }
+                                ToolTip.visible: warningHover.hovered
+                                ToolTip.text: "Data not loaded — fetch failed for this metric"
+                            }
+                        }
+                    }
+                }
+            }
+        }
+
+        RevenueChartView {
+            visible: !pane.dashboard.isRangeDataIncomplete
+            Layout.fillWidth: true
+            model: pane.dashboard.chart
+        }
+
+        RowLayout {
+            visible: !pane.dashboard.isRangeDataIncomplete && pane.dashboard.rangeHasHistoricalLimit
+            Layout.fillWidth: true
+            spacing: 5
+            Symbol { Layout.alignment: Qt.AlignTop; name: "info.circle"; size: 10; color: Appearance.secondary }
+            UiText {
+                Layout.fillWidth: true
+                wrapMode: Text.WordWrap
+                text: "Older than 30 days: bars show total revenue but new/recurring/churn breakdown is incomplete (Stripe API doesn't expose historical classification or churn events)."
+                size: 10
+                color: Appearance.secondary
+            }
+        }
+
+        Rectangle { Layout.fillWidth: true; height: 1; color: Appearance.hairline }
+
+        RowLayout {
+            spacing: 4
+            UiText { text: "Recent"; size: 12; font.weight: Font.DemiBold }
+            UiText { text: "(" + pane.dashboard.feedCount + ")"; size: 12; color: Appearance.secondary }
+        }
+        UiText {
+            visible: pane.dashboard.feedCount === 0
+            Layout.fillWidth: true
+            Layout.minimumHeight: 200
+            horizontalAlignment: Text.AlignHCenter
+            verticalAlignment: Text.AlignVCenter
+            text: "No events yet — pulling…"
+            size: 12
+            color: Appearance.secondary
+        }
+        ListView {
+            id: feedList
+            visible: pane.dashboard.feedCount > 0
+            Layout.fillWidth: true
+            Layout.preferredHeight: Math.min(contentHeight, 340)
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            model: pane.dashboard.feed
+            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+            delegate: FeedRow {
+                feed: pane.dashboard.feed
+                onOpenLink: link => pane.openLink(link)
+            }
+        }
+    }
+
+    // Footer.
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 2
+        UiText {
+            visible: pane.dashboard.lastError.length > 0
+            Layout.fillWidth: true
+            text: pane.dashboard.lastError
+            size: 9
+            color: Appearance.red
+            maximumLineCount: 2
+            wrapMode: Text.WordWrap
+        }
+        Item { visible: pane.dashboard.lastError.length === 0; Layout.fillWidth: true }
+        IconButton {
+            symbol: "arrow.clockwise"
+            enabled: !pane.dashboard.isLoading
+            onClicked: pane.dashboard.refresh()
+        }
+        IconButton {
+            symbol: "trophy.fill"
+            tip: "Achievements"
+            onClicked: pane.navigation.showAchievements()
+        }
+        IconButton {
+            symbol: pane.dashboard.privacySymbol
+            tip: pane.dashboard.privacyTooltip
+            onClicked: pane.dashboard.togglePrivacy()
+        }
+        IconButton {
+            symbol: "gearshape"
+            onClicked: pane.navigation.showSettings("general")
+        }
+        IconButton {
+            symbol: "power"
+            onClicked: pane.quitRequested()
+        }
+    }
+}

@@ -1,0 +1,92 @@
+import QtQuick
+import Quorvane
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+// Every preference except the dashboard's own range, filter and privacy switches.
+ColumnLayout {
+    id: pane
+    required property GeneralSettingsModel settings
+    signal quitRequested()
+    spacing: 8
+
+    SectionHeader { text: "Display events" }
+    SettingRow { title: "Captured payments"; checked: pane.settings.showCaptured; onToggled: v => pane.settings.showCaptured = v }
+    SettingRow {
+        title: "Failed payments"
+        note: "* not yet available on PayPal accounts"
+        checked: pane.settings.showFailed
+        onToggled: v => pane.settings.showFailed = v
+    }
+    SettingRow { title: "Refunds"; checked: pane.settings.showRefunds; onToggled: v => pane.settings.showRefunds = v }
+    SettingRow { title: "Payouts"; checked: pane.settings.showPayouts; onToggled: v => pane.settings.showPayouts = v }
+    SettingRow { title: "New subscriptions"; checked: pane.settings.showNewSubscriptions; onToggled: v => pane.settings.showNewSubscriptions = v }
+    SettingRow { title: "Canceled subscriptions"; checked: pane.settings.showCanceledSubscriptions; onToggled: v => pane.settings.showCanceledSubscriptions = v }
+
+    SettingRow {
+        Layout.topMargin: 6
+        title: "Show notifications"
+        note: "Multiple events will be grouped in one notification."
+        checked: pane.settings.showNotifications
+        onToggled: v => pane.settings.showNotifications = v
+    }
+
+    SectionHeader { text: "Dashboard currency" }
+    ComboBox {
+        id: currency
+        Layout.preferredWidth: 240
+        implicitHeight: 26
+        model: pane.settings.currencyLabels
+        currentIndex: pane.settings.currencyIndex
+        onActivated: index => pane.settings.currencyIndex = index
+        font.family: Appearance.fontFamily
+        font.pixelSize: 12
+        contentItem: UiText {
+            leftPadding: 8
+            text: currency.displayText
+            size: 12
+            verticalAlignment: Text.AlignVCenter
+        }
+        background: Rectangle { radius: 6; color: Appearance.control }
+    }
+    UiText { text: "Static rates for v1. Used to normalize totals across accounts."; size: 10; color: Appearance.tertiary }
+
+    SectionHeader { text: "Refresh interval" }
+    RowLayout {
+        spacing: 8
+        UiText { text: pane.settings.refreshLabel; size: 12 }
+        IconButton {
+            symbol: "chevron.down"
+            symbolSize: 10
+            enabled: pane.settings.canStepDown
+            onClicked: pane.settings.stepRefresh(-1)
+        }
+        IconButton {
+            symbol: "chevron.up"
+            symbolSize: 10
+            enabled: pane.settings.canStepUp
+            onClicked: pane.settings.stepRefresh(1)
+        }
+    }
+
+    SectionHeader { text: "Theme" }
+    SettingRow { title: "Enable dark mode."; checked: pane.settings.darkMode; onToggled: v => pane.settings.darkMode = v }
+
+    SectionHeader { text: "Start automatically" }
+    SettingRow { title: "Launch on system startup."; checked: pane.settings.startAtLogin; onToggled: v => pane.settings.startAtLogin = v }
+
+    AbstractButton {
+        Layout.topMargin: 8
+        implicitWidth: quitRow.implicitWidth + 16
+        implicitHeight: 24
+        hoverEnabled: true
+        onClicked: pane.quitRequested()
+        background: Rectangle { radius: 6; color: parent.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control }
+        contentItem: RowLayout {
+            id: quitRow
+            spacing: 5
+            Symbol { name: "power"; size: 11 }
+            UiText { text: "Quit the app"; size: 11 }
+        }
+    }
+}

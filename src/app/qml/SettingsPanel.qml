@@ -1,0 +1,94 @@
+import QtQuick
+import Quorvane
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+// Back button, the three tabs and the active tab's content in a scroll area; 460 high.
+ColumnLayout {
+    id: panel
+    required property Navigation navigation
+    required property GeneralSettingsModel general
+    required property AccountsModel accounts
+    property string activeTab: navigation.settingsTab
+    signal quitRequested()
+    signal openLink(url link)
+
+    implicitHeight: 460
+    spacing: 8
+
+    BackButton { onClicked: panel.navigation.showDashboard() }
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 6
+        Repeater {
+            model: [
+                { tab: "general", label: "General", symbol: "slider.horizontal.3" },
+                { tab: "accounts", label: "Accounts", symbol: "key.fill" },
+                { tab: "about", label: "About", symbol: "info.circle" }
+            ]
+            delegate: AbstractButton {
+                id: tabButton
+                required property var modelData
+                readonly property bool active: panel.activeTab === modelData.tab
+                Layout.fillWidth: true
+                implicitHeight: 46
+                onClicked: panel.activeTab = modelData.tab
+                background: Rectangle {
+                    radius: 8
+                    color: tabButton.active ? Qt.rgba(Appearance.accent.r, Appearance.accent.g, Appearance.accent.b, 0.18) : "transparent"
+                }
+                contentItem: ColumnLayout {
+                    spacing: 3
+                    Symbol {
+                        Layout.alignment: Qt.AlignHCenter
+                        name: tabButton.modelData.symbol
+                        size: 14
+                        color: tabButton.active ? Appearance.accent : Appearance.secondary
+                    }
+                    UiText {
+                        Layout.alignment: Qt.AlignHCenter
+                        text: tabButton.modelData.label
+                        size: 10
+                        font.weight: Font.Medium
+                        color: tabButton.active ? Appearance.accent : Appearance.secondary
+                    }
+                }
+            }
+        }
+    }
+
+    Rectangle { Layout.fillWidth: true; height: 1; color: Appearance.hairline }
+
+    ScrollView {
+        id: scroll
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        contentWidth: availableWidth
+        clip: true
+
+        Loader {
+            width: scroll.availableWidth
+            sourceComponent: panel.activeTab === "accounts" ? accountsTab : panel.activeTab === "about" ? aboutTab : generalTab
+        }
+    }
+
+    Component {
+        id: generalTab
+        GeneralPane {
+            settings: panel.general
+            onQuitRequested: panel.quitRequested()
+        }
+    }
+    Component {
+        id: accountsTab
+        AccountsPane {
+            accounts: panel.accounts
+            onOpenLink: link => panel.openLink(link)
+        }
+    }
+    Component {
+        id: aboutTab
+        AboutPane {}
+    }
+}

@@ -1,0 +1,12 @@
+import QtQuick
+import Quorvane
+import QtQuick.Controls.Basic
+
+// The small progress indicator used in status lines.
+BusyIndicator {
+    property int size: 12
+    implicitWidth: size
+    implicitHeight: size
+    padding: 0
+    running: visible
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "engine/RevenueEngine.h"
+#include "platform/TrayItem.h"
+#include "shell/Appearance.h"
+#include "shell/Navigation.h"
+#include "viewmodels/AccountsModel.h"
+#include "viewmodels/DashboardModel.h"
+#include "viewmodels/GeneralSettingsModel.h"
+
+#include <QLocale>
+#include <QObject>
+#include <QPointer>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <memory>
+
+// What differs between the release program and the test build of the same application.
+struct AppOptions
+{
+    EngineEnvironment environment;
+    QLocale locale;
+    QString autostartConfigHome; // empty: the user's real configuration folder
+    bool createTray = true;
+};
+
+// The application entry: owns the engine (and, later, the update checker) for the life of
+// the process, the view models, the tray item and the panel window.
+class QuorvaneApp : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application object")
+    Q_PROPERTY(Navigation *navigation READ navigation CONSTANT)
+    Q_PROPERTY(DashboardModel *dashboard READ dashboard CONSTANT)
+    Q_PROPERTY(GeneralSettingsModel *general READ general CONSTANT)
+    Q_PROPERTY(AccountsModel *accounts READ accounts CONSTANT)
+
+public:
+    static constexpr int panelWidth = 440;
+
+    explicit QuorvaneApp(AppOptions options, QObject *parent = nullptr);
+    ~QuorvaneApp() override;
+
+    // Creates the tray item and loads the (hidden) panel window.
+    bool start();
+
+    RevenueEngine *engine() { return m_engine.get(); }
+    Navigation *navigation() { return &m_navigation; }
+    DashboardModel *dashboard() { return m_dashboard.get(); }
+    GeneralSettingsModel *general() { return m_general.get(); }
+    AccountsModel *accounts() { return m_accounts.get(); }
+    TrayItem *tray() { return m_tray.get(); }
+    QQuickWindow *window() const { return m_window; }
+    QQmlApplicationEngine *qmlEngine() { return &m_qml; }
+
+    // Shows the panel next to the tray item, or hides it when it is open.
+    void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
+    void showPanelAt(const QPoint &topLeft);
+
+    Q_INVOKABLE void quit();
+    Q_INVOKABLE void openUrl(const QUrl &url);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void updateTray();
+    void applyStartAtLogin();
+
+    AppOptions m_options;
+    std::unique_ptr<RevenueEngine> m_engine;
+    Appearance m_appearance;
+    Navigation m_navigation;
+    std::unique_ptr<DashboardModel> m_dashboard;
+    std::unique_ptr<GeneralSettingsModel> m_general;
+    std::unique_ptr<AccountsModel> m_accounts;
+    std::unique_ptr<TrayItem> m_tray;
+    std::unique_ptr<LoginItem> m_loginItem;
+    QQmlApplicationEngine m_qml;
+    QPointer<QQuickWindow> m_window;
+    bool m_wasActive = false;
+};

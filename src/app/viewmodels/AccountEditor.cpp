@@ -1,0 +1,109 @@
+#include "AccountEditor.h"
+
+#include <QUrlQuery>
+
+using namespace Qt::StringLiterals;
+
+namespace ProviderLinks {
+
+QUrl stripeCreateURL()
+{
+    QUrl url(u"https://dashboard.stripe.com/apikeys/create"_s);
+    QUrlQuery query;
+    query.addQueryItem(u"name"_s, u"Quorvane"_s);
+    for (const char *permission : {"rak_charge_read", "rak_invoice_read", "rak_subscription_read", "rak_customer_read",
+                                   "rak_event_read", "rak_account_read", "rak_invoice_write"})
+        query.addQueryItem(u"permissions[]"_s, QString::fromLatin1(permission));
+    url.setQuery(query);
+    return url;
+}
+
+QUrl paypalApplicationsURL(bool live)
+{
+    return QUrl(live ? u"https://developer.paypal.com/dashboard/applications/live"_s
+                     : u"https://developer.paypal.com/dashboard/applications/sandbox"_s);
+}
+
+} // namespace ProviderLinks
+
+AccountEditor::AccountEditor(Account account, QString fallbackTitle, QObject *parent)
+    : QObject(parent)
+    , m_account(std::move(account))
+    , m_fallbackTitle(std::move(fallbackTitle))
+{
+}
+
+bool AccountEditor::isValid(const Account &account)
+{
+    if (account.provider == AccountProvider::Stripe)
+        return account.stripeRestrictedKey.trimmed().toLower().startsWith(u"rk_"_s);
+    return !account.paypalClientId.trimmed().isEmpty() && !account.paypalSecret.trimmed().isEmpty();
+}
+
+QString AccountEditor::paypalHelpText(bool live)
+{
+    return u"Create a REST app in your [PayPal Developer Dashboard]("_s
+           + ProviderLinks::paypalApplicationsURL(live).toString(QUrl::FullyEncoded) + u") and paste the credentials above."_s;
+}
+
+void AccountEditor::setName(const QString &name)
+{
+    assign(m_account.name, name);
+}
+
+void AccountEditor::setProviderIndex(int index)
+{
+    assign(m_account.provider, index == 1 ? AccountProvider::PayPal : AccountProvider::Stripe);
+}
+
+void AccountEditor::setStripeRestrictedKey(const QString &key)
+{
+    assign(m_account.stripeRestrictedKey, key);
+}
+
+void AccountEditor::setPaypalClientId(const QString &id)
+{
+    assign(m_account.paypalClientId, id);
+}
+
+void AccountEditor::setPaypalSecret(const QString &secret)
+{
+    assign(m_account.paypalSecret, secret);
+}
+
+void AccountEditor::setEnvironmentIndex(int index)
+{
+    assign(m_account.paypalLive, index != 1);
+}
+
+void AccountEditor::setEnabled(bool enabled)
+{
+    assign(m_account.enabled, enabled);
+}
+
+QString AccountEditor::titleText() const
+{
+    const QString trimmed = m_account.name.trimmed();
+    return trimmed.isEmpty() ? m_fallbackTitle : trimmed;
+}
+
+QStringList AccountEditor::providerLabels() const
+{
+    return {u"Stripe"_s, u"PayPal"_s};
+}
+
+QStringList AccountEditor::environmentLabels() const
+{
+    return {u"Live environment"_s, u"Sandbox"_s};
+}
+
+void AccountEditor::save()
+{
+    if (isValid())
+        Q_EMIT saved(m_account);
+}
+
+void AccountEditor::cancel()
+{
+    Q_EMIT cancelled();
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "model/Account.h"
+
+#include <QObject>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+// Build configuration: where the provider dashboards live.
+namespace ProviderLinks {
+QUrl stripeCreateURL();
+QUrl paypalApplicationsURL(bool live);
+} // namespace ProviderLinks
+
+// The working copy of one account while it is edited. Nothing is stored until save().
+class AccountEditor : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made by the accounts pane")
+    Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
+    Q_PROPERTY(int providerIndex READ providerIndex WRITE setProviderIndex NOTIFY changed)
+    Q_PROPERTY(bool isStripe READ isStripe NOTIFY changed)
+    Q_PROPERTY(QString stripeRestrictedKey READ stripeRestrictedKey WRITE setStripeRestrictedKey NOTIFY changed)
+    Q_PROPERTY(QString paypalClientId READ paypalClientId WRITE setPaypalClientId NOTIFY changed)
+    Q_PROPERTY(QString paypalSecret READ paypalSecret WRITE setPaypalSecret NOTIFY changed)
+    Q_PROPERTY(int environmentIndex READ environmentIndex WRITE setEnvironmentIndex NOTIFY changed)
+    Q_PROPERTY(bool enabled READ enabled WRITE setEnabled NOTIFY changed)
+    Q_PROPERTY(QString titleText READ titleText NOTIFY changed)
+    Q_PROPERTY(QString badgeLetter READ badgeLetter NOTIFY changed)
+    Q_PROPERTY(bool isValid READ isValid NOTIFY changed)
+    Q_PROPERTY(QUrl stripeCreateUrl READ stripeCreateUrl CONSTANT)
+    Q_PROPERTY(QString paypalHelpText READ paypalHelpText NOTIFY changed)
+    Q_PROPERTY(QStringList providerLabels READ providerLabels CONSTANT)
+    Q_PROPERTY(QStringList environmentLabels READ environmentLabels CONSTANT)
+
+public:
+    AccountEditor(Account account, QString fallbackTitle, QObject *parent = nullptr);
+
+    static bool isValid(const Account &account);
+    static QString paypalHelpText(bool live);
+
+    const Account &account() const { return m_account; }
+
+    QString name() const { return m_account.name; }
+    void setName(const QString &name);
+    int providerIndex() const { return m_account.provider == AccountProvider::Stripe ? 0 : 1; }
+    void setProviderIndex(int index);
+    bool isStripe() const { return m_account.provider == AccountProvider::Stripe; }
+    QString stripeRestrictedKey() const { return m_account.stripeRestrictedKey; }
+    void setStripeRestrictedKey(const QString &key);
+    QString paypalClientId() const { return m_account.paypalClientId; }
+    void setPaypalClientId(const QString &id);
+    QString paypalSecret() const { return m_account.paypalSecret; }
+    void setPaypalSecret(const QString &secret);
+    int environmentIndex() const { return m_account.paypalLive ? 0 : 1; }
+    void setEnvironmentIndex(int index);
+    bool enabled() const { return m_account.enabled; }
+    void setEnabled(bool enabled);
+
+    QString titleText() const;
+    QString badgeLetter() const { return isStripe() ? QStringLiteral("S") : QStringLiteral("P"); }
+    bool isValid() const { return isValid(m_account); }
+    QUrl stripeCreateUrl() const { return ProviderLinks::stripeCreateURL(); }
+    QString paypalHelpText() const { return paypalHelpText(m_account.paypalLive); }
+    QStringList providerLabels() const;
+    QStringList environmentLabels() const;
+
+    Q_INVOKABLE void save();
+    Q_INVOKABLE void cancel();
+
+Q_SIGNALS:
+    void changed();
+    void saved(const Account &account);
+    void cancelled();
+
+private:
+    template<typename T>
+    void assign(T &field, const T &value)
+    {
+        if (field == value)
+            return;
+        field = value;
+        Q_EMIT changed();
+    }
+    Account m_account;
+    QString m_fallbackTitle;
+};

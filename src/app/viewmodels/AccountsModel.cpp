@@ -1,0 +1,130 @@
+#include "AccountsModel.h"
+
+#include "engine/RevenueEngine.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+QString AccountsModel::nextAccountNumberTitle(const Account &account, const QList<Account> &accounts)
+{
+    for (qsizetype i = 0; i < accounts.size(); ++i) {
+        if (accounts.at(i).id != account.id)
+            continue;
+        if (!accounts.at(i).name.isEmpty())
+            return accounts.at(i).name;
+        return u"Account %1"_s.arg(i + 1);
+    }
+    return u"Account %1"_s.arg(accounts.size() + 1);
+}
+
+AccountsModel::AccountsModel(RevenueEngine *engine, QObject *parent)
+    : QAbstractListModel(parent)
+    , m_engine(engine)
+{
+    connect(engine, &RevenueEngine::accountsChanged, this, &AccountsModel::reload);
+    connect(engine, &RevenueEngine::missingEventScopeAccountsChanged, this, &AccountsModel::reload);
+    reload();
+}
+
+void AccountsModel::reload()
+{
+    beginResetModel();
+    m_accounts = m_engine->accounts();
+    endResetModel();
+    Q_EMIT countChanged();
+}
+
+int AccountsModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_accounts.size());
+}
+
+QVariant AccountsModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const Account &a = m_accounts.at(index.row());
+    const bool stripe = a.provider == AccountProvider::Stripe;
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole: return a.name.isEmpty() ? u"(unnamed)"_s : a.name;
+    case ProviderRole: return stripe ? u"Stripe"_s : u"PayPal"_s;
+    case ProviderSymbolRole: return stripe ? u"creditcard.fill"_s : u"p.circle.fill"_s;
+    case NeedsEventsScopeRole: return m_engine->missingEventScopeAccounts().contains(a.id);
+    case EnabledRole: return a.enabled;
+    case IconSourceRole: {
+        const QString file = QDir(m_engine->storage().folder()).filePath(u"icons/"_s + uuidText(a.id) + u".png"_s);
+        return QFileInfo::exists(file) ? QUrl::fromLocalFile(file).toString() : QString();
+    }
+    }
+    return {};
+}
+
+QHash<int, QByteArray> AccountsModel::roleNames() const
+{
+    return {{NameRole, "name"},
+            {ProviderRole, "provider"},
+            {ProviderSymbolRole, "providerSymbol"},
+            {NeedsEventsScopeRole, "needsEventsScope"},
+            {EnabledRole, "accountEnabled"},
+            {IconSourceRole, "iconSource"}};
+}
+
+bool AccountsModel::isEmpty() const
+{
+    return m_accounts.isEmpty();
+}
+
+void AccountsModel::openEditor(const Account &account)
+{
+    if (m_editor)
+        m_editor->deleteLater();
+    m_editor = new AccountEditor(account, nextAccountNumberTitle(account, m_engine->accounts()), this);
+    connect(m_editor, &AccountEditor::saved, this, [this](const Account &saved) {
+        m_engine->upsertAccount(saved);
+        closeEditor();
+        // The new credentials are tried at once; the cycle reports its own errors.
+        m_engine->refresh();
+    });
+    connect(m_editor, &AccountEditor::cancelled, this, &AccountsModel::closeEditor);
+    Q_EMIT editorChanged();
+}
+
+void AccountsModel::addAccount(const QString &provider)
+{
+    if (const auto p = fromRaw<AccountProvider>(provider))
+        openEditor(Account::newAccount(*p));
+}
+
+void AccountsModel::edit(int row)
+{
+    if (row >= 0 && row < m_accounts.size())
+        openEditor(m_accounts.at(row));
+}
+
+void AccountsModel::setEnabled(int row, bool enabled)
+{
+    if (row < 0 || row >= m_accounts.size())
+        return;
+    Account changed = m_accounts.at(row);
+    changed.enabled = enabled;
+    m_engine->upsertAccount(changed);
+}
+
+void AccountsModel::remove(int row)
+{
+    if (row >= 0 && row < m_accounts.size())
+        m_engine->removeAccount(m_accounts.at(row));
+}
+
+void AccountsModel::closeEditor()
+{
+    if (!m_editor)
+        return;
+    m_editor->deleteLater();
+    m_editor = nullptr;
+    Q_EMIT editorChanged();
+}

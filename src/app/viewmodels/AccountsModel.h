@@ -1,0 +1,54 @@
+#pragma once
+
+#include "model/Account.h"
+#include "viewmodels/AccountEditor.h"
+
+#include <QAbstractListModel>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+class RevenueEngine;
+
+// The accounts tab: the list of connected accounts, or the editor while one is edited.
+class AccountsModel : public QAbstractListModel
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the application")
+    Q_PROPERTY(AccountEditor *editor READ editor NOTIFY editorChanged)
+    Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY countChanged)
+
+public:
+    enum Role { NameRole = Qt::UserRole + 1, ProviderRole, ProviderSymbolRole, NeedsEventsScopeRole, EnabledRole, IconSourceRole };
+
+    // The editor's fallback title for `account` given the stored list.
+    static QString nextAccountNumberTitle(const Account &account, const QList<Account> &accounts);
+
+    explicit AccountsModel(RevenueEngine *engine, QObject *parent = nullptr);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    AccountEditor *editor() const { return m_editor; }
+    bool isEmpty() const;
+
+    // "stripe" or "paypal".
+    Q_INVOKABLE void addAccount(const QString &provider);
+    Q_INVOKABLE void edit(int row);
+    Q_INVOKABLE void setEnabled(int row, bool enabled);
+    Q_INVOKABLE void remove(int row);
+    // Back to the list without storing anything.
+    Q_INVOKABLE void closeEditor();
+
+Q_SIGNALS:
+    void editorChanged();
+    void countChanged();
+
+private:
+    void openEditor(const Account &account);
+    void reload();
+    RevenueEngine *m_engine;
+    QList<Account> m_accounts;
+    QPointer<AccountEditor> m_editor;
+};

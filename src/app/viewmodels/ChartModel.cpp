@@ -1,0 +1,94 @@
+#include "ChartModel.h"
+
+#include "viewmodels/Formatting.h"
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+QList<Plot> plotData(const QList<DailyBucket> &buckets)
+{
+    QList<Plot> out;
+    for (int i = 0; i < buckets.size(); ++i) {
+        const DailyBucket &b = buckets.at(i);
+        if (b.newMRR > 0)
+            out.append(Plot{i, b.newMRR, u"New"_s});
+        if (b.recurringMRR > 0)
+            out.append(Plot{i, b.recurringMRR, u"Recurring"_s});
+        if (b.churn > 0)
+            out.append(Plot{i, -b.churn, u"Churn"_s});
+    }
+    return out;
+}
+
+QList<double> yAxisMarks(double minimum, double maximum, int target)
+{
+    minimum = std::min(0.0, minimum);
+    maximum = std::max(0.0, maximum);
+    const double span = maximum - minimum;
+    if (!(span > 0) || !std::isfinite(span))
+        return {0.0};
+    const double raw = span / std::max(1, target);
+    const double magnitude = std::pow(10.0, std::floor(std::log10(raw)));
+    double step = magnitude;
+    for (double factor : {1.0, 2.0, 2.5, 5.0, 10.0}) {
+        step = factor * magnitude;
+        if (step >= raw)
+            break;
+    }
+    QList<double> marks;
+    const double first = std::floor(minimum / step) * step;
+    const double last = std::ceil(maximum / step) * step;
+    for (double v = first; v <= last + step / 2; v += step)
+        marks.append(std::abs(v) < step / 1e6 ? 0.0 : v);
+    return marks;
+}
+
+QColor seriesColor(const QString &series)
+{
+    if (series == u"New"_s)
+        return Formatting::kindColor(RevenueKind::New);
+    if (series == u"Recurring"_s)
+        return Formatting::kindColor(RevenueKind::Recurring);
+    return Formatting::kindColor(RevenueKind::Churn);
+}
+
+ChartModel::ChartModel(QLocale locale, QObject *parent)
+    : QObject(parent)
+    , m_locale(std::move(locale))
+{
+}
+
+void ChartModel::setData(const QList<DailyBucket> &buckets, const TimeContext &calendar, bool privacyMode)
+{
+    m_bucketCount = buckets.size();
+    m_plots = plotData(buckets);
+    m_privacyMode = privacyMode;
+    m_stride = Formatting::xStride(buckets.size());
+
+    // Stacks per day decide the axis extent, not single segments.
+    QHash<int, std::pair<double, double>> stacks;
+    for (const Plot &p : std::as_const(m_plots)) {
+        auto &[below, above] = stacks[p.day];
+        (p.value < 0 ? below : above) += p.value;
+    }
+    double low = 0, high = 0;
+    for (const auto &[below, above] : std::as_const(stacks)) {
+        low = std::min(low, below);
+        high = std::max(high, above);
+    }
+    m_yMarks = m_plots.isEmpty() ? QList<double>{0.0, 250.0, 500.0, 750.0, 1000.0} : yAxisMarks(low, high);
+
+    m_xLabels.clear();
+    for (int i = 0; i < buckets.size(); i += m_stride)
+        m_xLabels.append(XLabel{i, m_locale.toString(calendar.local(buckets.at(i).date).date(), u"MMM d"_s)});
+    Q_EMIT changed();
+}
+
+QStringList ChartModel::yLabels() const
+{
+    QStringList out;
+    for (double v : m_yMarks)
+        out.append(Formatting::formatY(v, m_privacyMode));
+    return out;
+}

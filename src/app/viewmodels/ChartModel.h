@@ -1,0 +1,65 @@
+#pragma once
+
+#include "model/DailyBucket.h"
+#include "util/TimeContext.h"
+
+#include <QColor>
+#include <QLocale>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+// One bar segment of the chart: US dollars, negative for churn.
+struct Plot
+{
+    int day = 0; // index of the bucket
+    double value = 0;
+    QString series; // "New", "Recurring", "Churn"
+    friend bool operator==(const Plot &, const Plot &) = default;
+};
+
+// Day bars stacked from zero: new and recurring above the line, churn below.
+QList<Plot> plotData(const QList<DailyBucket> &buckets);
+// Round axis marks covering [minimum, maximum] (zero always included), about `target` steps.
+QList<double> yAxisMarks(double minimum, double maximum, int target = 4);
+QColor seriesColor(const QString &series);
+
+// What the chart item draws: the plots, the axis marks and their labels.
+class ChartModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the dashboard")
+    Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY changed)
+    Q_PROPERTY(int dayCount READ dayCount NOTIFY changed)
+
+public:
+    struct XLabel
+    {
+        int day;
+        QString text;
+    };
+
+    ChartModel(QLocale locale, QObject *parent = nullptr);
+
+    void setData(const QList<DailyBucket> &buckets, const TimeContext &calendar, bool privacyMode);
+
+    bool isEmpty() const { return m_plots.isEmpty(); }
+    int dayCount() const { return static_cast<int>(m_bucketCount); }
+    const QList<Plot> &plots() const { return m_plots; }
+    const QList<double> &yMarks() const { return m_yMarks; }
+    QStringList yLabels() const;
+    const QList<XLabel> &xLabels() const { return m_xLabels; }
+    int stride() const { return m_stride; }
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    QLocale m_locale;
+    qsizetype m_bucketCount = 0;
+    QList<Plot> m_plots;
+    QList<double> m_yMarks;
+    QList<XLabel> m_xLabels;
+    int m_stride = 1;
+    bool m_privacyMode = false;
+};

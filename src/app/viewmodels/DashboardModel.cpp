@@ -1,0 +1,306 @@
+#include "DashboardModel.h"
+
+#include "engine/RevenueEngine.h"
+#include "viewmodels/Formatting.h"
+
+using namespace Qt::StringLiterals;
+
+namespace DashboardLogic {
+
+bool rangeHasHistoricalLimit(TimeRange range, Date customStart, Date now, const TimeContext &calendar)
+{
+    switch (range) {
+    case TimeRange::Last90Days: return true;
+    case TimeRange::Custom: return customStart < calendar.addingDays(now, -30);
+    default: return false;
+    }
+}
+
+bool isRangeDataIncomplete(TimeRange range, Date customStart, bool isLoadingHistoricalGap, Date now,
+                           const TimeContext &calendar)
+{
+    return isLoadingHistoricalGap && rangeHasHistoricalLimit(range, customStart, now, calendar);
+}
+
+QString accountFilterLabel(const QList<Account> &accounts, const std::optional<QUuid> &filter)
+{
+    if (!filter)
+        return u"All accounts"_s;
+    for (const Account &a : accounts)
+        if (a.id == *filter)
+            return a.name.isEmpty() ? u"Account"_s : a.name;
+    return u"All accounts"_s;
+}
+
+Headline headline(const Totals &totals, const QSet<RevenueKind> &unavailable, const Preferences &preferences,
+                  bool isRangeDataIncomplete)
+{
+    if (isRangeDataIncomplete)
+        return {Headline::State::Loading, {}, {}};
+    if (unavailable.contains(RevenueKind::New) && unavailable.contains(RevenueKind::Recurring))
+        return {Headline::State::Unavailable, {}, {}};
+    Headline h;
+    h.amount = Formatting::formatMoney(totals.newMRR + totals.recurringMRR, preferences);
+    if (totals.churn > 0 && !unavailable.contains(RevenueKind::Churn))
+        h.churnLine = u"MRR lost from cancellations: -"_s + Formatting::formatMoney(totals.churn, preferences);
+    return h;
+}
+
+} // namespace DashboardLogic
+
+DashboardModel::DashboardModel(RevenueEngine *engine, QLocale locale, QObject *parent)
+    : QObject(parent)
+    , m_engine(engine)
+    , m_locale(locale)
+    , m_feed(engine, locale)
+    , m_chart(locale)
+    , m_customStart(locale)
+    , m_customEnd(locale)
+{
+    const auto refreshAll = [this] {
+        rebuildLists();
+        recompute();
+    };
+    connect(engine, &RevenueEngine::feedChanged, this, refreshAll);
+    connect(engine, &RevenueEngine::accountsChanged, this, refreshAll);
+    connect(engine, &RevenueEngine::selectedAccountFilterChanged, this, refreshAll);
+    connect(engine, &RevenueEngine::preferencesChanged, this, refreshAll);
+    connect(engine, &RevenueEngine::dailyBucketsChanged, this, &DashboardModel::recompute);
+    for (auto signal : {&RevenueEngine::isLoadingChanged, &RevenueEngine::lastErrorChanged,
+                        &RevenueEngine::lastRefreshedChanged, &RevenueEngine::lastRefreshDurationChanged,
+                        &RevenueEngine::refreshProgressChanged, &RevenueEngine::refreshStartTimeChanged,
+                        &RevenueEngine::unavailableKindsChanged, &RevenueEngine::isLoadingHistoricalGapChanged})
+        connect(engine, signal, this, &DashboardModel::recompute);
+
+    connect(&m_accountFilters, &ChoiceListModel::chosen, this, [this](int row) {
+        // Row 0 is "All accounts", row 1 the separator, then the accounts in order.
+        const QList<Account> &accounts = m_engine->accounts();
+        if (row == 0)
+            m_engine->setSelectedAccountFilter(std::nullopt);
+        else if (row >= 2 && row - 2 < accounts.size())
+            m_engine->setSelectedAccountFilter(accounts.at(row - 2).id);
+    });
+    connect(&m_ranges, &ChoiceListModel::chosen, this, [this](int row) {
+        const auto all = allCases<TimeRange>();
+        if (row >= 0 && row < static_cast<int>(all.size()))
+            selectRange(all[row]);
+    });
+    connect(&m_customStart, &DatePickerModel::picked, this,
+            [this](QDate day) { setCustomRange(day, std::max(day, m_customEnd.selected())); });
+    connect(&m_customEnd, &DatePickerModel::picked, this,
+            [this](QDate day) { setCustomRange(m_customStart.selected(), day); });
+
+    m_secondTimer.setInterval(1000);
+    connect(&m_secondTimer, &QTimer::timeout, this, &DashboardModel::clockTicked);
+    m_minuteTimer.setInterval(60'000);
+    connect(&m_minuteTimer, &QTimer::timeout, this, [this] {
+        m_feed.refreshDateLabels();
+        Q_EMIT clockTicked();
+    });
+    m_minuteTimer.start();
+
+    rebuildLists();
+    recompute();
+}
+
+void DashboardModel::rebuildLists()
+{
+    const Preferences &prefs = m_engine->preferences();
+    const auto filter = m_engine->selectedAccountFilter();
+    QList<ChoiceListModel::Item> filters{{u"All accounts"_s, !filter, false}, {QString(), false, true}};
+    for (const Account &a : m_engine->accounts())
+        filters.append({a.name.isEmpty() ? u"(unnamed)"_s : a.name, filter == a.id, false});
+    m_accountFilters.setItems(filters);
+
+    QList<ChoiceListModel::Item> ranges;
+    for (TimeRange r : allCases<TimeRange>())
+        ranges.append({Formatting::rangeMenuLabel(r), r == prefs.selectedRange, false});
+    m_ranges.setItems(ranges);
+
+    m_feed.rebuild();
+    updatePickers();
+}
+
+void DashboardModel::updatePickers()
+{
+    const TimeContext &calendar = m_engine->calendar();
+    const Preferences &prefs = m_engine->preferences();
+    const QDate today = calendar.local(m_engine->now()).date();
+    const QDate start = calendar.local(prefs.customRangeStart).date();
+    const QDate end = calendar.local(prefs.customRangeEnd).date();
+    m_customStart.setState(start, QDate(), today);
+    m_customEnd.setState(end, start, today);
+}
+
+void DashboardModel::recompute()
+{
+    const Preferences &prefs = m_engine->preferences();
+    const Totals totals = m_engine->totals(prefs.selectedRange);
+    m_headline = DashboardLogic::headline(totals, m_engine->unavailableKinds(), prefs, isRangeDataIncomplete());
+    m_tiles.setTiles(TilesModel::tiles(totals, m_engine->unavailableKinds(), prefs));
+    m_chart.setData(m_engine->buckets(prefs.selectedRange), m_engine->calendar(), prefs.privacyMode);
+    updateTimers();
+    Q_EMIT changed();
+    Q_EMIT clockTicked();
+}
+
+void DashboardModel::updateTimers()
+{
+    if (m_engine->isLoading() && !m_secondTimer.isActive())
+        m_secondTimer.start();
+    else if (!m_engine->isLoading())
+        m_secondTimer.stop();
+}
+
+QString DashboardModel::rangeTitle() const
+{
+    return Formatting::rangeTitle(m_engine->preferences().selectedRange);
+}
+
+QString DashboardModel::headlineState() const
+{
+    switch (m_headline.state) {
+    case DashboardLogic::Headline::State::Loading: return u"loading"_s;
+    case DashboardLogic::Headline::State::Unavailable: return u"unavailable"_s;
+    case DashboardLogic::Headline::State::Amount: return u"amount"_s;
+    }
+    return {};
+}
+
+bool DashboardModel::isLoading() const
+{
+    return m_engine->isLoading();
+}
+
+QString DashboardModel::progressText() const
+{
+    return m_engine->refreshProgress().value_or(QString());
+}
+
+QString DashboardModel::elapsedText() const
+{
+    const auto start = m_engine->refreshStartTime();
+    if (!m_engine->isLoading() || !start)
+        return {};
+    return Formatting::formatDuration(std::max(0.0, m_engine->now().secondsSince(*start)));
+}
+
+QString DashboardModel::updatedText() const
+{
+    const auto refreshed = m_engine->lastRefreshed();
+    if (m_engine->isLoading() || !refreshed)
+        return {};
+    return u"Updated "_s + Formatting::relativeTime(*refreshed, m_engine->now());
+}
+
+QString DashboardModel::tookText() const
+{
+    const auto duration = m_engine->lastRefreshDuration();
+    if (m_engine->isLoading() || !m_engine->lastRefreshed() || !duration)
+        return {};
+    return u"Took "_s + Formatting::formatDuration(*duration);
+}
+
+bool DashboardModel::isFillingHistory() const
+{
+    return m_engine->isLoadingHistoricalGap();
+}
+
+bool DashboardModel::hasAccounts() const
+{
+    return !m_engine->accounts().isEmpty();
+}
+
+QString DashboardModel::accountFilterLabel() const
+{
+    return DashboardLogic::accountFilterLabel(m_engine->accounts(), m_engine->selectedAccountFilter());
+}
+
+QString DashboardModel::rangeLabel() const
+{
+    return Formatting::rangeMenuLabel(m_engine->preferences().selectedRange);
+}
+
+bool DashboardModel::isCustomRange() const
+{
+    return m_engine->preferences().selectedRange == TimeRange::Custom;
+}
+
+bool DashboardModel::isRangeDataIncomplete() const
+{
+    const Preferences &p = m_engine->preferences();
+    return DashboardLogic::isRangeDataIncomplete(p.selectedRange, p.customRangeStart, m_engine->isLoadingHistoricalGap(),
+                                                 m_engine->now(), m_engine->calendar());
+}
+
+bool DashboardModel::rangeHasHistoricalLimit() const
+{
+    const Preferences &p = m_engine->preferences();
+    return DashboardLogic::rangeHasHistoricalLimit(p.selectedRange, p.customRangeStart, m_engine->now(),
+                                                   m_engine->calendar());
+}
+
+int DashboardModel::feedCount() const
+{
+    return static_cast<int>(m_engine->feed().size());
+}
+
+QString DashboardModel::lastError() const
+{
+    return m_engine->lastError().value_or(QString());
+}
+
+bool DashboardModel::privacyMode() const
+{
+    return m_engine->preferences().privacyMode;
+}
+
+QString DashboardModel::privacySymbol() const
+{
+    return privacyMode() ? u"eye.slash.fill"_s : u"eye"_s;
+}
+
+QString DashboardModel::privacyTooltip() const
+{
+    return privacyMode() ? u"Privacy mode ON — numbers hidden. Click to show."_s
+                         : u"Privacy mode — hide all $ amounts for screenshots."_s;
+}
+
+void DashboardModel::savePreferences(const std::function<void(Preferences &)> &edit)
+{
+    Preferences p = m_engine->preferences();
+    edit(p);
+    m_engine->setPreferences(p);
+}
+
+void DashboardModel::togglePrivacy()
+{
+    savePreferences([](Preferences &p) { p.privacyMode = !p.privacyMode; });
+}
+
+void DashboardModel::refresh()
+{
+    m_engine->triggerRefresh();
+}
+
+void DashboardModel::cancelRefresh()
+{
+    m_engine->cancelCurrentRefresh();
+}
+
+void DashboardModel::selectRange(TimeRange range)
+{
+    savePreferences([range](Preferences &p) { p.selectedRange = range; });
+}
+
+void DashboardModel::setCustomRange(QDate start, QDate end)
+{
+    const TimeContext &calendar = m_engine->calendar();
+    const QDate today = calendar.local(m_engine->now()).date();
+    start = std::min(start, today);
+    end = std::clamp(end, start, today);
+    savePreferences([&](Preferences &p) {
+        p.customRangeStart = Date::fromDateTime(start.startOfDay(calendar.zone()));
+        p.customRangeEnd = Date::fromDateTime(end.startOfDay(calendar.zone()));
+    });
+}

@@ -1,0 +1,90 @@
+#include "RevenueChart.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+RevenueChart::RevenueChart(QQuickItem *parent)
+    : QQuickPaintedItem(parent)
+{
+    setAntialiasing(true);
+    connect(this, &RevenueChart::styleChanged, this, [this] { update(); });
+}
+
+void RevenueChart::setModel(ChartModel *model)
+{
+    if (m_model == model)
+        return;
+    if (m_model)
+        disconnect(m_model, nullptr, this, nullptr);
+    m_model = model;
+    if (m_model)
+        connect(m_model, &ChartModel::changed, this, [this] { update(); });
+    Q_EMIT modelChanged();
+    update();
+}
+
+void RevenueChart::paint(QPainter *painter)
+{
+    if (!m_model)
+        return;
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setFont(m_font);
+    const QFontMetricsF metrics(m_font);
+
+    const QList<double> &marks = m_model->yMarks();
+    const QStringList labels = m_model->yLabels();
+    qreal labelWidth = 0;
+    for (const QString &l : labels)
+        labelWidth = std::max(labelWidth, metrics.horizontalAdvance(l));
+
+    // The y labels sit on the right, as the plot reads from the left edge.
+    const QRectF plot(0, metrics.height() / 2, width() - labelWidth - 6, height() - metrics.height() * 1.5 - 6);
+    const double top = marks.isEmpty() ? 1 : marks.last();
+    const double bottom = marks.isEmpty() ? 0 : marks.first();
+    const double span = top - bottom > 0 ? top - bottom : 1;
+    const auto yOf = [&](double v) { return plot.bottom() - (v - bottom) / span * plot.height(); };
+
+    painter->setPen(QPen(m_gridColor, 1));
+    for (int i = 0; i < marks.size(); ++i) {
+        const qreal y = std::round(yOf(marks.at(i))) + 0.5;
+        painter->drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
+        painter->save();
+        painter->setPen(m_textColor);
+        painter->drawText(QRectF(plot.right() + 6, y - metrics.height() / 2, labelWidth, metrics.height()),
+                          Qt::AlignLeft | Qt::AlignVCenter, labels.at(i));
+        painter->restore();
+    }
+
+    const int days = std::max(1, m_model->dayCount());
+    const qreal slot = plot.width() / days;
+    const qreal barWidth = std::max<qreal>(1.0, slot * 0.62);
+
+    QHash<int, std::pair<double, double>> stacked; // per day: below, above
+    for (const Plot &p : m_model->plots()) {
+        auto &[below, above] = stacked[p.day];
+        double from, to;
+        if (p.value >= 0) {
+            from = above;
+            to = above + p.value;
+            above = to;
+        } else {
+            from = below;
+            to = below + p.value;
+            below = to;
+        }
+        const qreal x = plot.left() + slot * p.day + (slot - barWidth) / 2;
+        QRectF bar(QPointF(x, yOf(std::max(from, to))), QPointF(x + barWidth, yOf(std::min(from, to))));
+        QPainterPath path;
+        const qreal radius = std::min<qreal>(2, barWidth / 2);
+        path.addRoundedRect(bar, radius, radius);
+        painter->fillPath(path, seriesColor(p.series));
+    }
+
+    painter->setPen(m_textColor);
+    for (const auto &label : m_model->xLabels()) {
+        const qreal centre = plot.left() + slot * (label.day + 0.5);
+        const qreal w = metrics.horizontalAdvance(label.text) + 2;
+        qreal left = std::clamp(centre - w / 2, 0.0, std::max(0.0, plot.right() - w));
+        painter->drawText(QRectF(left, plot.bottom() + 4, w, metrics.height()), Qt::AlignCenter, label.text);
+    }
+}
