@@ -61,3 +61,8 @@ QJsonObject toJson(const AchievementsState &s, DateForm form)
         o.insert("bestMonthStartDate"_L1, encodeDate(*s.bestMonthStartDate, form));
     return o;
 }
+
+size_t qHash(const Achievement &a, size_t seed)
+{
+    return qHashMulti(seed, toRaw(a.period), a.thresholdUSD, a.achievedAt.referenceSeconds());
+}

@@ -33,4 +33,5 @@ struct AchievementsState
 };
 
 QJsonObject toJson(const Achievement &achievement, DateForm form = DateForm::Iso8601);
+size_t qHash(const Achievement &achievement, size_t seed = 0);
 QJsonObject toJson(const AchievementsState &state, DateForm form = DateForm::Iso8601);

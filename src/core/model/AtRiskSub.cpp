@@ -46,3 +46,12 @@ QJsonObject toJson(const AtRiskSub &s, DateForm form)
         o.insert("dashboardURL"_L1, s.dashboardURL->toString(QUrl::FullyEncoded));
     return o;
 }
+
+size_t qHash(const AtRiskSub &s, size_t seed)
+{
+    return qHashMulti(seed, s.id, s.accountId, s.accountName, s.customerEmail.value_or(QString()),
+                      s.customerEmail.has_value(), s.customerName.value_or(QString()), s.customerName.has_value(),
+                      s.planLabel, s.monthlyAmount, s.currency, s.monthlyUSD, toRaw(s.kind), s.sinceDate.referenceSeconds(),
+                      s.latestInvoiceId.value_or(QString()), s.latestInvoiceId.has_value(), s.dashboardURL.value_or(QUrl()),
+                      s.dashboardURL.has_value());
+}

@@ -28,3 +28,4 @@ struct AtRiskSub
 };
 
 QJsonObject toJson(const AtRiskSub &sub, DateForm form = DateForm::Iso8601);
+size_t qHash(const AtRiskSub &sub, size_t seed = 0);
