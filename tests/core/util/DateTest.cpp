@@ -37,3 +37,33 @@ TEST(Date, IsoTextDropsTheFraction)
     EXPECT_EQ(Date::fromUnix(1700000000.9).unixSecondsTruncated(), 1700000000);
     EXPECT_DOUBLE_EQ(Date::fromUnix(Date::unixOffset).referenceSeconds(), 0.0);
 }
+
+TEST(Date, ProviderDateFormsAndTheirLimits)
+{
+    struct Row
+    {
+        const char *name;
+        const char *text;
+        std::optional<double> unix;
+    };
+    const Row rows[] = {
+        {"PayPal's compact zero offset", "2026-11-20T09:41:07+0000", 1795167667},
+        {"lower-case separators", "2026-11-20t09:41:07z", 1795167667},
+        {"fraction with colon offset", "2026-11-20T11:41:07.5+02:00", 1795167667.5},
+        {"offset that changes the day", "2026-11-19T23:41:07-10:00", 1795167667},
+        {"leap day", "2028-02-29T00:00:00Z", 1835395200},
+        {"not a leap year", "2026-02-29T00:00:00Z", std::nullopt},
+        {"hour 24", "2026-11-20T24:00:00Z", std::nullopt},
+        {"offset hours out of range", "2026-11-20T09:41:07+24:00", std::nullopt},
+        {"offset without minutes", "2026-11-20T09:41:07+02", std::nullopt},
+        {"space instead of T", "2026-11-20 09:41:07Z", std::nullopt},
+        {"two-digit year", "26-11-20T09:41:07Z", std::nullopt},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto parsed = Date::fromIsoString(QString::fromLatin1(row.text));
+        ASSERT_EQ(parsed.has_value(), row.unix.has_value());
+        if (row.unix)
+            EXPECT_NEAR(parsed->unixSeconds(), *row.unix, 1e-6);
+    }
+}
