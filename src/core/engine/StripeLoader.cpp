@@ -126,8 +126,8 @@ QCoro::Task<QSet<QString>> RevenueEngine::resolveInvoiceLinks(StripeClient clien
     QHash<QString, QString> chargeByIntent;
     for (const SucceededChargeEvent &event : charges) {
         const RawCharge &c = event.charge;
-        // A charge that names its (empty) invoice is of the older shape and truly stand-alone.
-        if (alreadyPaying.contains(c.id) || c.invoice || !c.payment_intent || c.payment_intent->isEmpty()
+        // A charge of the older shape says itself whether it paid an invoice.
+        if (alreadyPaying.contains(c.id) || c.carriesInvoiceLink || !c.payment_intent || c.payment_intent->isEmpty()
             || c.amount.value_or(0) <= 0)
             continue;
         if (auto known = m_invoiceLinks.constFind(*c.payment_intent); known != m_invoiceLinks.cend()) {

@@ -161,6 +161,7 @@ RawCharge RawCharge::decode(JsonReader &reader)
     charge.paid = reader.optBoolean("paid"_L1);
     charge.customer = StripeJson::expandableId(reader, "customer"_L1);
     charge.invoice = StripeJson::expandableId(reader, "invoice"_L1);
+    charge.carriesInvoiceLink = !reader.raw("invoice"_L1).isUndefined();
     charge.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
     charge.billing_details = StripeJson::optObjectOf<BillingDetailsDecoder, BillingDetails>(reader, "billing_details"_L1);
     charge.description = reader.optString("description"_L1);

@@ -67,6 +67,9 @@ struct RawCharge
     // Old shape only: the new shape has no link from a charge to the invoice it paid; the
     // payment intent is what ties them together there.
     std::optional<QString> invoice;
+    // Whether the charge came in a shape that has the `invoice` key at all (even as null):
+    // then an absent invoice really means a stand-alone charge and needs no look-up.
+    bool carriesInvoiceLink = false;
     std::optional<QString> payment_intent;
     std::optional<BillingDetails> billing_details;
     std::optional<QString> description;

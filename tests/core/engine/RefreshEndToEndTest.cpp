@@ -169,6 +169,13 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                            .paymentIntent = u"pi_sale"_s, .description = u"Lifetime licence"_s},
                           Shape::Current),
                    Shape::Current));
+    // A legacy-shape sale says "invoice": null itself and costs no look-up.
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_5b"_s, u"charge.succeeded"_s, 1'795'211'000,
+                   charge({.id = u"ch_legacy_sale"_s, .amount = 1500, .created = 1'795'211'000, .customer = u"cus_two"_s,
+                           .paymentIntent = u"pi_legacy_sale"_s, .description = u"Sticker pack"_s},
+                          Shape::Legacy),
+                   Shape::Legacy));
     // Yen are whole units: 5000 is ¥5000.
     addEvent(main, u"invoice.payment_succeeded"_s,
              StripeBodies::event(u"evt_6"_s, u"invoice.payment_succeeded"_s, 1'795'220'000,
@@ -199,7 +206,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
 
     ASSERT_TRUE(stripe.unexpected().isEmpty());
     const auto events = byId(e.feed());
-    EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
+    EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_legacy_sale"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
                                           u"in_current"_s, u"in_legacy"_s, u"in_yen"_s}));
     ASSERT_EQ(e.feed().size(), events.size()) << "every payment appears once";
     struct Expect
@@ -236,8 +243,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                                                     + QString::fromUtf8(error(u"invalid_request_error"_s, {},
                                                                               u"Invalid API Key provided: rk_test_****"_s))));
     EXPECT_EQ(e.unavailableKinds(), QSet<RevenueKind>{RevenueKind::Refund}) << "refunds are off by default";
-    EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{20 + 99, 52.92 + 32 + 27, 10}));
-    EXPECT_EQ(e.menubarLabel(), u"$230"_s);
+    EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{20 + 99 + 15, 52.92 + 32 + 27, 10}));
+    EXPECT_EQ(e.menubarLabel(), u"$245"_s);
     ASSERT_GE(progress.size(), 4);
     EXPECT_EQ(progress.first(), u"Fetching events · 0 of 3"_s);
     EXPECT_TRUE(progress.last().startsWith(u"Events · 3 of 3 · finished "_s));

@@ -115,6 +115,7 @@ TEST(StripeRecords, ChargeOfEitherShapeDecodesAlike)
         ASSERT_TRUE(charge.metadata.has_value());
         EXPECT_TRUE(charge.metadata->isEmpty());
         EXPECT_EQ(charge.invoice, shape == Shape::Legacy ? std::optional<QString>(spec.invoice) : std::nullopt);
+        EXPECT_EQ(charge.carriesInvoiceLink, shape == Shape::Legacy) << "only the older shape has the invoice key";
     }
 }
 
