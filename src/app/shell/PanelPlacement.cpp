@@ -7,7 +7,7 @@ QRect panelGeometry(const QRect &trayGeometry, const QPoint &clickPoint, const Q
 {
     const QRect anchor = trayGeometry.isValid() && !trayGeometry.isEmpty() ? trayGeometry : QRect(clickPoint, QSize(1, 1));
     const QRect &area = availableGeometry;
-    const QPoint centre = anchor.center();
+    const QPoint centre(anchor.x() + anchor.width() / 2, anchor.y() + anchor.height() / 2);
 
     // Which screen edge the tray sits on decides the direction the panel opens in.
     const int toTop = std::abs(centre.y() - area.top());

@@ -1,0 +1,164 @@
+#include "viewmodels/ChartModel.h"
+#include "viewmodels/Formatting.h"
+
+#include <QTimeZone>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+using namespace Formatting;
+
+TEST(Formatting, DurationPicksMillisecondsSecondsOrMinutes)
+{
+    const struct
+    {
+        double seconds;
+        const char *expected;
+    } cases[] = {{0.25, "250ms"}, {0.0, "0ms"}, {0.9994, "999ms"}, {1.0, "1.0s"}, {12.34, "12.3s"},
+                 {59.94, "59.9s"}, {60.0, "1m 0s"}, {125.0, "2m 5s"}, {3725.9, "62m 5s"}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.seconds);
+        EXPECT_EQ(formatDuration(c.seconds), QString::fromUtf8(c.expected));
+    }
+}
+
+TEST(Formatting, EventDateLabelSaysTodayYesterdayRelativeOrDate)
+{
+    const TimeContext calendar(QTimeZone("Europe/Berlin"), Qt::Monday);
+    const QLocale locale(QLocale::English, QLocale::UnitedStates);
+    // 2026-03-10 12:00 UTC is 13:00 in Berlin.
+    const Date now = Date::fromUnix(1'773'144'000);
+    const struct
+    {
+        const char *name;
+        double secondsAgo;
+        const char *expected;
+    } cases[] = {
+        {"earlier today", 3 * 3600, "Today at 10:00 AM"},
+        {"just after midnight", 13 * 3600 - 60, "Today at 12:01 AM"},
+        {"just before midnight", 13 * 3600 + 60, "Yesterday at 11:59 PM"},
+        {"yesterday afternoon", 24 * 3600, "Yesterday at 1:00 PM"},
+        {"three days ago", 3 * 86400, "3 days ago"},
+        {"six days ago", 6 * 86400 + 3600, "6 days ago"},
+        {"exactly a week ago", 604800, "Mar 3 at 1:00 PM"},
+        {"last month", 20 * 86400, "Feb 18 at 1:00 PM"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(eventDateLabel(now.addingSeconds(-c.secondsAgo), now, calendar, locale), QString::fromUtf8(c.expected));
+    }
+}
+
+TEST(Formatting, RelativeTimeUsesFullUnitsInBothDirections)
+{
+    const Date now = Date::fromUnix(1'773'144'000);
+    const struct
+    {
+        double secondsAgo;
+        const char *expected;
+    } cases[] = {{0.2, "just now"}, {1, "1 second ago"}, {59, "59 seconds ago"}, {60, "1 minute ago"},
+                 {150, "2 minutes ago"}, {3 * 3600, "3 hours ago"}, {86400, "1 day ago"},
+                 {-7200, "in 2 hours"}, {40 * 86400, "1 month ago"}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.secondsAgo);
+        EXPECT_EQ(relativeTime(now.addingSeconds(-c.secondsAgo), now), QString::fromUtf8(c.expected));
+    }
+}
+
+TEST(Formatting, NativeAmountsGroupAndShowCentsOnlyWhenNeeded)
+{
+    const QLocale us(QLocale::English, QLocale::UnitedStates);
+    const QLocale de(QLocale::German, QLocale::Germany);
+    EXPECT_EQ(formatNative(49, us), u"49");
+    EXPECT_EQ(formatNative(1234567, us), u"1,234,567");
+    EXPECT_EQ(formatNative(12.5, us), u"12.50");
+    EXPECT_EQ(formatNative(1499.99, us), u"1,499.99");
+    EXPECT_EQ(formatNative(1499.99, de), u"1.499,99");
+}
+
+TEST(Formatting, ChartYLabelsUseDollarMagnitudesAndHideInPrivacy)
+{
+    const struct
+    {
+        double value;
+        const char *expected;
+    } cases[] = {{0, "$0"}, {250, "$250"}, {999.4, "$999"}, {1000, "$1.0K"}, {2500, "$2.5K"},
+                 {1'200'000, "$1.2M"}, {-250, "$-250"}, {-2500, "$-2500"}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.value);
+        // Negative values never shorten: the K and M branches need a value above the line.
+        EXPECT_EQ(formatY(c.value, false), QString::fromUtf8(c.expected));
+        EXPECT_EQ(formatY(c.value, true), u"•");
+    }
+}
+
+TEST(Formatting, XStrideGivesAboutSixLabels)
+{
+    const struct
+    {
+        qsizetype buckets;
+        int stride;
+    } cases[] = {{0, 1}, {1, 1}, {6, 1}, {7, 2}, {13, 3}, {30, 5}, {31, 6}, {90, 15}, {91, 16}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.buckets);
+        EXPECT_EQ(xStride(c.buckets), c.stride);
+    }
+}
+
+TEST(Formatting, RangeTextsAndLinkLabels)
+{
+    EXPECT_EQ(rangeMenuLabel(TimeRange::Mtd), u"This month");
+    EXPECT_EQ(rangeTitle(TimeRange::Mtd), u"Revenue • Month-to-date");
+    EXPECT_EQ(rangeTitle(TimeRange::Custom), u"Revenue • Custom range");
+    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://dashboard.stripe.com/acct_1/invoices/in_1"))), u"stripe.com");
+    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://www.paypal.com/activity"))), u"www.paypal.com");
+    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("relative/path"))), u"Open");
+}
+
+TEST(Chart, PlotsStackNewAndRecurringAboveAndChurnBelow)
+{
+    const QList<DailyBucket> buckets = {
+        {Date::fromUnix(0), 10, 20, 0},
+        {Date::fromUnix(86400), 0, 0, 0},
+        {Date::fromUnix(172800), 0, 0, 30},
+        {Date::fromUnix(259200), -5, 7, 0},
+    };
+    const QList<Plot> expected = {{0, 10, QStringLiteral("New")},
+                                  {0, 20, QStringLiteral("Recurring")},
+                                  {2, -30, QStringLiteral("Churn")},
+                                  {3, 7, QStringLiteral("Recurring")}};
+    EXPECT_EQ(plotData(buckets), expected);
+}
+
+TEST(Chart, AxisMarksIncludeZeroAndCoverBothSides)
+{
+    const QList<double> marks = yAxisMarks(-120, 950);
+    ASSERT_FALSE(marks.isEmpty());
+    EXPECT_LE(marks.first(), -120);
+    EXPECT_GE(marks.last(), 950);
+    EXPECT_TRUE(marks.contains(0.0));
+    EXPECT_LE(marks.size(), 9);
+    EXPECT_EQ(yAxisMarks(0, 0), QList<double>{0.0});
+}
+
+TEST(Chart, ModelLabelsEveryStrideDayAndMasksYInPrivacy)
+{
+    const TimeContext calendar(QTimeZone::utc(), Qt::Monday);
+    QList<DailyBucket> buckets;
+    for (int i = 0; i < 13; ++i)
+        buckets.append(DailyBucket{Date::fromUnix(1'772'323'200 + i * 86400.0), 100.0 * i, 0, 0}); // from Mar 1
+    ChartModel model(QLocale(QLocale::English, QLocale::UnitedStates));
+    model.setData(buckets, calendar, false);
+    EXPECT_EQ(model.stride(), 3);
+    QStringList texts;
+    for (const auto &l : model.xLabels())
+        texts.append(l.text);
+    EXPECT_EQ(texts, (QStringList{QStringLiteral("Mar 1"), QStringLiteral("Mar 4"), QStringLiteral("Mar 7"),
+                                  QStringLiteral("Mar 10"), QStringLiteral("Mar 13")}));
+    EXPECT_FALSE(model.yLabels().contains(QStringLiteral("•")));
+    model.setData(buckets, calendar, true);
+    for (const QString &label : model.yLabels())
+        EXPECT_EQ(label, u"•");
+    model.setData({}, calendar, false);
+    EXPECT_TRUE(model.isEmpty());
+    EXPECT_FALSE(model.yLabels().isEmpty()); // axes still drawn
+}

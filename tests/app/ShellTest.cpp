@@ -1,0 +1,282 @@
+#include "AppFixture.h"
+#include "platform/XdgAutostart.h"
+#include "shell/Appearance.h"
+#include "shell/Navigation.h"
+#include "shell/PanelPlacement.h"
+#include "shell/QuorvaneApp.h"
+#include "shell/Symbols.h"
+#include "support/TestUtil.h"
+#include "viewmodels/AccountsModel.h"
+#include "viewmodels/DashboardModel.h"
+#include "viewmodels/GeneralSettingsModel.h"
+
+#include <QDirIterator>
+#include <QGuiApplication>
+#include <QFile>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+using namespace Qt::StringLiterals;
+
+TEST(Placement, OpensNextToTheTrayAndStaysOnScreen)
+{
+    const QRect screen(0, 0, 1920, 1080);
+    const QRect available(0, 28, 1920, 1052); // a top panel of 28
+    const QSize panel(440, 600);
+    const struct
+    {
+        const char *name;
+        QRect tray;
+        QPoint click;
+        QRect available;
+        QPoint expected;
+    } cases[] = {
+        {"top bar, middle", {1000, 0, 24, 28}, {}, available, {792, 32}},
+        {"top bar, far right edge", {1890, 0, 24, 28}, {}, available, {1480, 32}},
+        {"top bar, far left edge", {4, 0, 24, 28}, {}, available, {0, 32}},
+        {"bottom bar", {1800, 1052, 24, 28}, {}, QRect(0, 0, 1920, 1052), {1480, 448}},
+        {"click point only, pushed below the bar", {}, {960, 10}, available, {740, 28}},
+        {"left panel", {0, 500, 40, 24}, {}, QRect(40, 0, 1880, 1080), {44, 212}},
+        {"right panel", {1880, 500, 40, 24}, {}, QRect(0, 0, 1880, 1080), {1436, 212}},
+        {"small screen pins to the top left", {600, 0, 24, 28}, {}, QRect(0, 28, 400, 500), {0, 28}},
+    };
+    Q_UNUSED(screen);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const QRect placed = panelGeometry(c.tray, c.click, panel, c.available);
+        EXPECT_EQ(placed.topLeft(), c.expected);
+        EXPECT_EQ(placed.size(), panel);
+    }
+}
+
+TEST(Navigation, PanesAndTheirPayloads)
+{
+    EXPECT_EQ(AppPane::settings(SettingsPane::General), AppPane::settings(SettingsPane::General));
+    EXPECT_FALSE(AppPane::settings(SettingsPane::General) == AppPane::settings(SettingsPane::Accounts));
+    EXPECT_FALSE(AppPane::drillDown(RevenueKind::New) == AppPane::drillDown(RevenueKind::Churn));
+    EXPECT_EQ(AppPane::dashboard(), AppPane{});
+    EXPECT_EQ(settingsPaneFromRaw(u"accounts"), SettingsPane::Accounts);
+    EXPECT_EQ(settingsPaneFromRaw(u"Accounts"), std::nullopt);
+
+    Navigation nav;
+    int changes = 0;
+    QObject::connect(&nav, &Navigation::paneChanged, [&] { ++changes; });
+    const struct
+    {
+        const char *name;
+        std::function<void()> action;
+        const char *pane;
+        const char *detail;
+    } steps[] = {
+        {"starts on the dashboard", [] {}, "dashboard", ""},
+        {"gear", [&] { nav.showSettings(u"general"_s); }, "settings", "general"},
+        {"empty state", [&] { nav.showSettings(u"accounts"_s); }, "settings", "accounts"},
+        {"unknown tab opens general", [&] { nav.showSettings(u"nope"_s); }, "settings", "general"},
+        {"back", [&] { nav.showDashboard(); }, "dashboard", ""},
+        {"tile", [&] { nav.showDrillDown(u"churn"_s); }, "drillDown", "churn"},
+        {"another tile", [&] { nav.showDrillDown(u"new"_s); }, "drillDown", "new"},
+        {"unknown kind is ignored", [&] { nav.showDrillDown(u"bogus"_s); }, "drillDown", "new"},
+        {"trophy", [&] { nav.showAchievements(); }, "achievements", ""},
+    };
+    for (const auto &s : steps) {
+        SCOPED_TRACE(s.name);
+        s.action();
+        EXPECT_EQ(nav.paneName(), QString::fromLatin1(s.pane));
+        if (nav.paneName() == u"settings")
+            EXPECT_EQ(nav.settingsTabName(), QString::fromLatin1(s.detail));
+        if (nav.paneName() == u"drillDown")
+            EXPECT_EQ(nav.drillDownKindName(), QString::fromLatin1(s.detail));
+    }
+    EXPECT_EQ(changes, 7); // the ignored and the unchanged steps announce nothing
+}
+
+TEST(Symbols, EveryNameResolvesToABundledIcon)
+{
+    const QStringList names = Symbols::names();
+    for (const char *used : {"chart.line.uptrend.xyaxis", "gearshape", "trophy.fill", "eye.slash.fill", "eye",
+                             "arrow.clockwise", "xmark.circle.fill", "exclamationmark.triangle.fill", "chevron.down",
+                             "calendar", "person.crop.circle.fill", "doc.on.doc", "arrow.up.right.square", "power",
+                             "key.fill", "slider.horizontal.3", "info.circle", "plus", "pencil", "trash",
+                             "creditcard.fill", "p.circle.fill", "key.slash", "checkmark", "chevron.left", "xmark",
+                             "exclamationmark", "arrow.uturn.left", "exclamationmark.circle.fill", "arrow.up.circle.fill"})
+        EXPECT_TRUE(names.contains(QString::fromLatin1(used))) << used;
+    for (const QString &name : names) {
+        SCOPED_TRACE(name.toStdString());
+        const auto path = Symbols::resourcePath(name);
+        ASSERT_TRUE(path.has_value());
+        EXPECT_TRUE(QFile::exists(*path)) << path->toStdString();
+        const QImage image = Symbols::render(name, Qt::red, QSize(24, 24));
+        ASSERT_FALSE(image.isNull());
+        bool inked = false;
+        for (int y = 0; y < image.height() && !inked; ++y)
+            for (int x = 0; x < image.width() && !inked; ++x)
+                inked = qAlpha(image.pixel(x, y)) > 0 && qRed(image.pixel(x, y)) > 0 && qGreen(image.pixel(x, y)) == 0;
+        EXPECT_TRUE(inked); // drawn, and in the asked colour
+    }
+    EXPECT_FALSE(Symbols::resourcePath(u"no.such.symbol").has_value());
+}
+
+TEST(Fonts, OutfitIsTheApplicationFont)
+{
+    EXPECT_EQ(QGuiApplication::font().family(), u"Outfit");
+}
+
+TEST(LoginItem, AutostartEntryIsWrittenAndRemoved)
+{
+    QTemporaryDir dir;
+    XdgAutostart item(dir.path(), u"/opt/Quorvane \"x\"/quorvane"_s);
+    EXPECT_FALSE(item.isEnabled());
+    ASSERT_TRUE(item.setEnabled(true));
+    EXPECT_TRUE(item.isEnabled());
+    const QByteArray entry = readFile(dir.filePath(u"autostart/quorvane.desktop"_s));
+    EXPECT_TRUE(entry.startsWith("[Desktop Entry]\n"));
+    EXPECT_TRUE(entry.contains("Exec=\"/opt/Quorvane \\\"x\\\"/quorvane\"\n")) << entry.toStdString();
+    ASSERT_TRUE(item.setEnabled(false));
+    EXPECT_FALSE(item.isEnabled());
+    EXPECT_TRUE(item.setEnabled(false)); // already gone
+}
+
+TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
+{
+    RevenueEngine &engine = startEngine();
+    Appearance appearance;
+    appearance.follow(&engine);
+    GeneralSettingsModel general(&engine);
+    general.setDarkMode(true);
+    EXPECT_TRUE(appearance.dark());
+    const bool systemDark = Appearance::systemIsDark();
+    general.setDarkMode(false);
+    EXPECT_EQ(appearance.dark(), systemDark);
+}
+
+// Every QML file must load without a single warning: a warning is a broken binding or a
+// missing property that would show as a blank or wrong part of the panel.
+namespace {
+QStringList g_warnings;
+void collectWarnings(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type != QtDebugMsg && type != QtInfoMsg)
+        g_warnings.append(message);
+}
+} // namespace
+
+TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
+{
+    Account acme;
+    acme.name = u"Acme"_s;
+    storage().saveAccounts({acme});
+    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                        event(u"b"_s, daysAgo(40), RevenueKind::Churn, 29, acme.id)});
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    GeneralSettingsModel general(&engine);
+    AccountsModel accounts(&engine);
+    Navigation navigation;
+    Appearance appearance;
+    Appearance::setInstance(&appearance);
+
+    QQmlEngine qml;
+    qml.addImageProvider(u"symbol"_s, new SymbolImageProvider);
+    qml.addImportPath(u"qrc:/qt/qml"_s);
+
+    // What each file needs to be shown for real.
+    const QVariantMap dashboardProps{{u"dashboard"_s, QVariant::fromValue(&dashboard)},
+                                     {u"navigation"_s, QVariant::fromValue(&navigation)}};
+    const QHash<QString, QVariantMap> props{
+        {u"DashboardPane"_s, dashboardProps},
+        {u"SettingsPanel"_s,
+         {{u"navigation"_s, QVariant::fromValue(&navigation)},
+          {u"general"_s, QVariant::fromValue(&general)},
+          {u"accounts"_s, QVariant::fromValue(&accounts)}}},
+        {u"GeneralPane"_s, {{u"settings"_s, QVariant::fromValue(&general)}}},
+        {u"AccountsPane"_s, {{u"accounts"_s, QVariant::fromValue(&accounts)}}},
+        {u"DatePickerButton"_s, {{u"picker"_s, QVariant::fromValue(dashboard.customStart())}}},
+        {u"MenuButton"_s, {{u"choices"_s, QVariant::fromValue(dashboard.ranges())}, {u"label"_s, u"Range"_s}}},
+        {u"RevenueChartView"_s, {{u"model"_s, QVariant::fromValue(dashboard.chart())}}},
+    };
+    // Delegates and windows are loaded through their owners.
+    const QSet<QString> loadedByOwners{u"FeedRow"_s, u"Main"_s, u"AccountEditorView"_s};
+
+    g_warnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(collectWarnings);
+    QStringList files;
+    QDirIterator it(u":/qt/qml/Quorvane/qml"_s, {u"*.qml"_s});
+    while (it.hasNext())
+        files.append(it.next());
+    files.sort();
+    QQuickWindow window;
+    for (const QString &file : std::as_const(files)) {
+        const QString name = QFileInfo(file).baseName();
+        if (loadedByOwners.contains(name))
+            continue;
+        SCOPED_TRACE(name.toStdString());
+        QQmlComponent component(&qml, QUrl(u"qrc"_s + file));
+        std::unique_ptr<QObject> object(component.createWithInitialProperties(props.value(name)));
+        EXPECT_NE(object, nullptr) << component.errorString().toStdString();
+        if (auto *item = qobject_cast<QQuickItem *>(object.get()))
+            item->setParentItem(window.contentItem());
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(g_warnings.isEmpty()) << g_warnings.join(u'\n').toStdString();
+        g_warnings.clear();
+    }
+
+    // The editor and the feed rows, through their owners.
+    {
+        QQmlComponent component(&qml, QUrl(u"qrc:/qt/qml/Quorvane/qml/AccountsPane.qml"_s));
+        std::unique_ptr<QObject> pane(component.createWithInitialProperties(props.value(u"AccountsPane"_s)));
+        ASSERT_NE(pane, nullptr);
+        accounts.addAccount(u"paypal"_s);
+        QCoreApplication::processEvents();
+        accounts.editor()->setProviderIndex(0);
+        QCoreApplication::processEvents();
+        accounts.closeEditor();
+        QCoreApplication::processEvents();
+    }
+    dashboard.feed()->toggle(0);
+    navigation.showSettings(u"about"_s);
+    qInstallMessageHandler(previous);
+    EXPECT_TRUE(g_warnings.isEmpty()) << g_warnings.join(u'\n').toStdString();
+    EXPECT_GE(files.size(), 15);
+    Appearance::setInstance(nullptr);
+}
+
+TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
+{
+    Account acme;
+    acme.name = u"Acme"_s;
+    storage().saveAccounts({acme});
+    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                        event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)});
+    AppOptions options;
+    options.environment = environment();
+    options.locale = locale;
+    options.autostartConfigHome = dir.filePath(u"config"_s);
+    options.createTray = false;
+    g_warnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(collectWarnings);
+    {
+        QuorvaneApp app(options);
+        ASSERT_TRUE(app.start());
+        ASSERT_NE(app.window(), nullptr);
+        app.showPanelAt(QPoint(0, 0));
+        EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
+        for (const QString &tab : {u"general"_s, u"accounts"_s, u"about"_s}) {
+            app.navigation()->showSettings(tab);
+            QCoreApplication::processEvents();
+            EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
+        }
+        app.accounts()->addAccount(u"stripe"_s);
+        QCoreApplication::processEvents();
+        app.navigation()->showDrillDown(u"new"_s);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(app.accounts()->editor(), nullptr); // drafts do not survive leaving the pane
+        app.engine()->setSelectedAccountFilter(acme.id);
+        app.dashboard()->ranges()->choose(4);
+        app.dashboard()->togglePrivacy();
+        QCoreApplication::processEvents();
+    }
+    qInstallMessageHandler(previous);
+    EXPECT_TRUE(g_warnings.isEmpty()) << g_warnings.join(u'\n').toStdString();
+}

@@ -1,0 +1,394 @@
+#include "AppFixture.h"
+#include "support/CannedProviders.h"
+#include "support/TestUtil.h"
+#include "viewmodels/AccountsModel.h"
+#include "viewmodels/DashboardModel.h"
+#include "viewmodels/GeneralSettingsModel.h"
+
+#include <QAbstractItemModelTester>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUrlQuery>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList column(const QAbstractItemModel &model, const QByteArray &role)
+{
+    const int r = model.roleNames().key(role, -1);
+    QStringList out;
+    for (int i = 0; i < model.rowCount(); ++i)
+        out.append(model.data(model.index(i, 0), r).toString());
+    return out;
+}
+
+QJsonObject preferencesOnDisk(const Storage &storage)
+{
+    return QJsonDocument::fromJson(storage.read(Storage::preferencesFile).value_or(QByteArray())).object();
+}
+
+} // namespace
+
+TEST(DashboardLogic, HeadlineCases)
+{
+    Preferences prefs;
+    const Totals totals{1200, 148, 99};
+    const QSet<RevenueKind> none;
+    using State = DashboardLogic::Headline::State;
+    const struct
+    {
+        const char *name;
+        QSet<RevenueKind> unavailable;
+        bool incomplete;
+        bool privacy;
+        DashboardLogic::Headline expected;
+    } cases[] = {
+        {"amount with churn line", none, false, false, {State::Amount, u"$1348"_s, u"MRR lost from cancellations: -$99"_s}},
+        {"loading deeper history", none, true, false, {State::Loading, {}, {}}},
+        {"both revenue kinds failed", {RevenueKind::New, RevenueKind::Recurring}, false, false, {State::Unavailable, {}, {}}},
+        {"one revenue kind failed", {RevenueKind::New}, false, false, {State::Amount, u"$1348"_s, u"MRR lost from cancellations: -$99"_s}},
+        {"churn unavailable hides the line", {RevenueKind::Churn}, false, false, {State::Amount, u"$1348"_s, {}}},
+        {"privacy masks both", none, false, true, {State::Amount, u"$••••"_s, u"MRR lost from cancellations: -$••••"_s}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        prefs.privacyMode = c.privacy;
+        EXPECT_EQ(DashboardLogic::headline(totals, c.unavailable, prefs, c.incomplete), c.expected);
+    }
+    prefs.privacyMode = false;
+    EXPECT_TRUE(DashboardLogic::headline(Totals{10, 0, 0}, none, prefs, false).churnLine.isEmpty());
+}
+
+TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
+{
+    const struct
+    {
+        const char *name;
+        TimeRange range;
+        double customDaysAgo;
+        bool limit;
+    } cases[] = {
+        {"month to date", TimeRange::Mtd, 0, false},
+        {"last 30 days", TimeRange::Last30Days, 0, false},
+        {"last 90 days", TimeRange::Last90Days, 0, true},
+        {"custom from 29 days ago", TimeRange::Custom, 29, false},
+        {"custom from 31 days ago", TimeRange::Custom, 31, true},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const Date start = daysAgo(c.customDaysAgo);
+        EXPECT_EQ(DashboardLogic::rangeHasHistoricalLimit(c.range, start, now(), calendar), c.limit);
+        EXPECT_EQ(DashboardLogic::isRangeDataIncomplete(c.range, start, true, now(), calendar), c.limit);
+        EXPECT_FALSE(DashboardLogic::isRangeDataIncomplete(c.range, start, false, now(), calendar));
+    }
+}
+
+TEST(DashboardLogic, AccountFilterLabel)
+{
+    Account named;
+    named.name = u"Acme"_s;
+    Account unnamed;
+    const QList<Account> accounts{named, unnamed};
+    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, std::nullopt), u"All accounts");
+    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, named.id), u"Acme");
+    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, unnamed.id), u"Account");
+    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, QUuid::createUuid()), u"All accounts"); // deleted
+}
+
+TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
+{
+    Account acme;
+    acme.name = u"Acme"_s;
+    Account beta;
+    beta.name = u"Beta"_s;
+    storage().saveAccounts({acme, beta});
+    // Range: last 7 days. Two events inside, two older, one from the other account.
+    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                        event(u"b"_s, daysAgo(3), RevenueKind::Churn, 29, acme.id),
+                        event(u"c"_s, daysAgo(4), RevenueKind::Recurring, 99, beta.id, u"Beta"_s),
+                        event(u"d"_s, daysAgo(12), RevenueKind::Recurring, 99, acme.id),
+                        event(u"e"_s, daysAgo(20), RevenueKind::Refund, 15, acme.id)});
+    Preferences prefs = Preferences::defaults(now(), calendar);
+    prefs.selectedRange = TimeRange::Last7Days;
+    storage().savePreferences(prefs);
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    QAbstractItemModelTester feedTester(dashboard.feed(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+    QAbstractItemModelTester filterTester(dashboard.accountFilters(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+    QAbstractItemModelTester rangeTester(dashboard.ranges(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+    QAbstractItemModelTester tileTester(dashboard.tiles(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+
+    EXPECT_EQ(column(*dashboard.feed(), "eventId"), (QStringList{u"a"_s, u"b"_s, u"c"_s, QString(), u"d"_s, u"e"_s}));
+    EXPECT_EQ(column(*dashboard.feed(), "dividerText")[3], u"Older than last 7 days");
+    // Hairlines separate event rows only: none before the divider and none after the last row.
+    EXPECT_EQ(column(*dashboard.feed(), "hairline"),
+              (QStringList{u"true"_s, u"true"_s, u"false"_s, u"false"_s, u"true"_s, u"false"_s}));
+    EXPECT_EQ(column(*dashboard.feed(), "amountText"),
+              (QStringList{u"$ 49"_s, u"-$ 29"_s, u"$ 99"_s, QString(), u"$ 99"_s, u"$ 15"_s}));
+    EXPECT_EQ(dashboard.feedCount(), 5);
+
+    // Filtering to the other account leaves only its event; no divider without older events.
+    dashboard.accountFilters()->choose(3);
+    EXPECT_EQ(dashboard.accountFilterLabel(), u"Beta");
+    EXPECT_EQ(column(*dashboard.feed(), "eventId"), QStringList{u"c"_s});
+    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked"),
+              (QStringList{u"false"_s, u"false"_s, u"false"_s, u"true"_s}));
+    // The filtered account is deleted: the label falls back.
+    engine.removeAccount(beta);
+    EXPECT_EQ(dashboard.accountFilterLabel(), u"All accounts");
+
+    dashboard.accountFilters()->choose(0);
+    dashboard.ranges()->choose(3); // last 90 days: nothing older
+    EXPECT_EQ(preferencesOnDisk(storage()).value(u"selectedRange"_s).toString(), u"last90Days");
+    EXPECT_EQ(dashboard.feed()->olderCount(), 0);
+    EXPECT_EQ(dashboard.rangeTitle(), u"Revenue • Last 90 days");
+    EXPECT_TRUE(dashboard.rangeHasHistoricalLimit());
+}
+
+TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
+{
+    Account acme;
+    acme.name = u"acme"_s;
+    storage().saveAccounts({acme});
+    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id, u"acme"_s),
+                        event(u"b"_s, daysAgo(1), RevenueKind::Recurring, 99, acme.id, u"acme"_s)});
+    Preferences prefs = Preferences::defaults(now(), calendar);
+    prefs.privacyMode = true;
+    storage().savePreferences(prefs);
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    FeedModel &feed = *dashboard.feed();
+    QAbstractItemModelTester tester(&feed, QAbstractItemModelTester::FailureReportingMode::Fatal);
+
+    EXPECT_EQ(column(feed, "letter"), (QStringList{u"A"_s, u"A"_s}));
+    EXPECT_EQ(column(feed, "emailText")[0], u"a••••@e••••.com");
+    EXPECT_EQ(column(feed, "amountText")[0], u"$••••");
+    feed.toggle(0);
+    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"true"_s, u"false"_s}));
+    feed.toggle(1);
+    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"true"_s}));
+    feed.toggle(1);
+    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"false"_s}));
+
+    feed.copyEmail(0);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"a@example.com");
+    EXPECT_EQ(column(feed, "copied"), (QStringList{u"true"_s, u"false"_s}));
+    EXPECT_TRUE(waitUntil([&] { return column(feed, "copied")[0] == u"false"_s; }, FeedModel::copiedResetMs + 1500));
+}
+
+TEST_F(AppFixture, TilesShowDashForUnavailableKinds)
+{
+    Preferences prefs;
+    const auto tiles = TilesModel::tiles(Totals{1200, 300, 45}, {RevenueKind::Churn}, prefs);
+    ASSERT_EQ(tiles.size(), 3);
+    EXPECT_EQ(tiles[0].value, u"$1200");
+    EXPECT_EQ(tiles[1].value, u"$300");
+    EXPECT_EQ(tiles[2].value, u"—");
+    EXPECT_TRUE(tiles[2].unavailable);
+    const auto withChurn = TilesModel::tiles(Totals{1200, 300, 45}, {}, prefs);
+    EXPECT_EQ(withChurn[2].value, u"-$45");
+    prefs.dashboardCurrency = u"EUR"_s;
+    EXPECT_EQ(TilesModel::tiles(Totals{108, 0, 0}, {}, prefs)[0].value, u"€100");
+
+    TilesModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    model.setTiles(tiles);
+    EXPECT_EQ(column(model, "name"), (QStringList{u"NEW"_s, u"RECURRING"_s, u"CHURN"_s}));
+    EXPECT_EQ(column(model, "tooltip")[2], u"Click to see canceled subscriptions");
+}
+
+TEST_F(AppFixture, DashboardPrivacyToggleAndCustomRangeSaveThePreferences)
+{
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    EXPECT_FALSE(dashboard.hasAccounts());
+    EXPECT_EQ(dashboard.privacySymbol(), u"eye");
+    dashboard.togglePrivacy();
+    EXPECT_EQ(dashboard.privacySymbol(), u"eye.slash.fill");
+    EXPECT_EQ(dashboard.privacyTooltip(), u"Privacy mode ON — numbers hidden. Click to show.");
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"privacyMode"_s).toBool());
+
+    dashboard.selectRange(TimeRange::Custom);
+    EXPECT_TRUE(dashboard.isCustomRange());
+    const QDate today = calendar.local(now()).date();
+    // An end before the start is pulled up to the start; a start in the future back to today.
+    dashboard.setCustomRange(today.addDays(-40), today.addDays(-50));
+    EXPECT_EQ(calendar.local(engine.preferences().customRangeStart).date(), today.addDays(-40));
+    EXPECT_EQ(calendar.local(engine.preferences().customRangeEnd).date(), today.addDays(-40));
+    EXPECT_TRUE(dashboard.rangeHasHistoricalLimit());
+    dashboard.customEnd()->pick(20); // some day of the shown month, within its bounds or ignored
+    EXPECT_GE(engine.preferences().customRangeEnd, engine.preferences().customRangeStart);
+    dashboard.setCustomRange(today.addDays(5), today.addDays(9));
+    EXPECT_EQ(calendar.local(engine.preferences().customRangeStart).date(), today);
+}
+
+TEST_F(AppFixture, DashboardRefreshesFromLoopbackStripe)
+{
+    FakeHttpServer stripe;
+    Account acme;
+    acme.name = u"Acme"_s;
+    acme.stripeRestrictedKey = u"rk_test_canned"_s;
+    storage().saveAccounts({acme});
+    EngineEnvironment env = environment();
+    env.endpoints.stripeApi = stripe.baseUrl();
+    CannedProviders::installStripe(stripe, CannedProviders::Scenario::TodayOnly, now());
+    engine = std::make_unique<RevenueEngine>(env);
+    DashboardModel dashboard(engine.get(), locale);
+    QCoro::waitFor(engine->refresh());
+    EXPECT_FALSE(engine->lastError().has_value()) << engine->lastError().value_or(QString()).toStdString();
+    EXPECT_EQ(dashboard.headlineState(), u"amount");
+    EXPECT_EQ(dashboard.headlineAmount(), u"$1348");
+    EXPECT_EQ(engine->menubarLabel(), u"$1348");
+    EXPECT_TRUE(dashboard.updatedText().startsWith(u"Updated "_s));
+    EXPECT_TRUE(dashboard.tookText().startsWith(u"Took "_s));
+}
+
+TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
+{
+    const struct
+    {
+        const char *name;
+        AccountProvider provider;
+        const char *key;
+        const char *clientId;
+        const char *secret;
+        bool valid;
+    } cases[] = {
+        {"restricted key", AccountProvider::Stripe, "rk_live_abc", "", "", true},
+        {"upper case with spaces", AccountProvider::Stripe, "  RK_live_abc  ", "", "", true},
+        {"secret key", AccountProvider::Stripe, "sk_live_abc", "", "", false},
+        {"empty key", AccountProvider::Stripe, "", "", "", false},
+        {"paypal credentials", AccountProvider::PayPal, "", "AZ-client", "EL-secret", true},
+        {"paypal secret of spaces", AccountProvider::PayPal, "", "AZ-client", "   ", false},
+        {"paypal without id", AccountProvider::PayPal, "rk_live_abc", "", "EL-secret", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        Account a = Account::newAccount(c.provider);
+        a.stripeRestrictedKey = QString::fromUtf8(c.key);
+        a.paypalClientId = QString::fromUtf8(c.clientId);
+        a.paypalSecret = QString::fromUtf8(c.secret);
+        EXPECT_EQ(AccountEditor::isValid(a), c.valid);
+    }
+}
+
+TEST(Accounts, NextAccountNumberTitle)
+{
+    Account first;
+    Account second;
+    second.name = u"Acme"_s;
+    const QList<Account> two{first, second};
+    EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), {}), u"Account 1");
+    EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), two), u"Account 3");
+    EXPECT_EQ(AccountsModel::nextAccountNumberTitle(first, two), u"Account 1");
+    EXPECT_EQ(AccountsModel::nextAccountNumberTitle(second, two), u"Acme");
+}
+
+TEST(Accounts, ProviderLinks)
+{
+    const QUrl url = ProviderLinks::stripeCreateURL();
+    EXPECT_EQ(url.host(), u"dashboard.stripe.com");
+    EXPECT_EQ(url.path(), u"/apikeys/create");
+    const QList<std::pair<QString, QString>> expected = {
+        {u"name"_s, u"Quorvane"_s},
+        {u"permissions[]"_s, u"rak_charge_read"_s},
+        {u"permissions[]"_s, u"rak_invoice_read"_s},
+        {u"permissions[]"_s, u"rak_subscription_read"_s},
+        {u"permissions[]"_s, u"rak_customer_read"_s},
+        {u"permissions[]"_s, u"rak_event_read"_s},
+        {u"permissions[]"_s, u"rak_account_read"_s},
+        {u"permissions[]"_s, u"rak_invoice_write"_s},
+    };
+    EXPECT_EQ(QUrlQuery(url).queryItems(QUrl::FullyDecoded), expected);
+    EXPECT_EQ(AccountEditor::paypalHelpText(false),
+              u"Create a REST app in your [PayPal Developer Dashboard](https://developer.paypal.com/dashboard/applications/sandbox) and paste the credentials above.");
+    EXPECT_TRUE(AccountEditor::paypalHelpText(true).contains(u"/dashboard/applications/live)"_s));
+}
+
+TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
+{
+    RevenueEngine &engine = startEngine();
+    AccountsModel accounts(&engine);
+    QAbstractItemModelTester tester(&accounts, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    EXPECT_TRUE(accounts.isEmpty());
+
+    accounts.addAccount(u"stripe"_s);
+    ASSERT_NE(accounts.editor(), nullptr);
+    AccountEditor *editor = accounts.editor();
+    EXPECT_EQ(editor->titleText(), u"Account 1");
+    EXPECT_FALSE(editor->isValid());
+    editor->save(); // refused while invalid
+    EXPECT_TRUE(engine.accounts().isEmpty());
+    editor->setStripeRestrictedKey(u" rk_test_123 "_s);
+    editor->setName(u"  Acme  "_s);
+    EXPECT_EQ(editor->titleText(), u"Acme");
+    editor->save();
+    EXPECT_EQ(accounts.editor(), nullptr);
+    ASSERT_EQ(engine.accounts().size(), 1);
+    EXPECT_EQ(engine.accounts()[0].stripeRestrictedKey, u" rk_test_123 ");
+    EXPECT_EQ(storage().loadAccounts().size(), 1);
+
+    accounts.addAccount(u"paypal"_s);
+    accounts.editor()->cancel();
+    EXPECT_EQ(accounts.editor(), nullptr);
+    EXPECT_EQ(engine.accounts().size(), 1);
+
+    accounts.setEnabled(0, false);
+    EXPECT_FALSE(storage().loadAccounts()[0].enabled);
+    EXPECT_EQ(column(accounts, "provider"), QStringList{u"Stripe"_s});
+    accounts.edit(0);
+    EXPECT_EQ(accounts.editor()->titleText(), u"Acme");
+    accounts.closeEditor();
+    accounts.remove(0);
+    EXPECT_TRUE(accounts.isEmpty());
+    EXPECT_TRUE(storage().loadAccounts().isEmpty());
+}
+
+TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
+{
+    RevenueEngine &engine = startEngine();
+    GeneralSettingsModel general(&engine);
+    general.setShowRefunds(true);
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"showRefunds"_s).toBool());
+    general.setDarkMode(false);
+    EXPECT_FALSE(preferencesOnDisk(storage()).value(u"darkMode"_s).toBool());
+    general.setCurrencyIndex(4);
+    EXPECT_EQ(preferencesOnDisk(storage()).value(u"dashboardCurrency"_s).toString(), u"CAD");
+    EXPECT_EQ(general.currencyLabels().first(), u"USD – US Dollar");
+
+    const struct
+    {
+        qint64 from;
+        int direction;
+        qint64 to;
+    } steps[] = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
+    for (const auto &s : steps) {
+        SCOPED_TRACE(s.from);
+        EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to);
+    }
+    general.stepRefresh(1);
+    EXPECT_EQ(general.refreshLabel(), u"Every 90 seconds");
+    EXPECT_EQ(preferencesOnDisk(storage()).value(u"refreshSeconds"_s).toInt(), 90);
+}
+
+TEST(DatePicker, GridStartsOnTheFirstWeekdayAndHonoursBounds)
+{
+    DatePickerModel picker(QLocale(QLocale::English, QLocale::UnitedStates)); // weeks start on Sunday
+    QAbstractItemModelTester tester(&picker, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    picker.setState(QDate(2026, 3, 10), QDate(2026, 3, 5), QDate(2026, 3, 10));
+    EXPECT_EQ(picker.monthTitle(), u"March 2026");
+    EXPECT_EQ(picker.selectedText(), u"Mar 10, 2026");
+    EXPECT_EQ(picker.cellDate(0), QDate(2026, 3, 1)); // March 2026 begins on a Sunday
+    EXPECT_FALSE(picker.canGoBack());
+    EXPECT_FALSE(picker.canGoForward());
+    QList<QDate> picked;
+    QObject::connect(&picker, &DatePickerModel::picked, [&](QDate d) { picked.append(d); });
+    picker.pick(3);  // Mar 4: before the minimum
+    picker.pick(11); // Mar 12: after the maximum
+    picker.pick(6);  // Mar 7
+    EXPECT_EQ(picked, QList<QDate>{QDate(2026, 3, 7)});
+    EXPECT_EQ(picker.selected(), QDate(2026, 3, 7));
+}

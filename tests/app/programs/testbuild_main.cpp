@@ -1,0 +1,185 @@
+// The test build of Quorvane: the same application library as the release program, with
+// switches that point it at loopback provider servers and a temporary data folder, open the
+// panel on a chosen pane and write pictures of it. Release builds contain none of this.
+#include "engine/RevenueEngine.h"
+#include "platform/StatusNotifierItem.h"
+#include "shell/Fonts.h"
+#include "shell/QuorvaneApp.h"
+#include "shell/Symbols.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QFontMetrics>
+#include <QPainter>
+#include <QQuickStyle>
+#include <QTimer>
+
+extern void qml_register_types_Quorvane();
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Seeds "stripe:Name:key" or "paypal:Name:clientId:secret" accounts into the data folder.
+bool seedAccounts(const Storage &storage, const QStringList &specs)
+{
+    QList<Account> accounts = storage.loadAccounts();
+    for (const QString &spec : specs) {
+        const QStringList parts = spec.split(u':');
+        if (parts.size() < 3)
+            return false;
+        Account account = Account::newAccount(parts[0] == u"paypal"_s ? AccountProvider::PayPal : AccountProvider::Stripe);
+        account.name = parts[1];
+        if (account.provider == AccountProvider::Stripe) {
+            account.stripeRestrictedKey = parts[2];
+        } else {
+            account.paypalClientId = parts[2];
+            account.paypalSecret = parts.value(3);
+        }
+        accounts.append(account);
+    }
+    return storage.saveAccounts(accounts);
+}
+
+QImage trayStrip(const QString &label, const QImage &icon)
+{
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(13);
+    const QFontMetrics metrics(font);
+    const int width = 12 + icon.width() + 6 + metrics.horizontalAdvance(label) + 14;
+    QImage image(QSize(std::max(width, 120) + 160, 28) * 2, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(2);
+    image.fill(QColor(24, 24, 27));
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setFont(font);
+    p.setPen(QColor(150, 150, 155));
+    p.drawText(QRect(8, 0, 140, 28), Qt::AlignVCenter, u"Tue 10 Mar  12:00"_s);
+    p.drawImage(QRect(160, 3, 22, 22), icon);
+    p.setPen(QColor(240, 240, 242));
+    p.drawText(QRect(188, 0, width, 28), Qt::AlignVCenter, label);
+    return image;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(u"Quorvane"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(u"Basic"_s);
+    qml_register_types_Quorvane();
+    installApplicationFont();
+
+    QCommandLineParser parser;
+    const QCommandLineOption dataDir(u"data-dir"_s, u"Data folder."_s, u"path"_s);
+    const QCommandLineOption stripeBase(u"stripe-base"_s, u"Stripe API base URL."_s, u"url"_s);
+    const QCommandLineOption paypalBase(u"paypal-base"_s, u"PayPal API base URL."_s, u"url"_s);
+    const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"spec"_s);
+    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER."_s, u"pane"_s);
+    const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
+    const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
+    const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
+    const QCommandLineOption expandFirst(u"expand-first"_s, u"Open the first feed row."_s);
+    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, loading, error or nothing."_s, u"state"_s);
+    const QCommandLineOption screenshot(u"screenshot"_s, u"Write the panel to this PNG and quit."_s, u"file"_s);
+    const QCommandLineOption trayShot(u"tray-shot"_s, u"Write the tray item to this PNG."_s, u"file"_s);
+    const QCommandLineOption show(u"show"_s, u"Open the panel at start."_s);
+    parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
+                       trayShot, show});
+    parser.addHelpOption();
+    parser.process(app);
+    if (!parser.isSet(dataDir)) {
+        fputs("quorvane_testbuild: --data-dir is required\n", stderr);
+        return 2;
+    }
+
+    AppOptions options;
+    options.environment.storage = Storage(parser.value(dataDir));
+    options.locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    options.autostartConfigHome = parser.value(dataDir) + u"/config"_s;
+    if (parser.isSet(stripeBase))
+        options.environment.endpoints.stripeApi = QUrl(parser.value(stripeBase));
+    if (parser.isSet(paypalBase)) {
+        options.environment.endpoints.paypalLive = QUrl(parser.value(paypalBase));
+        options.environment.endpoints.paypalSandbox = QUrl(parser.value(paypalBase));
+    }
+    if (parser.isSet(seed) && !seedAccounts(options.environment.storage, parser.values(seed)))
+        return 2;
+    // Preferences go to disk before the engine starts, so the first cycle already uses them.
+    {
+        Preferences prefs = options.environment.storage.loadPreferences().value_or(
+            Preferences::defaults(Date::fromDateTime(QDateTime::currentDateTimeUtc()), TimeContext()));
+        if (parser.isSet(range))
+            if (const auto r = fromRaw<TimeRange>(parser.value(range)))
+                prefs.selectedRange = *r;
+        if (parser.isSet(privacy))
+            prefs.privacyMode = true;
+        if (parser.isSet(light))
+            prefs.darkMode = false;
+        options.environment.storage.savePreferences(prefs);
+    }
+
+    QuorvaneApp quorvane(std::move(options));
+    if (!quorvane.start())
+        return 1;
+
+    const QString paneName = parser.value(pane);
+    const auto openPane = [&] {
+        if (paneName.startsWith(u"settings:"_s)) {
+            quorvane.navigation()->showSettings(paneName.mid(9));
+        } else if (paneName.startsWith(u"editor:"_s)) {
+            quorvane.navigation()->showSettings(u"accounts"_s);
+            quorvane.accounts()->addAccount(paneName.mid(7));
+        } else {
+            quorvane.navigation()->showDashboard();
+        }
+    };
+    if (parser.isSet(show) || parser.isSet(screenshot)) {
+        quorvane.showPanelAt(QPoint(40, 30));
+        openPane();
+    }
+
+    if (!parser.isSet(screenshot) && !parser.isSet(trayShot))
+        return app.exec();
+
+    // Wait for the state the picture is about, then draw it.
+    RevenueEngine *engine = quorvane.engine();
+    const QString state = parser.value(waitFor);
+    const auto ready = [&] {
+        if (state == u"refreshed"_s)
+            return engine->lastRefreshed().has_value() && !engine->isLoading() && !engine->isLoadingHistoricalGap();
+        if (state == u"loading"_s)
+            return engine->isLoading();
+        if (state == u"error"_s)
+            return engine->lastError().has_value() && !engine->isLoading();
+        return true;
+    };
+    QElapsedTimer waited;
+    waited.start();
+    while (!ready() && waited.elapsed() < 30'000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+    if (!ready())
+        return 3;
+    if (parser.isSet(expandFirst))
+        quorvane.dashboard()->feed()->toggle(0);
+    // Let the scene settle (layout, images, the elapsed-time tick).
+    QElapsedTimer settle;
+    settle.start();
+    while (settle.elapsed() < 1500)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+
+    if (parser.isSet(trayShot)) {
+        const QImage icon = Symbols::render(u"chart.line.uptrend.xyaxis", QColor::fromRgbF(0.42f, 0.72f, 0.50f), QSize(44, 44));
+        if (!trayStrip(engine->menubarLabel(), icon).save(parser.value(trayShot)))
+            return 4;
+    }
+    if (parser.isSet(screenshot)) {
+        const QImage image = quorvane.window()->grabWindow();
+        if (image.isNull() || !image.save(parser.value(screenshot)))
+            return 4;
+    }
+    return 0;
+}
