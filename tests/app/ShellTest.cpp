@@ -141,7 +141,7 @@ TEST(LoginItem, AutostartEntryIsWrittenAndRemoved)
 TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
 {
     RevenueEngine &engine = startEngine();
-    Appearance appearance;
+    Appearance appearance(nullptr);
     appearance.follow(&engine);
     GeneralSettingsModel general(&engine);
     general.setDarkMode(true);
@@ -174,7 +174,7 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
     GeneralSettingsModel general(&engine);
     AccountsModel accounts(&engine);
     Navigation navigation;
-    Appearance appearance;
+    Appearance appearance(nullptr);
     Appearance::setInstance(&appearance);
 
     QQmlEngine qml;

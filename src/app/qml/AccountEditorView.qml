@@ -130,18 +130,14 @@ ColumnLayout {
     RowLayout {
         Layout.fillWidth: true
         Item { Layout.fillWidth: true }
-        Button {
+        PushButton {
             text: "Cancel"
-            font.family: Appearance.fontFamily
-            font.pixelSize: 12
             onClicked: view.editor.cancel()
         }
-        Button {
+        PushButton {
             text: "Save"
-            font.family: Appearance.fontFamily
-            font.pixelSize: 12
             enabled: view.editor.isValid
-            highlighted: true
+            prominent: true
             onClicked: view.editor.save()
         }
     }

@@ -104,11 +104,10 @@ ColumnLayout {
             size: 12
             color: Appearance.secondary
         }
-        Button {
+        PushButton {
             Layout.alignment: Qt.AlignHCenter
             text: "Open Settings"
-            font.family: Appearance.fontFamily
-            font.pixelSize: 12
+            prominent: true
             onClicked: pane.navigation.showSettings("accounts")
         }
     }

@@ -30,7 +30,8 @@ class Appearance : public QObject
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
 
 public:
-    explicit Appearance(QObject *parent = nullptr);
+    // No default constructor: QML must take the application's instance through create().
+    explicit Appearance(QObject *parent);
 
     // The instance QML sees; the application sets it before loading any QML.
     static void setInstance(Appearance *instance);

@@ -14,6 +14,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
     , m_engine(std::make_unique<RevenueEngine>(m_options.environment))
+    , m_appearance(nullptr)
 {
     m_dashboard = std::make_unique<DashboardModel>(m_engine.get(), m_options.locale);
     m_general = std::make_unique<GeneralSettingsModel>(m_engine.get());

@@ -131,6 +131,7 @@ QJsonArray failures(Date now)
         spec.customerEmail = QString::fromLatin1(customers[i + 3].email);
         spec.charge = u"ch_failed_%1"_s.arg(i);
         spec.subscription = u"sub_failed_%1"_s.arg(i);
+        spec.lineDescription = i == 0 ? u"1 × Pro (at $49.00 / month)"_s : u"1 × Team (at $99.00 / month)"_s;
         events.append(event(u"evt_failed_%1"_s.arg(i), u"invoice.payment_failed"_s, spec.created, invoice(spec, shape), shape));
     }
     return events;

@@ -1,0 +1,26 @@
+import QtQuick
+import Quorvane
+import QtQuick.Controls.Basic
+
+// A text button drawn in the window's own colours; `prominent` fills it with the accent.
+AbstractButton {
+    id: root
+    property bool prominent: false
+    implicitWidth: caption.implicitWidth + 24
+    implicitHeight: 26
+    hoverEnabled: true
+    opacity: enabled ? 1 : 0.4
+    background: Rectangle {
+        radius: 6
+        color: root.prominent ? Appearance.accent : (root.hovered ? Qt.darker(Appearance.control, 1.6) : Qt.darker(Appearance.control, 1.3))
+        border.color: root.prominent ? "transparent" : Appearance.hairline
+    }
+    contentItem: UiText {
+        id: caption
+        text: root.text
+        size: 12
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        color: root.prominent ? "white" : Appearance.primary
+    }
+}
