@@ -93,9 +93,8 @@ ColumnLayout {
                     }
                 }
                 ColumnLayout {
-                    Layout.fillWidth: true
                     spacing: 1
-                    UiText { text: accountRow.name; size: 12 }
+                    UiText { text: accountRow.name; size: 12; Layout.maximumWidth: 220 }
                     RowLayout {
                         spacing: 4
                         UiText { text: accountRow.provider; size: 9; color: Appearance.secondary }
@@ -107,6 +106,7 @@ ColumnLayout {
                         }
                     }
                 }
+                Item { Layout.fillWidth: true }
                 SettingRow {
                     Layout.fillWidth: false
                     checked: accountRow.accountEnabled

@@ -21,7 +21,8 @@ Window {
         x: 14
         y: 14
         width: window.width - 28
-        implicitHeight: loader.item ? loader.item.implicitHeight : 0
+        // The settings panel has a fixed height and scrolls; the other panes size to content.
+        implicitHeight: window.app.navigation.pane === "settings" ? 460 : (loader.item ? loader.item.implicitHeight : 0)
 
         Loader {
             id: loader

@@ -14,7 +14,6 @@ RowLayout {
     Layout.fillWidth: true
     spacing: 8
     ColumnLayout {
-        Layout.fillWidth: true
         spacing: 1
         UiText { text: root.title; size: 12 }
         UiText {
@@ -24,6 +23,7 @@ RowLayout {
             color: Appearance.secondary
         }
     }
+    Item { Layout.fillWidth: true }
     Switch {
         id: toggle
         checked: root.checked

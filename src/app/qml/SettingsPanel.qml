@@ -13,7 +13,6 @@ ColumnLayout {
     signal quitRequested()
     signal openLink(url link)
 
-    implicitHeight: 460
     spacing: 8
 
     BackButton { onClicked: panel.navigation.showDashboard() }
@@ -76,6 +75,7 @@ ColumnLayout {
     Component {
         id: generalTab
         GeneralPane {
+            width: scroll.availableWidth
             settings: panel.general
             onQuitRequested: panel.quitRequested()
         }
@@ -83,12 +83,13 @@ ColumnLayout {
     Component {
         id: accountsTab
         AccountsPane {
+            width: scroll.availableWidth
             accounts: panel.accounts
             onOpenLink: link => panel.openLink(link)
         }
     }
     Component {
         id: aboutTab
-        AboutPane {}
+        AboutPane { width: scroll.availableWidth }
     }
 }
