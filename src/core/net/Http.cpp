@@ -75,7 +75,7 @@ QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteAr
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (tooLarge) {
         response.error = QNetworkReply::UnknownContentError;
-        response.errorText = u"Response body exceeds %1 MB"_s.arg(maxBody / (1024 * 1024));
+        response.errorText = u"Response body larger than %1 bytes"_s.arg(maxBody);
     } else if (token.isCancelled()) {
         response.error = QNetworkReply::OperationCanceledError;
         response.errorText = u"Operation canceled"_s;
