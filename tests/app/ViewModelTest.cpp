@@ -225,6 +225,18 @@ TEST_F(AppFixture, DashboardPrivacyToggleAndCustomRangeSaveThePreferences)
     EXPECT_EQ(calendar.local(engine.preferences().customRangeStart).date(), today);
 }
 
+TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
+{
+    RevenueEngine &e = startEngine();
+    DashboardModel dashboard(&e, locale);
+    ASSERT_EQ(e.unavailableKinds().size(), 5);
+    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
+    Account acme;
+    acme.name = u"Acme"_s;
+    e.upsertAccount(acme);
+    EXPECT_EQ(dashboard.headlineState(), u"unavailable");
+}
+
 TEST_F(AppFixture, DashboardRefreshesFromLoopbackStripe)
 {
     FakeHttpServer stripe;

@@ -136,7 +136,10 @@ void DashboardModel::recompute()
 {
     const Preferences &prefs = m_engine->preferences();
     const Totals totals = m_engine->totals(prefs.selectedRange);
-    m_headline = DashboardLogic::headline(totals, m_engine->unavailableKinds(), prefs, isRangeDataIncomplete());
+    // With no account connected nothing failed to load: the empty state speaks, not a warning.
+    const QSet<RevenueKind> unavailable =
+        m_engine->accounts().isEmpty() ? QSet<RevenueKind>() : m_engine->unavailableKinds();
+    m_headline = DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete());
     m_tiles.setTiles(TilesModel::tiles(totals, m_engine->unavailableKinds(), prefs));
     m_chart.setData(m_engine->buckets(prefs.selectedRange), m_engine->calendar(), prefs.privacyMode);
     updateTimers();
