@@ -2,6 +2,7 @@
 // 100 pages of 100 events, each sized like the events Stripe really sends (4–6 KB).
 #include "stripe/StripeClient.h"
 #include "stripe/StripeDecoding.h"
+#include "stripe/StripeJsonPrune.h"
 #include "support/FakeHttpServer.h"
 #include "support/StripeBodies.h"
 
@@ -200,7 +201,7 @@ void BM_DecodeEventPages(benchmark::State &state)
 }
 BENCHMARK(BM_DecodeEventPages)->Unit(benchmark::kMillisecond);
 
-// The JSON parse alone, the floor under any decoder built on QJsonDocument.
+// The JSON parse of the whole bodies alone, what decoding cost before unread members were dropped.
 void BM_ParseEventPagesOnly(benchmark::State &state)
 {
     const auto &all = pages();
@@ -213,6 +214,39 @@ void BM_ParseEventPagesOnly(benchmark::State &state)
     setCounters(state, totalBytes());
 }
 BENCHMARK(BM_ParseEventPagesOnly)->Unit(benchmark::kMillisecond);
+
+// The pass that drops unread members, alone; and the parse of what it leaves, the floor
+// under any decoder that still hands the records QJsonObjects.
+void BM_PruneEventPagesOnly(benchmark::State &state)
+{
+    const auto &all = pages();
+    qint64 kept = 0;
+    for (auto _ : state) {
+        kept = 0;
+        for (const QByteArray &body : all) {
+            const auto pruned = StripeJsonPrune::prune(body);
+            kept += pruned ? pruned->size() : 0;
+        }
+    }
+    state.counters["kept_bytes/event"] = double(kept) / (pageCount * eventsPerPage);
+    setCounters(state, totalBytes());
+}
+BENCHMARK(BM_PruneEventPagesOnly)->Unit(benchmark::kMillisecond);
+
+void BM_ParsePrunedEventPagesOnly(benchmark::State &state)
+{
+    QList<QByteArray> pruned;
+    for (const QByteArray &body : pages())
+        pruned.append(StripeJsonPrune::prune(body).value_or(QByteArray()));
+    for (auto _ : state) {
+        for (const QByteArray &body : pruned) {
+            QJsonDocument document = QJsonDocument::fromJson(body);
+            benchmark::DoNotOptimize(document);
+        }
+    }
+    setCounters(state, totalBytes());
+}
+BENCHMARK(BM_ParsePrunedEventPagesOnly)->Unit(benchmark::kMillisecond);
 
 template<typename T>
 QCoro::Task<> storeInto(QCoro::Task<T> task, std::optional<T> &out)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "StripeError.h"
+#include "StripeJsonPrune.h"
 #include "model/JsonReader.h"
 #include "util/Result.h"
 
@@ -25,6 +26,14 @@ Result<T, StripeError> decodeObject(const QJsonObject &object)
 template<typename T>
 Result<T, StripeError> decode(const QByteArray &body)
 {
+    // Parsing only what the records read is several times faster. The pruned body keeps
+    // every member a record looks at, so records and key-path errors come out the same; a
+    // body the pass cannot vouch for goes to the full parse below for its verdict.
+    if (const auto pruned = StripeJsonPrune::prune(body)) {
+        const QJsonDocument document = QJsonDocument::fromJson(*pruned);
+        if (document.isObject())
+            return decodeObject<T>(document.object());
+    }
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
     if (parseError.error != QJsonParseError::NoError)

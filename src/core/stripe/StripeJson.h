@@ -1,6 +1,8 @@
 #pragma once
 
 // Decoding helpers shared by the Stripe wire records; not part of the client's interface.
+// A key a decoder starts reading must also go into readKeys in StripeJsonPrune.cpp, or the
+// pass that runs before parsing drops it.
 
 #include "model/JsonReader.h"
 
