@@ -128,14 +128,14 @@ QByteArray eventPage(int page)
     for (int i = 0; i < eventsPerPage; ++i) {
         const int n = page * eventsPerPage + i;
         const Shape shape = n % 2 ? Shape::Current : Shape::Legacy;
-        StripeBodies::InvoiceSpec spec;
-        spec.id = u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
-        spec.charge = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
-        spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
-        spec.created = 1'795'120'000 + n;
-        spec.billingReason = n % 7 ? u"subscription_cycle"_s : u"subscription_create"_s;
-        spec.customerEmail = u"customer%1@example.com"_s.arg(n);
-        QJsonObject invoice = StripeBodies::invoice(spec, shape);
+        StripeBodies::InvoiceFields fields;
+        fields.id = u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
+        fields.charge = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
+        fields.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0'));
+        fields.created = 1'795'120'000 + n;
+        fields.billingReason = n % 7 ? u"subscription_cycle"_s : u"subscription_create"_s;
+        fields.customerEmail = u"customer%1@example.com"_s.arg(n);
+        QJsonObject invoice = StripeBodies::invoice(fields, shape);
         addInvoiceNoise(invoice, n);
         data.append(StripeBodies::event(u"evt_1SQaQbB7WZ01zgkW%1"_s.arg(n, 8, 10, QChar(u'0')), u"invoice.payment_succeeded"_s,
                                         1'795'123'655 + n, invoice, shape));

@@ -14,7 +14,7 @@ QJsonValue orNull(const QString &s)
 
 } // namespace
 
-QJsonObject invoice(const InvoiceSpec &s, Shape shape)
+QJsonObject invoice(const InvoiceFields &s, Shape shape)
 {
     const qint64 due = s.amountDue < 0 ? s.amountPaid : s.amountDue;
     QJsonObject line{
@@ -72,7 +72,7 @@ QJsonObject invoice(const InvoiceSpec &s, Shape shape)
     return o;
 }
 
-QJsonObject charge(const ChargeSpec &s, Shape shape)
+QJsonObject charge(const ChargeFields &s, Shape shape)
 {
     QJsonObject o{
         {"id"_L1, s.id},
@@ -102,7 +102,7 @@ QJsonObject charge(const ChargeSpec &s, Shape shape)
     return o;
 }
 
-QJsonObject subscription(const SubscriptionSpec &s, Shape shape)
+QJsonObject subscription(const SubscriptionFields &s, Shape shape)
 {
     const QJsonObject price{
         {"id"_L1, "price_1PqYqzB7WZ01zgkWy1Ea2Rl3"_L1},

@@ -11,7 +11,7 @@ namespace StripeBodies {
 
 enum class Shape { Legacy, Current };
 
-struct InvoiceSpec
+struct InvoiceFields
 {
     QString id;
     qint64 amountPaid = 2000;
@@ -28,7 +28,7 @@ struct InvoiceSpec
     qint64 amountDue = -1; // -1: same as amountPaid
 };
 
-struct ChargeSpec
+struct ChargeFields
 {
     QString id;
     qint64 amount = 2000;
@@ -43,7 +43,7 @@ struct ChargeSpec
     QString name = QStringLiteral("Jenny Rosen");
 };
 
-struct SubscriptionSpec
+struct SubscriptionFields
 {
     QString id = QStringLiteral("sub_1PqYrSB7WZ01zgkWa9Bc8De7");
     QString currency = QStringLiteral("usd");
@@ -54,9 +54,9 @@ struct SubscriptionSpec
     qint64 canceledAt = 1'795'100'000;
 };
 
-QJsonObject invoice(const InvoiceSpec &spec, Shape shape);
-QJsonObject charge(const ChargeSpec &spec, Shape shape);
-QJsonObject subscription(const SubscriptionSpec &spec, Shape shape);
+QJsonObject invoice(const InvoiceFields &fields, Shape shape);
+QJsonObject charge(const ChargeFields &fields, Shape shape);
+QJsonObject subscription(const SubscriptionFields &fields, Shape shape);
 
 // An event wrapping `object`, rendered in the API version matching `shape`.
 QJsonObject event(const QString &id, const QString &type, qint64 created, const QJsonObject &object, Shape shape);

@@ -25,8 +25,8 @@ namespace {
 bool seedAccounts(const Storage &storage, const QStringList &specs)
 {
     QList<Account> accounts = storage.loadAccounts();
-    for (const QString &spec : specs) {
-        const QStringList parts = spec.split(u':');
+    for (const QString &fields : specs) {
+        const QStringList parts = fields.split(u':');
         if (parts.size() < 3)
             return false;
         Account account = Account::newAccount(parts[0] == u"paypal"_s ? AccountProvider::PayPal : AccountProvider::Stripe);
@@ -77,7 +77,7 @@ int main(int argc, char **argv)
     const QCommandLineOption dataDir(u"data-dir"_s, u"Data folder."_s, u"path"_s);
     const QCommandLineOption stripeBase(u"stripe-base"_s, u"Stripe API base URL."_s, u"url"_s);
     const QCommandLineOption paypalBase(u"paypal-base"_s, u"PayPal API base URL."_s, u"url"_s);
-    const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"spec"_s);
+    const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"fields"_s);
     const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER."_s, u"pane"_s);
     const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);

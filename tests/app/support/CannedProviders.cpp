@@ -64,19 +64,19 @@ QJsonArray populatedInvoices(Date now)
         const double age = 1800 + seq.next(29 * 86400);
         const Customer &c = customers[seq.next(std::size(customers))];
         const Plan &p = plans[seq.next(std::size(plans))];
-        InvoiceSpec spec;
-        spec.id = u"in_1Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
-        spec.amountPaid = p.cents;
-        spec.currency = QString::fromLatin1(p.currency);
-        spec.created = unix(now.addingSeconds(-age));
-        spec.billingReason = seq.next(10) < 3 ? u"subscription_create"_s : u"subscription_cycle"_s;
-        spec.customer = u"cus_Canned%1"_s.arg(i);
-        spec.customerName = QString::fromUtf8(c.name);
-        spec.customerEmail = QString::fromLatin1(c.email);
-        spec.charge = u"ch_3Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
-        spec.subscription = u"sub_1Q%1Canned"_s.arg(i);
-        spec.lineDescription = u"1 × "_s + QString::fromUtf8(p.label);
-        events.append(event(u"evt_inv_%1"_s.arg(i), u"invoice.payment_succeeded"_s, spec.created, invoice(spec, shape), shape));
+        InvoiceFields fields;
+        fields.id = u"in_1Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
+        fields.amountPaid = p.cents;
+        fields.currency = QString::fromLatin1(p.currency);
+        fields.created = unix(now.addingSeconds(-age));
+        fields.billingReason = seq.next(10) < 3 ? u"subscription_create"_s : u"subscription_cycle"_s;
+        fields.customer = u"cus_Canned%1"_s.arg(i);
+        fields.customerName = QString::fromUtf8(c.name);
+        fields.customerEmail = QString::fromLatin1(c.email);
+        fields.charge = u"ch_3Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
+        fields.subscription = u"sub_1Q%1Canned"_s.arg(i);
+        fields.lineDescription = u"1 × "_s + QString::fromUtf8(p.label);
+        events.append(event(u"evt_inv_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
 }
@@ -86,15 +86,15 @@ QJsonArray todayInvoices(Date now)
     QJsonArray events;
     const qint64 amounts[] = {4900, 9900, 120000};
     for (int i = 0; i < 3; ++i) {
-        InvoiceSpec spec;
-        spec.id = u"in_today_%1"_s.arg(i);
-        spec.amountPaid = amounts[i];
-        spec.created = unix(now.addingSeconds(-60.0 * (i + 1)));
-        spec.billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s;
-        spec.charge = u"ch_today_%1"_s.arg(i);
-        spec.customer = u"cus_today_%1"_s.arg(i);
-        spec.subscription = u"sub_today_%1"_s.arg(i);
-        events.append(event(u"evt_today_%1"_s.arg(i), u"invoice.payment_succeeded"_s, spec.created, invoice(spec, shape), shape));
+        InvoiceFields fields;
+        fields.id = u"in_today_%1"_s.arg(i);
+        fields.amountPaid = amounts[i];
+        fields.created = unix(now.addingSeconds(-60.0 * (i + 1)));
+        fields.billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s;
+        fields.charge = u"ch_today_%1"_s.arg(i);
+        fields.customer = u"cus_today_%1"_s.arg(i);
+        fields.subscription = u"sub_today_%1"_s.arg(i);
+        events.append(event(u"evt_today_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
 }
@@ -105,14 +105,14 @@ QJsonArray cancellations(Date now)
     const qint64 amounts[] = {4900, 2900, 9900};
     const char *intervals[] = {"month", "month", "month"};
     for (int i = 0; i < 3; ++i) {
-        SubscriptionSpec spec;
-        spec.id = u"sub_1QCanceled%1"_s.arg(i);
-        spec.unitAmount = amounts[i];
-        spec.interval = QString::fromLatin1(intervals[i]);
-        spec.nickname = QString();
-        spec.canceledAt = unix(now.addingSeconds(-86400.0 * (2 + i * 6) - 3600));
-        events.append(event(u"evt_cancel_%1"_s.arg(i), u"customer.subscription.deleted"_s, spec.canceledAt,
-                            subscription(spec, shape), shape));
+        SubscriptionFields fields;
+        fields.id = u"sub_1QCanceled%1"_s.arg(i);
+        fields.unitAmount = amounts[i];
+        fields.interval = QString::fromLatin1(intervals[i]);
+        fields.nickname = QString();
+        fields.canceledAt = unix(now.addingSeconds(-86400.0 * (2 + i * 6) - 3600));
+        events.append(event(u"evt_cancel_%1"_s.arg(i), u"customer.subscription.deleted"_s, fields.canceledAt,
+                            subscription(fields, shape), shape));
     }
     return events;
 }
@@ -121,32 +121,32 @@ QJsonArray failures(Date now)
 {
     QJsonArray events;
     for (int i = 0; i < 2; ++i) {
-        InvoiceSpec spec;
-        spec.id = u"in_failed_%1"_s.arg(i);
-        spec.amountPaid = 0;
-        spec.amountDue = i == 0 ? 4900 : 9900;
-        spec.created = unix(now.addingSeconds(-86400.0 * (1 + i * 9) - 7200));
-        spec.customer = u"cus_failed_%1"_s.arg(i);
-        spec.customerName = QString::fromUtf8(customers[i + 3].name);
-        spec.customerEmail = QString::fromLatin1(customers[i + 3].email);
-        spec.charge = u"ch_failed_%1"_s.arg(i);
-        spec.subscription = u"sub_failed_%1"_s.arg(i);
-        spec.lineDescription = i == 0 ? u"1 × Pro (at $49.00 / month)"_s : u"1 × Team (at $99.00 / month)"_s;
-        events.append(event(u"evt_failed_%1"_s.arg(i), u"invoice.payment_failed"_s, spec.created, invoice(spec, shape), shape));
+        InvoiceFields fields;
+        fields.id = u"in_failed_%1"_s.arg(i);
+        fields.amountPaid = 0;
+        fields.amountDue = i == 0 ? 4900 : 9900;
+        fields.created = unix(now.addingSeconds(-86400.0 * (1 + i * 9) - 7200));
+        fields.customer = u"cus_failed_%1"_s.arg(i);
+        fields.customerName = QString::fromUtf8(customers[i + 3].name);
+        fields.customerEmail = QString::fromLatin1(customers[i + 3].email);
+        fields.charge = u"ch_failed_%1"_s.arg(i);
+        fields.subscription = u"sub_failed_%1"_s.arg(i);
+        fields.lineDescription = i == 0 ? u"1 × Pro (at $49.00 / month)"_s : u"1 × Team (at $99.00 / month)"_s;
+        events.append(event(u"evt_failed_%1"_s.arg(i), u"invoice.payment_failed"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
 }
 
 QJsonArray standaloneCharges(Date now)
 {
-    ChargeSpec spec;
-    spec.id = u"ch_3QLifetime"_s;
-    spec.amount = 29900;
-    spec.created = unix(now.addingSeconds(-86400.0 * 4 - 1800));
-    spec.description = u"Lifetime licence"_s;
-    spec.email = u"olivia.brown@example.co.uk"_s;
-    spec.name = u"Olivia Brown"_s;
-    return {event(u"evt_charge_0"_s, u"charge.succeeded"_s, spec.created, charge(spec, shape), shape)};
+    ChargeFields fields;
+    fields.id = u"ch_3QLifetime"_s;
+    fields.amount = 29900;
+    fields.created = unix(now.addingSeconds(-86400.0 * 4 - 1800));
+    fields.description = u"Lifetime licence"_s;
+    fields.email = u"olivia.brown@example.co.uk"_s;
+    fields.name = u"Olivia Brown"_s;
+    return {event(u"evt_charge_0"_s, u"charge.succeeded"_s, fields.created, charge(fields, shape), shape)};
 }
 
 QJsonArray historicalCharges(Date now)
@@ -155,14 +155,14 @@ QJsonArray historicalCharges(Date now)
     Sequence seq;
     for (int i = 0; i < 40; ++i) {
         const Plan &p = plans[seq.next(std::size(plans))];
-        ChargeSpec spec;
-        spec.id = u"ch_hist_%1"_s.arg(i);
-        spec.amount = p.cents;
-        spec.currency = QString::fromLatin1(p.currency);
-        spec.created = unix(now.addingSeconds(-86400.0 * (31 + seq.next(58)) - 3600));
-        spec.invoice = u"in_hist_%1"_s.arg(i);
-        spec.description = QString::fromUtf8(p.label);
-        out.append(charge(spec, shape));
+        ChargeFields fields;
+        fields.id = u"ch_hist_%1"_s.arg(i);
+        fields.amount = p.cents;
+        fields.currency = QString::fromLatin1(p.currency);
+        fields.created = unix(now.addingSeconds(-86400.0 * (31 + seq.next(58)) - 3600));
+        fields.invoice = u"in_hist_%1"_s.arg(i);
+        fields.description = QString::fromUtf8(p.label);
+        out.append(charge(fields, shape));
     }
     return out;
 }

@@ -47,7 +47,7 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
     struct Row
     {
         const char *name;
-        InvoiceSpec spec;
+        InvoiceFields fields;
         Shape shape;
         RevenueKind kind;
         double amount;
@@ -74,16 +74,16 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
-        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decodeInvoice(invoice(row.spec, row.shape)), account());
-        EXPECT_EQ(e.id, row.spec.id);
+        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decodeInvoice(invoice(row.fields, row.shape)), account());
+        EXPECT_EQ(e.id, row.fields.id);
         EXPECT_EQ(e.kind, row.kind);
         EXPECT_DOUBLE_EQ(e.amount, row.amount);
         EXPECT_NEAR(e.usdAmount, row.usd, 1e-9);
-        EXPECT_EQ(e.currency, row.spec.currency);
+        EXPECT_EQ(e.currency, row.fields.currency);
         EXPECT_EQ(e.description, QString::fromUtf8(row.description));
-        EXPECT_EQ(e.customerEmail, std::optional<QString>(row.spec.customerEmail));
+        EXPECT_EQ(e.customerEmail, std::optional<QString>(row.fields.customerEmail));
         EXPECT_EQ(e.dashboardURL, QUrl(u"https://dashboard.stripe.com/"_s + QString::fromLatin1(row.path)));
-        EXPECT_EQ(e.date, Date::fromUnix(row.spec.created));
+        EXPECT_EQ(e.date, Date::fromUnix(row.fields.created));
     }
 }
 
@@ -159,7 +159,7 @@ TEST(StripeClassifier, ChargesThatPaidAnInvoiceAreFoundInEitherShape)
     struct Row
     {
         const char *name;
-        ChargeSpec spec;
+        ChargeFields fields;
         bool paysInvoice;
     };
     const Row rows[] = {
@@ -177,8 +177,8 @@ TEST(StripeClassifier, ChargesThatPaidAnInvoiceAreFoundInEitherShape)
     };
     QList<SucceededChargeEvent> charges;
     for (const Row &row : rows)
-        charges.append({u"evt_"_s + row.spec.id, Date::fromUnix(row.spec.created), decodeCharge(charge(row.spec, Shape::Current))});
+        charges.append({u"evt_"_s + row.fields.id, Date::fromUnix(row.fields.created), decodeCharge(charge(row.fields, Shape::Current))});
     const QSet<QString> paying = StripeClassifier::chargesPayingInvoices(charges, invoices);
     for (const Row &row : rows)
-        EXPECT_EQ(paying.contains(row.spec.id), row.paysInvoice) << row.name;
+        EXPECT_EQ(paying.contains(row.fields.id), row.paysInvoice) << row.name;
 }

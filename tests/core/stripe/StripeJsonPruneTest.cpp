@@ -206,22 +206,22 @@ namespace {
 
 QJsonObject invoiceSpecimen(int n, Shape shape)
 {
-    StripeBodies::InvoiceSpec spec;
-    spec.id = u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n);
-    spec.charge = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n);
-    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n);
-    spec.customerName = u"Zoë “Q” Müller 😀"_s;
-    spec.lineDescription = u"1 × Pro\t(at €20.00 / month) \"quoted\" \\ back"_s;
-    return StripeBodies::invoice(spec, shape);
+    StripeBodies::InvoiceFields fields;
+    fields.id = u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n);
+    fields.charge = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n);
+    fields.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n);
+    fields.customerName = u"Zoë “Q” Müller 😀"_s;
+    fields.lineDescription = u"1 × Pro\t(at €20.00 / month) \"quoted\" \\ back"_s;
+    return StripeBodies::invoice(fields, shape);
 }
 
 QJsonObject chargeSpecimen(int n, Shape shape)
 {
-    StripeBodies::ChargeSpec spec;
-    spec.id = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n);
-    spec.invoice = n % 2 ? u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n) : QString();
-    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n);
-    QJsonObject charge = StripeBodies::charge(spec, shape);
+    StripeBodies::ChargeFields fields;
+    fields.id = u"ch_3SQaPbB7WZ01zgkW%1"_s.arg(n);
+    fields.invoice = n % 2 ? u"in_1SQaPaB7WZ01zgkW%1"_s.arg(n) : QString();
+    fields.paymentIntent = u"pi_3SQaPbB7WZ01zgkW%1"_s.arg(n);
+    QJsonObject charge = StripeBodies::charge(fields, shape);
     charge.insert(u"metadata"_s, QJsonObject{{u"order"_s, u"A-%1"_s.arg(n)}, {u"id"_s, u"kept"_s}, {u"livemode"_s, u"x"_s}});
     return charge;
 }
@@ -244,10 +244,10 @@ QByteArray objectPage(Shape shape, QJsonObject (*object)(int, Shape))
 
 QJsonObject subscriptionSpecimen(int n, Shape shape)
 {
-    StripeBodies::SubscriptionSpec spec;
-    spec.id = u"sub_%1"_s.arg(n);
-    spec.nickname = n % 2 ? u"Pro yearly"_s : QString();
-    return StripeBodies::subscription(spec, shape);
+    StripeBodies::SubscriptionFields fields;
+    fields.id = u"sub_%1"_s.arg(n);
+    fields.nickname = n % 2 ? u"Pro yearly"_s : QString();
+    return StripeBodies::subscription(fields, shape);
 }
 
 QJsonObject invoicePaymentSpecimen(int n, Shape)

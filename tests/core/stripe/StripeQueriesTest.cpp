@@ -10,9 +10,9 @@ const Date since = Date::fromUnix(1'795'000'000);
 
 QJsonObject chargeObject(const QString &id, const QJsonObject &overrides = {}, const QStringList &removed = {})
 {
-    StripeBodies::ChargeSpec spec;
-    spec.id = id;
-    QJsonObject charge = StripeBodies::charge(spec, Shape::Legacy);
+    StripeBodies::ChargeFields fields;
+    fields.id = id;
+    QJsonObject charge = StripeBodies::charge(fields, Shape::Legacy);
     for (auto it = overrides.begin(); it != overrides.end(); ++it)
         charge.insert(it.key(), it.value());
     for (const QString &key : removed)
@@ -38,11 +38,11 @@ FakeHttpServer::Handler chargePages(int pages)
 TEST_F(StripeClientTest, EventPagesAreFollowedWithTheLastIdAppendedLast)
 {
     auto invoiceEvent = [](int n, Shape shape) {
-        StripeBodies::InvoiceSpec spec;
-        spec.id = u"in_%1"_s.arg(n);
-        spec.created = 1'795'000'000 + n;
+        StripeBodies::InvoiceFields fields;
+        fields.id = u"in_%1"_s.arg(n);
+        fields.created = 1'795'000'000 + n;
         return StripeBodies::event(u"evt_%1"_s.arg(n), u"invoice.payment_succeeded"_s, 1'795'100'000 + n,
-                                   StripeBodies::invoice(spec, shape), shape);
+                                   StripeBodies::invoice(fields, shape), shape);
     };
     server.enqueue("GET", "/v1/events",
                    FakeResponse::json(200, StripeBodies::page({invoiceEvent(1, Shape::Current), invoiceEvent(2, Shape::Legacy)}, true)));
@@ -176,10 +176,10 @@ TEST_F(StripeClientTest, HistoricalChargesKeepOnlySucceededPaidOnes)
 TEST_F(StripeClientTest, StandaloneChargesDropThoseThatPaidAnInvoice)
 {
     auto chargeEvent = [](const QString &id, const QJsonObject &overrides, Shape shape = Shape::Legacy) {
-        StripeBodies::ChargeSpec spec;
-        spec.id = id;
-        spec.paymentIntent = u"pi_"_s + id.mid(3);
-        QJsonObject charge = StripeBodies::charge(spec, shape);
+        StripeBodies::ChargeFields fields;
+        fields.id = id;
+        fields.paymentIntent = u"pi_"_s + id.mid(3);
+        QJsonObject charge = StripeBodies::charge(fields, shape);
         for (auto it = overrides.begin(); it != overrides.end(); ++it)
             charge.insert(it.key(), it.value());
         return StripeBodies::event(u"evt_"_s + id, u"charge.succeeded"_s, 1'795'123'647, charge, shape);
@@ -209,14 +209,14 @@ TEST_F(StripeClientTest, StandaloneChargesDropThoseThatPaidAnInvoice)
 
 TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
 {
-    StripeBodies::SubscriptionSpec sub;
+    StripeBodies::SubscriptionFields sub;
     sub.canceledAt = 1'795'000'000;
-    StripeBodies::InvoiceSpec failedInvoice;
+    StripeBodies::InvoiceFields failedInvoice;
     failedInvoice.id = u"in_failed"_s;
     failedInvoice.amountPaid = 0;
     failedInvoice.amountDue = 9900;
     failedInvoice.currency = u"gbp"_s;
-    StripeBodies::ChargeSpec refunded;
+    StripeBodies::ChargeFields refunded;
     refunded.id = u"ch_refunded"_s;
     refunded.amount = 4900;
     refunded.amountRefunded = 1500;
@@ -269,9 +269,9 @@ TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
 
 TEST_F(StripeClientTest, AFailedPageFailsTheWholeQuery)
 {
-    StripeBodies::InvoiceSpec spec;
-    spec.id = u"in_1"_s;
-    const QJsonArray first{StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1, StripeBodies::invoice(spec, Shape::Legacy), Shape::Legacy)};
+    StripeBodies::InvoiceFields fields;
+    fields.id = u"in_1"_s;
+    const QJsonArray first{StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1, StripeBodies::invoice(fields, Shape::Legacy), Shape::Legacy)};
     server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page(first, true)));
     server.enqueue("GET", "/v1/events", FakeResponse::json(500, R"({"error":{"type":"api_error"}})"));
     const auto result = run(client().fetchPaidInvoices(since));

@@ -36,30 +36,30 @@ const char *shapeName(Shape shape)
 
 TEST(StripeRecords, InvoiceOfEitherShapeGivesTheSameSubscriptionAndAmounts)
 {
-    StripeBodies::InvoiceSpec spec;
-    spec.id = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
-    spec.charge = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
-    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
-    spec.billingReason = u"subscription_create"_s;
+    StripeBodies::InvoiceFields fields;
+    fields.id = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
+    fields.charge = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
+    fields.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
+    fields.billingReason = u"subscription_create"_s;
     for (Shape shape : {Shape::Legacy, Shape::Current}) {
         SCOPED_TRACE(shapeName(shape));
-        const auto invoice = decodeOk<RawInvoice>(bytes(StripeBodies::invoice(spec, shape)));
-        EXPECT_EQ(invoice.id, spec.id);
+        const auto invoice = decodeOk<RawInvoice>(bytes(StripeBodies::invoice(fields, shape)));
+        EXPECT_EQ(invoice.id, fields.id);
         EXPECT_EQ(invoice.amount_paid, 2000);
         EXPECT_EQ(invoice.amount_due, 2000);
         EXPECT_EQ(invoice.currency, u"usd"_s);
-        EXPECT_EQ(invoice.created, spec.created);
+        EXPECT_EQ(invoice.created, fields.created);
         EXPECT_EQ(invoice.billing_reason, u"subscription_create"_s);
-        EXPECT_EQ(invoice.customer, spec.customer);
-        EXPECT_EQ(invoice.customer_email, spec.customerEmail);
-        EXPECT_EQ(invoice.subscription, spec.subscription);
+        EXPECT_EQ(invoice.customer, fields.customer);
+        EXPECT_EQ(invoice.customer_email, fields.customerEmail);
+        EXPECT_EQ(invoice.subscription, fields.subscription);
         EXPECT_EQ(invoice.status, u"paid"_s);
         ASSERT_TRUE(invoice.lines.has_value());
         ASSERT_EQ(invoice.lines->data.size(), 1);
-        EXPECT_EQ(invoice.lines->data[0].description, spec.lineDescription);
+        EXPECT_EQ(invoice.lines->data[0].description, fields.lineDescription);
         if (shape == Shape::Legacy) {
-            EXPECT_EQ(invoice.charge, spec.charge);
-            EXPECT_EQ(invoice.payment_intent, spec.paymentIntent);
+            EXPECT_EQ(invoice.charge, fields.charge);
+            EXPECT_EQ(invoice.payment_intent, fields.paymentIntent);
             EXPECT_EQ(invoice.paid, true);
         } else {
             // The basil invoice has no link to what paid it unless `payments` is included.
@@ -93,47 +93,47 @@ TEST(StripeRecords, NewShapeInvoiceTakesItsPaymentLinksFromThePaidPayment)
 
 TEST(StripeRecords, ChargeOfEitherShapeDecodesAlike)
 {
-    StripeBodies::ChargeSpec spec;
-    spec.id = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
-    spec.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
-    spec.invoice = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
-    spec.amountRefunded = 1500;
+    StripeBodies::ChargeFields fields;
+    fields.id = u"ch_3SQaPbB7WZ01zgkW0Zl2Lm9x"_s;
+    fields.paymentIntent = u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s;
+    fields.invoice = u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s;
+    fields.amountRefunded = 1500;
     for (Shape shape : {Shape::Legacy, Shape::Current}) {
         SCOPED_TRACE(shapeName(shape));
-        const auto charge = decodeOk<RawCharge>(bytes(StripeBodies::charge(spec, shape)));
-        EXPECT_EQ(charge.id, spec.id);
+        const auto charge = decodeOk<RawCharge>(bytes(StripeBodies::charge(fields, shape)));
+        EXPECT_EQ(charge.id, fields.id);
         EXPECT_EQ(charge.amount, 2000);
         EXPECT_EQ(charge.amount_refunded, 1500);
-        EXPECT_EQ(charge.created, spec.created);
+        EXPECT_EQ(charge.created, fields.created);
         EXPECT_EQ(charge.status, u"succeeded"_s);
         EXPECT_EQ(charge.paid, true);
-        EXPECT_EQ(charge.payment_intent, spec.paymentIntent);
+        EXPECT_EQ(charge.payment_intent, fields.paymentIntent);
         ASSERT_TRUE(charge.billing_details.has_value());
-        EXPECT_EQ(charge.billing_details->email, spec.email);
-        EXPECT_EQ(charge.billing_details->name, spec.name);
-        EXPECT_EQ(charge.description, spec.description);
+        EXPECT_EQ(charge.billing_details->email, fields.email);
+        EXPECT_EQ(charge.billing_details->name, fields.name);
+        EXPECT_EQ(charge.description, fields.description);
         ASSERT_TRUE(charge.metadata.has_value());
         EXPECT_TRUE(charge.metadata->isEmpty());
-        EXPECT_EQ(charge.invoice, shape == Shape::Legacy ? std::optional<QString>(spec.invoice) : std::nullopt);
+        EXPECT_EQ(charge.invoice, shape == Shape::Legacy ? std::optional<QString>(fields.invoice) : std::nullopt);
         EXPECT_EQ(charge.carriesInvoiceLink, shape == Shape::Legacy) << "only the older shape has the invoice key";
     }
 }
 
 TEST(StripeRecords, SubscriptionPeriodEndIsFoundInEitherShape)
 {
-    StripeBodies::SubscriptionSpec spec;
+    StripeBodies::SubscriptionFields fields;
     for (Shape shape : {Shape::Legacy, Shape::Current}) {
         SCOPED_TRACE(shapeName(shape));
-        const QJsonObject object = StripeBodies::subscription(spec, shape);
+        const QJsonObject object = StripeBodies::subscription(fields, shape);
         const auto raw = decodeOk<RawSubscription>(bytes(object));
-        EXPECT_EQ(raw.id, spec.id);
-        EXPECT_EQ(raw.canceled_at, spec.canceledAt);
-        EXPECT_EQ(raw.current_period_end, spec.canceledAt + 86'400 * 30);
+        EXPECT_EQ(raw.id, fields.id);
+        EXPECT_EQ(raw.canceled_at, fields.canceledAt);
+        EXPECT_EQ(raw.current_period_end, fields.canceledAt + 86'400 * 30);
         EXPECT_EQ(raw.customer, u"cus_QhXy1zA2bC3dE4"_s);
         EXPECT_DOUBLE_EQ(raw.approximateMonthlyAmount(), 10.0);
         const auto expanded = decodeOk<ExpandedSubscription>(bytes(object));
-        EXPECT_EQ(expanded.current_period_end, spec.canceledAt + 86'400 * 30);
-        EXPECT_EQ(expanded.planLabel(), spec.nickname);
+        EXPECT_EQ(expanded.current_period_end, fields.canceledAt + 86'400 * 30);
+        EXPECT_EQ(expanded.planLabel(), fields.nickname);
     }
 }
 
