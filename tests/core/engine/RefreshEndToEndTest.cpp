@@ -344,3 +344,60 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
     EXPECT_TRUE(e.feed().isEmpty());
     EXPECT_FALSE(storage().loadSyncState().contains(main.id));
 }
+
+TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
+{
+    const qint64 now = 1'795'262'400;
+    const auto paid = [](const char *id, qint64 at) {
+        return StripeBodies::event(u"evt_"_s + QString::fromLatin1(id), u"invoice.payment_succeeded"_s, at,
+                                   invoice({.id = QString::fromLatin1(id), .created = at}, Shape::Current), Shape::Current);
+    };
+    struct Row
+    {
+        const char *name;
+        bool storedFeed;
+        bool notificationsOn;
+        QStringList expected;
+    };
+    const Row rows[] = {
+        {"first cycle without a stored feed only learns", false, true, {}},
+        {"after a stored feed: new and recent only", true, true, {u"in_fresh"_s}},
+        {"switched off: nothing", true, false, {}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        QTemporaryDir fresh;
+        dir.swap(fresh);
+        script.eventsByKeyAndType.clear();
+        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_stored", now - 100));
+        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_fresh", now - 120));
+        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_old", now - 3600));
+        ASSERT_TRUE(storage().saveAccounts({main}));
+        if (row.storedFeed) {
+            PaymentEvent stored = event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20);
+            // Older than 25 days somewhere, so the stored feed does not reset the sync state.
+            ASSERT_TRUE(storage().saveFeed({stored, event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+        }
+        Preferences p = Preferences::defaults(clock->now(), calendar);
+        p.showNotifications = row.notificationsOn;
+        ASSERT_TRUE(storage().savePreferences(p));
+        RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+        QStringList notified;
+        QObject::connect(&e, &RevenueEngine::eventsToNotify, [&](const QList<PaymentEvent> &events) {
+            for (const PaymentEvent &ev : events)
+                notified.append(ev.id);
+        });
+        QCoro::waitFor(e.refresh());
+        ASSERT_EQ(e.feed().size(), row.storedFeed ? 4 : 3);
+        EXPECT_EQ(notified, row.expected);
+
+        // The same events again later are never announced, whatever the switch says now.
+        notified.clear();
+        p.showNotifications = true;
+        e.setPreferences(p);
+        clock->advance(60);
+        QCoro::waitFor(e.refresh());
+        EXPECT_TRUE(notified.isEmpty());
+        engine.reset();
+    }
+}
