@@ -227,14 +227,22 @@ TEST_F(AppFixture, DashboardPrivacyToggleAndCustomRangeSaveThePreferences)
 
 TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
 {
-    RevenueEngine &e = startEngine();
+    FakeHttpServer stripe;
+    stripe.setFallback([](const RecordedRequest &) { return FakeResponse::json(401, "{\"error\":{}}"); });
+    EngineEnvironment env = environment();
+    env.endpoints.stripeApi = stripe.baseUrl();
+    engine = std::make_unique<RevenueEngine>(env);
+    RevenueEngine &e = *engine;
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
     Account acme;
     acme.name = u"Acme"_s;
+    acme.stripeRestrictedKey = u"rk_test_1"_s;
     e.upsertAccount(acme);
-    EXPECT_EQ(dashboard.headlineState(), u"unavailable");
+    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
+    QCoro::waitFor(e.refresh());
+    EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
 }
 
 TEST_F(AppFixture, DashboardRefreshesFromLoopbackStripe)

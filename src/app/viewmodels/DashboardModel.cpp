@@ -136,11 +136,15 @@ void DashboardModel::recompute()
 {
     const Preferences &prefs = m_engine->preferences();
     const Totals totals = m_engine->totals(prefs.selectedRange);
-    // With no account connected nothing failed to load: the empty state speaks, not a warning.
-    const QSet<RevenueKind> unavailable =
-        m_engine->accounts().isEmpty() ? QSet<RevenueKind>() : m_engine->unavailableKinds();
+    // Kinds count as failed only once a cycle of this process has finished: before that
+    // (no account yet, or the first load still running) nothing has failed, and the stored
+    // feed's figures are better than a warning.
+    const bool anyCycleFinished = m_engine->lastRefreshDuration().has_value();
+    const QSet<RevenueKind> unavailable = !m_engine->accounts().isEmpty() && anyCycleFinished
+        ? m_engine->unavailableKinds()
+        : QSet<RevenueKind>();
     m_headline = DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete());
-    m_tiles.setTiles(TilesModel::tiles(totals, m_engine->unavailableKinds(), prefs));
+    m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs));
     m_chart.setData(m_engine->buckets(prefs.selectedRange), m_engine->calendar(), prefs.privacyMode);
     updateTimers();
     Q_EMIT changed();
