@@ -12,6 +12,7 @@
 
 #include <QDirIterator>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QFile>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -146,9 +147,11 @@ TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
     GeneralSettingsModel general(&engine);
     general.setDarkMode(true);
     EXPECT_TRUE(appearance.dark());
+    EXPECT_EQ(QGuiApplication::palette().color(QPalette::Link), appearance.accent()) << "Markdown links follow the theme";
     const bool systemDark = Appearance::systemIsDark();
     general.setDarkMode(false);
     EXPECT_EQ(appearance.dark(), systemDark);
+    EXPECT_EQ(QGuiApplication::palette().color(QPalette::Link), appearance.accent());
 }
 
 // Every QML file must load without a single warning: a warning is a broken binding or a

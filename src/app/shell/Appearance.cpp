@@ -17,6 +17,21 @@ Appearance::Appearance(QObject *parent)
 {
     if (qGuiApp)
         qGuiApp->installEventFilter(this);
+    connect(this, &Appearance::changed, this, &Appearance::applyLinkColour);
+    applyLinkColour();
+}
+
+// Markdown text renders its links in the application palette's link colour, which no QML
+// property reaches; keep it on the accent so links stay readable in both themes.
+void Appearance::applyLinkColour()
+{
+    if (!qGuiApp)
+        return;
+    QPalette palette = QGuiApplication::palette();
+    if (palette.color(QPalette::Link) == accent())
+        return;
+    palette.setColor(QPalette::Link, accent());
+    QGuiApplication::setPalette(palette);
 }
 
 void Appearance::setInstance(Appearance *instance)

@@ -66,6 +66,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void applyLinkColour();
+
     bool m_forcedDark = false;
     bool m_systemDark = false;
 };
