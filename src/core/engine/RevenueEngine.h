@@ -8,7 +8,6 @@
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
 #include "storage/Storage.h"
-#include "stripe/StripeClient.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
@@ -19,6 +18,9 @@
 #include <QObject>
 #include <QSet>
 #include <memory>
+
+class StripeClient;
+struct SucceededChargeEvent;
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
 // a virtual clock, a fixed time zone and loopback provider endpoints.
