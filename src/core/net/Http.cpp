@@ -4,6 +4,7 @@
 #include <QCoroSignal>
 #include <QNetworkAccessManager>
 #include <QPointer>
+#include <QStringDecoder>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +21,15 @@ QNetworkAccessManager &sharedSession()
         return nam;
     }();
     return *session;
+}
+
+QString bodyText(const QByteArray &body)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(body);
+    if (decoder.hasError())
+        text.clear();
+    return text;
 }
 
 QNetworkRequest makeRequest(const QUrl &url)

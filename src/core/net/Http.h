@@ -38,6 +38,9 @@ QNetworkAccessManager &sharedSession();
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body = {},
                                CancellationToken token = CancellationToken::none(), qint64 maxBody = maxBodyBytes);
 
+// A response body as text for error messages: UTF-8, or empty when it is not valid UTF-8.
+QString bodyText(const QByteArray &body);
+
 // A request with the defaults every provider call uses.
 QNetworkRequest makeRequest(const QUrl &url);
 

@@ -1,16 +1,12 @@
 #include "PPError.h"
 
-#include <QStringDecoder>
+#include "net/Http.h"
 
 using namespace Qt::StringLiterals;
 
 PPError PPError::http(int status, const QByteArray &body)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(body);
-    if (decoder.hasError())
-        text.clear();
-    return PPError(Kind::Http, status, std::move(text));
+    return PPError(Kind::Http, status, Http::bodyText(body));
 }
 
 PPError PPError::decoding(QString text)

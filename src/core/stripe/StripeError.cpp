@@ -1,16 +1,12 @@
 #include "StripeError.h"
 
-#include <QStringDecoder>
+#include "net/Http.h"
 
 using namespace Qt::StringLiterals;
 
 StripeError StripeError::http(int status, const QByteArray &body)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(body);
-    if (decoder.hasError())
-        text.clear();
-    return StripeError(Kind::Http, status, std::move(text));
+    return StripeError(Kind::Http, status, Http::bodyText(body));
 }
 
 StripeError StripeError::decoding(QString text)
