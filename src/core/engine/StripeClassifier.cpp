@@ -39,6 +39,16 @@ std::optional<QString> firstLineDescription(const RawInvoice &invoice)
     return invoice.lines->data.first().description;
 }
 
+std::optional<QString> billingName(const RawCharge &charge)
+{
+    return charge.billing_details ? charge.billing_details->name : std::nullopt;
+}
+
+std::optional<QString> billingEmail(const RawCharge &charge)
+{
+    return charge.billing_details ? charge.billing_details->email : std::nullopt;
+}
+
 QString invoicePath(const RawInvoice &invoice)
 {
     if (invoice.charge && !invoice.charge->isEmpty())
@@ -84,8 +94,8 @@ PaymentEvent fromStandaloneCharge(const SucceededChargeEvent &event, const Accou
     if (charge.metadata)
         if (auto it = charge.metadata->constFind(u"plan"_s); it != charge.metadata->cend())
             plan = *it;
-    const std::optional<QString> name = charge.billing_details ? charge.billing_details->name : std::nullopt;
-    const std::optional<QString> email = charge.billing_details ? charge.billing_details->email : std::nullopt;
+    const std::optional<QString> name = billingName(charge);
+    const std::optional<QString> email = billingEmail(charge);
     e.description = firstPresent({&charge.description, &plan, &name, &email}, u"Payment"_s);
     e.customerEmail = email;
     e.dashboardURL = RevenueEngine::stripeURL(account, u"payments/"_s + charge.id);
@@ -98,8 +108,8 @@ PaymentEvent fromRefund(const RefundEvent &refund, const Account &account)
     PaymentEvent e = base(account, u"refund_"_s + refund.eventId, refund.refundedAt,
                           CurrencyConverter::fromMinorUnits(charge.amount_refunded.value_or(0), charge.currency),
                           charge.currency, RevenueKind::Refund);
-    const std::optional<QString> name = charge.billing_details ? charge.billing_details->name : std::nullopt;
-    const std::optional<QString> email = charge.billing_details ? charge.billing_details->email : std::nullopt;
+    const std::optional<QString> name = billingName(charge);
+    const std::optional<QString> email = billingEmail(charge);
     e.description = firstPresent({&charge.description, &name, &email}, u"Refund"_s);
     e.customerEmail = email;
     e.dashboardURL = RevenueEngine::stripeURL(account, u"payments/"_s + charge.id);
@@ -127,10 +137,13 @@ QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, 
         if (invoice.payment_intent && !invoice.payment_intent->isEmpty())
             linkedIntents.insert(*invoice.payment_intent);
     }
-    QList<const RawInvoice *> unlinked; // invoices that name no charge: the newer shape
+    // Invoices that name no charge (the newer shape), by customer: a charge only ever
+    // pairs with an invoice of its own customer, and a large first load must not compare
+    // every charge with every invoice.
+    QHash<QString, QList<const RawInvoice *>> unlinkedByCustomer;
     for (const RawInvoice &invoice : invoices)
-        if (!invoice.charge && !invoice.payment_intent && invoice.amount_paid > 0)
-            unlinked.append(&invoice);
+        if (!invoice.charge && !invoice.payment_intent && invoice.amount_paid > 0 && invoice.customer)
+            unlinkedByCustomer[*invoice.customer].append(&invoice);
 
     for (const SucceededChargeEvent &event : charges) {
         const RawCharge &c = event.charge;
@@ -138,20 +151,23 @@ QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, 
             paying.insert(c.id);
             continue;
         }
-        // Same customer, currency and amount, with the invoice reported within the hour
-        // after the charge: Stripe creates the charge first and the invoice event seconds later.
+        if (!c.customer)
+            continue;
+        auto candidates = unlinkedByCustomer.find(*c.customer);
+        if (candidates == unlinkedByCustomer.end())
+            continue;
+        // Same currency and amount, with the invoice reported within the hour after the
+        // charge: Stripe creates the charge first and the invoice event seconds later.
         const double chargeTime = event.succeededAt.unixSeconds();
-        for (qsizetype i = 0; i < unlinked.size(); ++i) {
-            const RawInvoice &inv = *unlinked[i];
-            if (!c.customer || !inv.customer || *c.customer != *inv.customer)
-                continue;
+        for (qsizetype i = 0; i < candidates->size(); ++i) {
+            const RawInvoice &inv = *candidates->at(i);
             if (inv.currency.compare(c.currency, Qt::CaseInsensitive) != 0 || inv.amount_paid != c.amount.value_or(-1))
                 continue;
             const double delta = static_cast<double>(inv.created) - chargeTime;
             if (delta < -60 || delta > 3600)
                 continue;
             paying.insert(c.id);
-            unlinked.removeAt(i); // one charge per invoice
+            candidates->removeAt(i); // one charge per invoice
             break;
         }
     }
