@@ -39,7 +39,7 @@ QCoro::Task<> runLoad(QPointer<RevenueEngine> engine, Account account, Date sinc
     }
     auto events = co_await engine->loadFromPayPal(account, since, token);
     if (events.ok())
-        collector->add(account.id, StripeLoad{std::move(events).value(), {RevenueKind::Recurring}});
+        collector->add(account.id, StripeLoad{std::move(events).value(), {RevenueKind::Recurring}, {}});
     else
         collector->add(account.id, events.error());
 }
