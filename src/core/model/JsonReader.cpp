@@ -40,6 +40,20 @@ bool JsonReader::has(QLatin1StringView key) const
     return !v.isUndefined() && !v.isNull();
 }
 
+JsonKind JsonReader::kind(QLatin1StringView key) const
+{
+    switch (m_object.value(key).type()) {
+    case QJsonValue::Null: return JsonKind::Null;
+    case QJsonValue::Bool: return JsonKind::Boolean;
+    case QJsonValue::Double: return JsonKind::Number;
+    case QJsonValue::String: return JsonKind::String;
+    case QJsonValue::Array: return JsonKind::Array;
+    case QJsonValue::Object: return JsonKind::Object;
+    case QJsonValue::Undefined: break;
+    }
+    return JsonKind::Absent;
+}
+
 QString JsonReader::pathOf(QLatin1StringView key) const
 {
     return m_path.isEmpty() ? QString(key) : m_path + u'.' + key;
@@ -241,6 +255,30 @@ std::optional<QJsonArray> JsonReader::optArray(QLatin1StringView key)
         return std::nullopt;
     }
     return v.toArray();
+}
+
+std::optional<QMap<QString, QString>> JsonReader::optStringMap(QLatin1StringView key)
+{
+    const auto members = optObject(key);
+    if (!members)
+        return std::nullopt;
+    QMap<QString, QString> out;
+    for (auto it = members->begin(); it != members->end(); ++it) {
+        if (!it.value().isString()) {
+            fail(pathOf(key) + u'.' + it.key() + QStringLiteral(": expected a string"));
+            return std::nullopt;
+        }
+        out.insert(it.key(), it.value().toString());
+    }
+    return out;
+}
+
+std::optional<JsonReader> JsonReader::optNested(QLatin1StringView key)
+{
+    const auto object = optObject(key);
+    if (!object)
+        return std::nullopt;
+    return nested(*object, key);
 }
 
 JsonReader JsonReader::nested(const QJsonObject &object, QLatin1StringView key)

@@ -6,10 +6,14 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonValue>
+#include <QMap>
 #include <QUrl>
 #include <QUuid>
 #include <memory>
 #include <optional>
+
+// What a member holds, for fields that come in more than one form.
+enum class JsonKind { Absent, Null, Boolean, Number, String, Array, Object };
 
 // How a file writes its dates: seconds since 2001 as a number, or ISO 8601 text.
 enum class DateForm { ReferenceSeconds, Iso8601 };
@@ -20,6 +24,8 @@ enum class DateForm { ReferenceSeconds, Iso8601 };
 class JsonReader
 {
 public:
+    using Key = QLatin1StringView;
+
     explicit JsonReader(const QJsonObject &object, QString path = {});
 
     bool failed() const { return !m_error->isEmpty(); }
@@ -28,6 +34,7 @@ public:
     void failKey(QLatin1StringView key, const char *what);
 
     bool has(QLatin1StringView key) const; // present and not null
+    JsonKind kind(QLatin1StringView key) const;
     QJsonValue raw(QLatin1StringView key) const { return m_object.value(key); }
     QString pathOf(QLatin1StringView key) const;
 
@@ -47,6 +54,8 @@ public:
     std::optional<QJsonObject> optObject(QLatin1StringView key);
     QJsonArray array(QLatin1StringView key);
     std::optional<QJsonArray> optArray(QLatin1StringView key);
+    // An object of string values, such as metadata.
+    std::optional<QMap<QString, QString>> optStringMap(QLatin1StringView key);
 
     template<typename E>
     E enumeration(QLatin1StringView key)
@@ -58,6 +67,27 @@ public:
             return *value;
         fail(pathOf(key) + QStringLiteral(": unknown value \"") + text + u'"');
         return E{};
+    }
+
+    // A reader of the optional object `key`, sharing this reader's error.
+    std::optional<JsonReader> optNested(QLatin1StringView key);
+
+    // Calls `f` with a reader for each element of the required array of objects `key`,
+    // until one fails, after `reserve` with their number.
+    template<typename F, typename Reserve>
+    void forEachObject(QLatin1StringView key, F &&f, Reserve &&reserve)
+    {
+        const QJsonArray elements = array(key);
+        reserve(elements.size());
+        for (qsizetype i = 0; i < elements.size() && !failed(); ++i) {
+            const QJsonValue value = elements.at(i);
+            if (!value.isObject()) {
+                fail(pathOf(key) + u'[' + QString::number(i) + QStringLiteral("]: expected an object"));
+                return;
+            }
+            JsonReader reader = element(value.toObject(), key, i);
+            f(reader);
+        }
     }
 
     // A nested reader sharing this reader's error.

@@ -1,28 +1,33 @@
 #include "StripeAccountInfo.h"
 
 #include "StripeJson.h"
+#include "StripeJsonScan.h"
 
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
 
-StripeAccountInfo::BusinessProfile StripeAccountInfo::BusinessProfile::decode(JsonReader &reader)
+template<typename Reader>
+StripeAccountInfo::BusinessProfile StripeAccountInfo::BusinessProfile::decode(Reader &reader)
 {
     return {reader.optString("url"_L1), reader.optString("name"_L1), reader.optString("support_url"_L1)};
 }
 
+template<typename Reader>
 StripeAccountInfo::AccountSettings::DashboardSettings
-StripeAccountInfo::AccountSettings::DashboardSettings::decode(JsonReader &reader)
+StripeAccountInfo::AccountSettings::DashboardSettings::decode(Reader &reader)
 {
     return {reader.optString("display_name"_L1)};
 }
 
-StripeAccountInfo::AccountSettings StripeAccountInfo::AccountSettings::decode(JsonReader &reader)
+template<typename Reader>
+StripeAccountInfo::AccountSettings StripeAccountInfo::AccountSettings::decode(Reader &reader)
 {
     return {StripeJson::optObjectOf<DashboardSettings>(reader, "dashboard"_L1)};
 }
 
-StripeAccountInfo StripeAccountInfo::decode(JsonReader &reader)
+template<typename Reader>
+StripeAccountInfo StripeAccountInfo::decode(Reader &reader)
 {
     StripeAccountInfo info;
     info.id = reader.optString("id"_L1);
@@ -55,7 +60,8 @@ std::optional<QString> StripeAccountInfo::resolvedDomain() const
     return hostOf(business_profile->support_url);
 }
 
-ErrResp::Err ErrResp::Err::decode(JsonReader &reader)
+template<typename Reader>
+ErrResp::Err ErrResp::Err::decode(Reader &reader)
 {
     Err err;
     err.code = reader.optString("code"_L1);
@@ -66,7 +72,13 @@ ErrResp::Err ErrResp::Err::decode(JsonReader &reader)
     return err;
 }
 
-ErrResp ErrResp::decode(JsonReader &reader)
+template<typename Reader>
+ErrResp ErrResp::decode(Reader &reader)
 {
     return {StripeJson::optObjectOf<Err>(reader, "error"_L1)};
 }
+
+template StripeAccountInfo StripeAccountInfo::decode(JsonReader &);
+template StripeAccountInfo StripeAccountInfo::decode(StripeJsonScan::Reader &);
+template ErrResp ErrResp::decode(JsonReader &);
+template ErrResp ErrResp::decode(StripeJsonScan::Reader &);

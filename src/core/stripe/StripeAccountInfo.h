@@ -13,7 +13,8 @@ struct StripeAccountInfo
         std::optional<QString> url;
         std::optional<QString> name;
         std::optional<QString> support_url;
-        static BusinessProfile decode(JsonReader &reader);
+        template<typename Reader>
+        static BusinessProfile decode(Reader &reader);
         friend bool operator==(const BusinessProfile &, const BusinessProfile &) = default;
     };
     struct AccountSettings
@@ -21,11 +22,13 @@ struct StripeAccountInfo
         struct DashboardSettings
         {
             std::optional<QString> display_name;
-            static DashboardSettings decode(JsonReader &reader);
+            template<typename Reader>
+            static DashboardSettings decode(Reader &reader);
             friend bool operator==(const DashboardSettings &, const DashboardSettings &) = default;
         };
         std::optional<DashboardSettings> dashboard;
-        static AccountSettings decode(JsonReader &reader);
+        template<typename Reader>
+        static AccountSettings decode(Reader &reader);
         friend bool operator==(const AccountSettings &, const AccountSettings &) = default;
     };
 
@@ -37,7 +40,8 @@ struct StripeAccountInfo
     // The host of the business URL, else of the support URL, exactly as QUrl gives it.
     std::optional<QString> resolvedDomain() const;
 
-    static StripeAccountInfo decode(JsonReader &reader);
+    template<typename Reader>
+    static StripeAccountInfo decode(Reader &reader);
     friend bool operator==(const StripeAccountInfo &, const StripeAccountInfo &) = default;
 };
 
@@ -51,11 +55,13 @@ struct ErrResp
         std::optional<QString> message;
         std::optional<QString> advice_code;
         std::optional<QString> type;
-        static Err decode(JsonReader &reader);
+        template<typename Reader>
+        static Err decode(Reader &reader);
         friend bool operator==(const Err &, const Err &) = default;
     };
     std::optional<Err> error;
 
-    static ErrResp decode(JsonReader &reader);
+    template<typename Reader>
+    static ErrResp decode(Reader &reader);
     friend bool operator==(const ErrResp &, const ErrResp &) = default;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "StripeError.h"
-#include "StripeJsonPrune.h"
+#include "StripeJsonScan.h"
 #include "model/JsonReader.h"
 #include "util/Result.h"
 
@@ -26,13 +26,15 @@ Result<T, StripeError> decodeObject(const QJsonObject &object)
 template<typename T>
 Result<T, StripeError> decode(const QByteArray &body)
 {
-    // Parsing only what the records read is several times faster. The pruned body keeps
-    // every member a record looks at, so records and key-path errors come out the same; a
-    // body the pass cannot vouch for goes to the full parse below for its verdict.
-    if (const auto pruned = StripeJsonPrune::prune(body)) {
-        const QJsonDocument document = QJsonDocument::fromJson(*pruned);
-        if (document.isObject())
-            return decodeObject<T>(document.object());
+    // Most bodies are read straight from their bytes, several times faster than through
+    // QJsonDocument. Whatever that way does not take, or fails to decode, goes the ordinary
+    // way below, which gives the verdict and the error text.
+    if (const auto document = StripeJsonScan::Document::scan(body)) {
+        bool failed = false;
+        StripeJsonScan::Reader reader(*document, failed);
+        T value = T::decode(reader);
+        if (!failed)
+            return value;
     }
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);

@@ -24,7 +24,8 @@ struct StripeEventRecord
     QString type;
     std::optional<EventData<T>> data;
 
-    static StripeEventRecord decode(JsonReader &reader)
+    template<typename Reader>
+    static StripeEventRecord decode(Reader &reader)
     {
         using namespace Qt::StringLiterals;
         StripeEventRecord event;
@@ -34,10 +35,8 @@ struct StripeEventRecord
             event.type = reader.string("type"_L1);
         else
             event.type = reader.optString("type"_L1).value_or(QString());
-        if (const auto data = reader.optObject("data"_L1)) {
-            JsonReader dataReader = reader.nested(*data, "data"_L1);
-            event.data = EventData<T>{StripeJson::optObjectOf<T>(dataReader, "object"_L1)};
-        }
+        if (auto data = reader.optNested("data"_L1))
+            StripeJson::readOptObject<T>(*data, "object"_L1, event.data.emplace().object);
         return event;
     }
     friend bool operator==(const StripeEventRecord &, const StripeEventRecord &) = default;
@@ -55,7 +54,8 @@ struct ListResponse
     QList<T> data;
     bool has_more = false;
 
-    static ListResponse decode(JsonReader &reader)
+    template<typename Reader>
+    static ListResponse decode(Reader &reader)
     {
         using namespace Qt::StringLiterals;
         ListResponse page;

@@ -1,8 +1,9 @@
 #pragma once
 
 // Decoding helpers shared by the Stripe wire records; not part of the client's interface.
-// A key a decoder starts reading must also go into readKeys in StripeJsonPrune.cpp, or the
-// pass that runs before parsing drops it.
+// Every decoder is written once over a Reader: JsonReader over a parsed QJsonObject, or
+// StripeJsonScan::Reader over a scanned body. A key a decoder starts reading must also go
+// into readKeys in StripeJsonScan.h, or the decoder does not compile.
 
 #include "model/JsonReader.h"
 
@@ -13,47 +14,71 @@ namespace StripeJson {
 
 // An expandable field arrives as an id string, or as the object (possibly a deleted stub
 // with nothing but `id`) when expanded. Either way the id is what is kept.
-std::optional<QString> expandableId(JsonReader &reader, QLatin1StringView key);
+template<typename Reader>
+std::optional<QString> expandableId(Reader &reader, typename Reader::Key key)
+{
+    switch (reader.kind(key)) {
+    case JsonKind::Absent:
+    case JsonKind::Null:
+        return std::nullopt;
+    case JsonKind::String:
+        return reader.string(key);
+    case JsonKind::Object: {
+        using namespace Qt::StringLiterals;
+        auto object = reader.optNested(key);
+        QString id = object ? object->string("id"_L1) : QString();
+        if (reader.failed())
+            return std::nullopt;
+        return id;
+    }
+    default:
+        reader.failKey(key, "an id or an object");
+        return std::nullopt;
+    }
+}
 
 template<typename Decoder>
 using DecodedBy = decltype(Decoder::decode(std::declval<JsonReader &>()));
 
-// The elements of a required array of objects, each decoded by Decoder::decode with its
-// index in the key path.
-template<typename Decoder, typename T = DecodedBy<Decoder>>
-QList<T> arrayOf(JsonReader &reader, QLatin1StringView key)
+// A record decoded straight into the place that keeps it: emplacing one of these runs the
+// decoder there, where emplacing a decoded record would move all its fields once more.
+template<typename Decoder, typename Reader>
+struct DecodedInPlace
+{
+    Reader &reader;
+    operator DecodedBy<Decoder>() const { return Decoder::decode(reader); }
+};
+
+// The elements of a required array of objects, each decoded by Decoder::decode.
+template<typename Decoder, typename T = DecodedBy<Decoder>, typename Reader>
+QList<T> arrayOf(Reader &reader, typename Reader::Key key)
 {
     QList<T> out;
-    const QJsonArray array = reader.array(key);
-    if (reader.failed())
-        return out;
-    out.reserve(array.size());
-    for (qsizetype i = 0; i < array.size(); ++i) {
-        const QJsonValue value = array.at(i);
-        if (!value.isObject()) {
-            reader.fail(reader.pathOf(key) + u'[' + QString::number(i) + QStringLiteral("]: expected an object"));
-            return out;
-        }
-        JsonReader element = reader.element(value.toObject(), key, i);
-        out.append(Decoder::decode(element));
-        if (reader.failed())
-            return out;
-    }
+    reader.forEachObject(
+        key, [&out](Reader &element) { out.emplaceBack(DecodedInPlace<Decoder, Reader>{element}); },
+        [&out](qsizetype count) { out.reserve(count); });
     return out;
 }
 
-// An optional nested object decoded by Decoder::decode.
-template<typename Decoder, typename T = DecodedBy<Decoder>>
-std::optional<T> optObjectOf(JsonReader &reader, QLatin1StringView key)
+// Decodes the optional nested object `key` into `out`, or leaves `out` empty.
+template<typename Decoder, typename T = DecodedBy<Decoder>, typename Reader>
+void readOptObject(Reader &reader, typename Reader::Key key, std::optional<T> &out)
 {
-    const auto object = reader.optObject(key);
-    if (!object)
-        return std::nullopt;
-    JsonReader nested = reader.nested(*object, key);
-    T value = Decoder::decode(nested);
+    auto nested = reader.optNested(key);
+    if (!nested)
+        return;
+    out.emplace(DecodedInPlace<Decoder, Reader>{*nested});
     if (reader.failed())
-        return std::nullopt;
-    return value;
+        out.reset();
+}
+
+// An optional nested object decoded by Decoder::decode.
+template<typename Decoder, typename T = DecodedBy<Decoder>, typename Reader>
+std::optional<T> optObjectOf(Reader &reader, typename Reader::Key key)
+{
+    std::optional<T> out;
+    readOptObject<Decoder, T>(reader, key, out);
+    return out;
 }
 
 } // namespace StripeJson

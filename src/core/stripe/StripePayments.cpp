@@ -1,41 +1,25 @@
 #include "StripePayments.h"
 
 #include "StripeJson.h"
+#include "StripeJsonScan.h"
 
 using namespace Qt::StringLiterals;
-
-namespace StripeJson {
-
-std::optional<QString> expandableId(JsonReader &reader, QLatin1StringView key)
-{
-    const QJsonValue value = reader.raw(key);
-    if (value.isString())
-        return value.toString();
-    if (value.isUndefined() || value.isNull())
-        return std::nullopt;
-    if (!value.isObject()) {
-        reader.failKey(key, "an id or an object");
-        return std::nullopt;
-    }
-    JsonReader object = reader.nested(value.toObject(), key);
-    QString id = object.string("id"_L1);
-    if (reader.failed())
-        return std::nullopt;
-    return id;
-}
-
-} // namespace StripeJson
 
 namespace {
 
 struct InvoiceLineDecoder
 {
-    static RawInvoice::InvoiceLine decode(JsonReader &reader) { return {reader.optString("description"_L1)}; }
+    template<typename Reader>
+    static RawInvoice::InvoiceLine decode(Reader &reader)
+    {
+        return {reader.optString("description"_L1)};
+    }
 };
 
 struct InvoiceLinesDecoder
 {
-    static RawInvoice::InvoiceLines decode(JsonReader &reader)
+    template<typename Reader>
+    static RawInvoice::InvoiceLines decode(Reader &reader)
     {
         return {StripeJson::arrayOf<InvoiceLineDecoder, RawInvoice::InvoiceLine>(reader, "data"_L1)};
     }
@@ -48,14 +32,14 @@ struct InvoicePaymentEntry
     std::optional<QString> payment_intent;
     std::optional<QString> charge;
 
-    static InvoicePaymentEntry decode(JsonReader &reader)
+    template<typename Reader>
+    static InvoicePaymentEntry decode(Reader &reader)
     {
         InvoicePaymentEntry entry;
         entry.status = reader.optString("status"_L1);
-        if (const auto payment = reader.optObject("payment"_L1)) {
-            JsonReader nested = reader.nested(*payment, "payment"_L1);
-            entry.payment_intent = StripeJson::expandableId(nested, "payment_intent"_L1);
-            entry.charge = StripeJson::expandableId(nested, "charge"_L1);
+        if (auto payment = reader.optNested("payment"_L1)) {
+            entry.payment_intent = StripeJson::expandableId(*payment, "payment_intent"_L1);
+            entry.charge = StripeJson::expandableId(*payment, "charge"_L1);
         }
         return entry;
     }
@@ -80,7 +64,8 @@ std::optional<QString> pickPayment(const QList<InvoicePaymentEntry> &entries,
 
 } // namespace
 
-RawInvoice RawInvoice::decode(JsonReader &reader)
+template<typename Reader>
+RawInvoice RawInvoice::decode(Reader &reader)
 {
     RawInvoice invoice;
     invoice.id = reader.string("id"_L1);
@@ -100,18 +85,14 @@ RawInvoice RawInvoice::decode(JsonReader &reader)
     invoice.lines = StripeJson::optObjectOf<InvoiceLinesDecoder, InvoiceLines>(reader, "lines"_L1);
 
     if (!invoice.subscription) {
-        if (const auto parent = reader.optObject("parent"_L1)) {
-            JsonReader parentReader = reader.nested(*parent, "parent"_L1);
-            if (const auto details = parentReader.optObject("subscription_details"_L1)) {
-                JsonReader detailsReader = parentReader.nested(*details, "subscription_details"_L1);
-                invoice.subscription = StripeJson::expandableId(detailsReader, "subscription"_L1);
-            }
+        if (auto parent = reader.optNested("parent"_L1)) {
+            if (auto details = parent->optNested("subscription_details"_L1))
+                invoice.subscription = StripeJson::expandableId(*details, "subscription"_L1);
         }
     }
     if (!invoice.charge || !invoice.payment_intent) {
-        if (const auto payments = reader.optObject("payments"_L1)) {
-            JsonReader paymentsReader = reader.nested(*payments, "payments"_L1);
-            const auto entries = StripeJson::arrayOf<InvoicePaymentEntry>(paymentsReader, "data"_L1);
+        if (auto payments = reader.optNested("payments"_L1)) {
+            const auto entries = StripeJson::arrayOf<InvoicePaymentEntry>(*payments, "data"_L1);
             if (!invoice.charge)
                 invoice.charge = pickPayment(entries, &InvoicePaymentEntry::charge);
             if (!invoice.payment_intent)
@@ -125,31 +106,17 @@ namespace {
 
 struct BillingDetailsDecoder
 {
-    static RawCharge::BillingDetails decode(JsonReader &reader)
+    template<typename Reader>
+    static RawCharge::BillingDetails decode(Reader &reader)
     {
         return {reader.optString("email"_L1), reader.optString("name"_L1)};
     }
 };
 
-std::optional<QMap<QString, QString>> readMetadata(JsonReader &reader, QLatin1StringView key)
-{
-    const auto object = reader.optObject(key);
-    if (!object)
-        return std::nullopt;
-    QMap<QString, QString> out;
-    for (auto it = object->begin(); it != object->end(); ++it) {
-        if (!it.value().isString()) {
-            reader.fail(reader.pathOf(key) + u'.' + it.key() + u": expected a string"_s);
-            return std::nullopt;
-        }
-        out.insert(it.key(), it.value().toString());
-    }
-    return out;
-}
-
 } // namespace
 
-RawCharge RawCharge::decode(JsonReader &reader)
+template<typename Reader>
+RawCharge RawCharge::decode(Reader &reader)
 {
     RawCharge charge;
     charge.id = reader.string("id"_L1);
@@ -161,15 +128,16 @@ RawCharge RawCharge::decode(JsonReader &reader)
     charge.paid = reader.optBoolean("paid"_L1);
     charge.customer = StripeJson::expandableId(reader, "customer"_L1);
     charge.invoice = StripeJson::expandableId(reader, "invoice"_L1);
-    charge.carriesInvoiceLink = !reader.raw("invoice"_L1).isUndefined();
+    charge.carriesInvoiceLink = reader.kind("invoice"_L1) != JsonKind::Absent;
     charge.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
     charge.billing_details = StripeJson::optObjectOf<BillingDetailsDecoder, BillingDetails>(reader, "billing_details"_L1);
     charge.description = reader.optString("description"_L1);
-    charge.metadata = readMetadata(reader, "metadata"_L1);
+    charge.metadata = reader.optStringMap("metadata"_L1);
     return charge;
 }
 
-RawInvoicePayment RawInvoicePayment::decode(JsonReader &reader)
+template<typename Reader>
+RawInvoicePayment RawInvoicePayment::decode(Reader &reader)
 {
     RawInvoicePayment payment;
     payment.id = reader.string("id"_L1);
@@ -180,3 +148,10 @@ RawInvoicePayment RawInvoicePayment::decode(JsonReader &reader)
     payment.charge = entry.charge;
     return payment;
 }
+
+template RawInvoice RawInvoice::decode(JsonReader &);
+template RawInvoice RawInvoice::decode(StripeJsonScan::Reader &);
+template RawCharge RawCharge::decode(JsonReader &);
+template RawCharge RawCharge::decode(StripeJsonScan::Reader &);
+template RawInvoicePayment RawInvoicePayment::decode(JsonReader &);
+template RawInvoicePayment RawInvoicePayment::decode(StripeJsonScan::Reader &);

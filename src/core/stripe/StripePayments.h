@@ -10,7 +10,8 @@
 // Invoices and charges as Stripe sends them, cut down to what the engine reads. Field names
 // are Stripe's JSON keys. Both API shapes decode into the same records: the shape up to
 // 2025-02-24.acacia and the one from 2025-03-31.basil on, which Stripe still uses for events
-// created under it whatever version a request pins.
+// created under it whatever version a request pins. Each `decode` is written once over a
+// reader type and built for JsonReader and StripeJsonScan::Reader (see StripeJson.h).
 
 struct RawInvoice
 {
@@ -43,7 +44,8 @@ struct RawInvoice
     std::optional<bool> paid; // old shape only
     std::optional<InvoiceLines> lines;
 
-    static RawInvoice decode(JsonReader &reader);
+    template<typename Reader>
+    static RawInvoice decode(Reader &reader);
     friend bool operator==(const RawInvoice &, const RawInvoice &) = default;
 };
 
@@ -75,7 +77,8 @@ struct RawCharge
     std::optional<QString> description;
     std::optional<QMap<QString, QString>> metadata;
 
-    static RawCharge decode(JsonReader &reader);
+    template<typename Reader>
+    static RawCharge decode(Reader &reader);
     friend bool operator==(const RawCharge &, const RawCharge &) = default;
 };
 
@@ -88,6 +91,7 @@ struct RawInvoicePayment
     std::optional<QString> payment_intent; // payment.payment_intent
     std::optional<QString> charge;         // payment.charge
 
-    static RawInvoicePayment decode(JsonReader &reader);
+    template<typename Reader>
+    static RawInvoicePayment decode(Reader &reader);
     friend bool operator==(const RawInvoicePayment &, const RawInvoicePayment &) = default;
 };

@@ -1,18 +1,21 @@
 #include "StripeSubscriptions.h"
 
 #include "StripeJson.h"
+#include "StripeJsonScan.h"
 #include "model/CurrencyConverter.h"
 
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
-RawSubscription::SubscriptionPrice::Recurring RawSubscription::SubscriptionPrice::Recurring::decode(JsonReader &reader)
+template<typename Reader>
+RawSubscription::SubscriptionPrice::Recurring RawSubscription::SubscriptionPrice::Recurring::decode(Reader &reader)
 {
     return {reader.optString("interval"_L1), reader.optInteger("interval_count"_L1)};
 }
 
-RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(JsonReader &reader)
+template<typename Reader>
+RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(Reader &reader)
 {
     SubscriptionPrice price;
     price.unit_amount = reader.optInteger("unit_amount"_L1);
@@ -21,7 +24,8 @@ RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(Js
     return price;
 }
 
-RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(JsonReader &reader)
+template<typename Reader>
+RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(Reader &reader)
 {
     SubscriptionItem item;
     item.price = StripeJson::optObjectOf<SubscriptionPrice>(reader, "price"_L1);
@@ -29,14 +33,16 @@ RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(Json
     return item;
 }
 
-RawSubscription::SubscriptionItems RawSubscription::SubscriptionItems::decode(JsonReader &reader)
+template<typename Reader>
+RawSubscription::SubscriptionItems RawSubscription::SubscriptionItems::decode(Reader &reader)
 {
     return {StripeJson::arrayOf<SubscriptionItem>(reader, "data"_L1)};
 }
 
 namespace {
 
-std::optional<qint64> periodEnd(JsonReader &reader, const std::optional<RawSubscription::SubscriptionItems> &items)
+template<typename Reader>
+std::optional<qint64> periodEnd(Reader &reader, const std::optional<RawSubscription::SubscriptionItems> &items)
 {
     if (auto topLevel = reader.optInteger("current_period_end"_L1))
         return topLevel;
@@ -99,7 +105,8 @@ double RawSubscription::approximateMonthlyAmount() const
     return ::approximateMonthlyAmount(items, currency);
 }
 
-RawSubscription RawSubscription::decode(JsonReader &reader)
+template<typename Reader>
+RawSubscription RawSubscription::decode(Reader &reader)
 {
     RawSubscription sub;
     sub.id = reader.string("id"_L1);
@@ -111,12 +118,14 @@ RawSubscription RawSubscription::decode(JsonReader &reader)
     return sub;
 }
 
-ExpandedSubscription::SubCustomer ExpandedSubscription::SubCustomer::decode(JsonReader &reader)
+template<typename Reader>
+ExpandedSubscription::SubCustomer ExpandedSubscription::SubCustomer::decode(Reader &reader)
 {
     return {reader.optString("id"_L1), reader.optString("email"_L1), reader.optString("name"_L1)};
 }
 
-ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(JsonReader &reader)
+template<typename Reader>
+ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(Reader &reader)
 {
     LatestInvoice invoice;
     invoice.id = reader.optString("id"_L1);
@@ -126,7 +135,8 @@ ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(
     return invoice;
 }
 
-ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(JsonReader &reader)
+template<typename Reader>
+ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(Reader &reader)
 {
     return {reader.optString("reason"_L1)};
 }
@@ -134,13 +144,12 @@ ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDeta
 namespace {
 
 // Expanded on request, but an id string when Stripe could not expand it.
-template<typename T>
-std::optional<T> expandedOrId(JsonReader &reader, QLatin1StringView key)
+template<typename T, typename Reader>
+std::optional<T> expandedOrId(Reader &reader, typename Reader::Key key)
 {
-    const QJsonValue value = reader.raw(key);
-    if (value.isString()) {
+    if (reader.kind(key) == JsonKind::String) {
         T out;
-        out.id = value.toString();
+        out.id = reader.string(key);
         return out;
     }
     return StripeJson::optObjectOf<T>(reader, key);
@@ -163,7 +172,8 @@ QString ExpandedSubscription::planLabel() const
     return u"Subscription"_s;
 }
 
-ExpandedSubscription ExpandedSubscription::decode(JsonReader &reader)
+template<typename Reader>
+ExpandedSubscription ExpandedSubscription::decode(Reader &reader)
 {
     ExpandedSubscription sub;
     sub.id = reader.string("id"_L1);
@@ -179,3 +189,8 @@ ExpandedSubscription ExpandedSubscription::decode(JsonReader &reader)
     sub.current_period_end = periodEnd(reader, sub.items);
     return sub;
 }
+
+template RawSubscription RawSubscription::decode(JsonReader &);
+template RawSubscription RawSubscription::decode(StripeJsonScan::Reader &);
+template ExpandedSubscription ExpandedSubscription::decode(JsonReader &);
+template ExpandedSubscription ExpandedSubscription::decode(StripeJsonScan::Reader &);

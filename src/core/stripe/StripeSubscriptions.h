@@ -17,27 +17,31 @@ struct RawSubscription
         {
             std::optional<QString> interval; // "day", "week", "month", "year"
             std::optional<qint64> interval_count;
-            static Recurring decode(JsonReader &reader);
+            template<typename Reader>
+            static Recurring decode(Reader &reader);
             friend bool operator==(const Recurring &, const Recurring &) = default;
         };
 
         std::optional<qint64> unit_amount; // minor units per interval; null on metered and tiered prices
         std::optional<Recurring> recurring;
         std::optional<QString> nickname;
-        static SubscriptionPrice decode(JsonReader &reader);
+        template<typename Reader>
+        static SubscriptionPrice decode(Reader &reader);
         friend bool operator==(const SubscriptionPrice &, const SubscriptionPrice &) = default;
     };
     struct SubscriptionItem
     {
         std::optional<SubscriptionPrice> price;
         std::optional<qint64> current_period_end; // new shape keeps the period per item
-        static SubscriptionItem decode(JsonReader &reader);
+        template<typename Reader>
+        static SubscriptionItem decode(Reader &reader);
         friend bool operator==(const SubscriptionItem &, const SubscriptionItem &) = default;
     };
     struct SubscriptionItems
     {
         QList<SubscriptionItem> data;
-        static SubscriptionItems decode(JsonReader &reader);
+        template<typename Reader>
+        static SubscriptionItems decode(Reader &reader);
         friend bool operator==(const SubscriptionItems &, const SubscriptionItems &) = default;
     };
 
@@ -52,7 +56,8 @@ struct RawSubscription
     // Monthly-equivalent price in major units of `currency`.
     double approximateMonthlyAmount() const;
 
-    static RawSubscription decode(JsonReader &reader);
+    template<typename Reader>
+    static RawSubscription decode(Reader &reader);
     friend bool operator==(const RawSubscription &, const RawSubscription &) = default;
 };
 
@@ -69,7 +74,8 @@ struct ExpandedSubscription
         std::optional<QString> id;
         std::optional<QString> email;
         std::optional<QString> name;
-        static SubCustomer decode(JsonReader &reader);
+        template<typename Reader>
+        static SubCustomer decode(Reader &reader);
         friend bool operator==(const SubCustomer &, const SubCustomer &) = default;
     };
     struct LatestInvoice
@@ -78,13 +84,15 @@ struct ExpandedSubscription
         std::optional<QString> status;
         std::optional<qint64> amount_due;
         std::optional<qint64> next_payment_attempt; // Unix seconds of Stripe's next automatic retry
-        static LatestInvoice decode(JsonReader &reader);
+        template<typename Reader>
+        static LatestInvoice decode(Reader &reader);
         friend bool operator==(const LatestInvoice &, const LatestInvoice &) = default;
     };
     struct CancellationDetails
     {
         std::optional<QString> reason;
-        static CancellationDetails decode(JsonReader &reader);
+        template<typename Reader>
+        static CancellationDetails decode(Reader &reader);
         friend bool operator==(const CancellationDetails &, const CancellationDetails &) = default;
     };
 
@@ -104,7 +112,8 @@ struct ExpandedSubscription
     // The first item's price nickname, or "Subscription".
     QString planLabel() const;
 
-    static ExpandedSubscription decode(JsonReader &reader);
+    template<typename Reader>
+    static ExpandedSubscription decode(Reader &reader);
     friend bool operator==(const ExpandedSubscription &, const ExpandedSubscription &) = default;
 };
 
