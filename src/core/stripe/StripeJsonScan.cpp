@@ -729,37 +729,11 @@ std::optional<QString> unescape(QByteArrayView raw)
 
 
 
-bool Reader::boolean(Key key)
-{
-    const Node *node = find(key);
-    if (!node || node->type != Node::Type::Boolean) {
-        *m_failed = true;
-        return false;
-    }
-    return node->flag;
-}
-
-std::optional<bool> Reader::optBoolean(Key key)
-{
-    const Node *node = find(key);
-    if (!node || node->type == Node::Type::Null)
-        return std::nullopt;
-    if (node->type != Node::Type::Boolean) {
-        *m_failed = true;
-        return std::nullopt;
-    }
-    return node->flag;
-}
-
 std::optional<QMap<QString, QString>> Reader::optStringMap(Key key)
 {
-    const Node *node = find(key);
-    if (!node || node->type == Node::Type::Null)
+    const Node *node = optionalNode(key, Node::Type::Object);
+    if (!node)
         return std::nullopt;
-    if (node->type != Node::Type::Object) {
-        *m_failed = true;
-        return std::nullopt;
-    }
     QMap<QString, QString> out;
     qsizetype members = 0;
     for (std::uint32_t i = node->first; i != 0; i = m_document->node(i).next, ++members) {

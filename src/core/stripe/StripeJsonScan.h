@@ -191,11 +191,9 @@ public:
     template<typename F, typename Reserve>
     void forEachObject(Key key, F &&f, Reserve &&reserve)
     {
-        const Node *array = find(key);
-        if (!array || array->type != Node::Type::Array) {
-            *m_failed = true;
+        const Node *array = requiredNode(key, Node::Type::Array);
+        if (!array)
             return;
-        }
         reserve(qsizetype(array->count));
         for (std::uint32_t i = array->first; i != 0 && !*m_failed; i = m_document->node(i).next) {
             if (m_document->node(i).type != Node::Type::Object) {
@@ -209,6 +207,11 @@ public:
 
 private:
     const Node *find(Key key) const;
+    // The member `key` if it is of `type`; otherwise the read fails.
+    const Node *requiredNode(Key key, Node::Type type);
+    // The member `key` if it is of `type`; nothing if it is absent or null, and otherwise
+    // the read fails.
+    const Node *optionalNode(Key key, Node::Type type);
     std::optional<QString> text(const Node &node, bool recurring = false);
     std::optional<QString> escapedText(const Node &node);
 
@@ -240,59 +243,69 @@ inline JsonKind Reader::kind(Key key) const
     return JsonKind::Absent;
 }
 
-inline QString Reader::string(Key key)
+inline const Node *Reader::requiredNode(Key key, Node::Type type)
 {
     const Node *node = find(key);
-    if (!node || node->type != Node::Type::String) {
+    if (!node || node->type != type) {
         *m_failed = true;
-        return {};
+        return nullptr;
     }
-    return text(*node, key.recurring()).value_or(QString());
+    return node;
+}
+
+inline const Node *Reader::optionalNode(Key key, Node::Type type)
+{
+    const Node *node = find(key);
+    if (!node || node->type == Node::Type::Null)
+        return nullptr;
+    if (node->type != type) {
+        *m_failed = true;
+        return nullptr;
+    }
+    return node;
+}
+
+inline QString Reader::string(Key key)
+{
+    const Node *node = requiredNode(key, Node::Type::String);
+    return node ? text(*node, key.recurring()).value_or(QString()) : QString();
 }
 
 inline std::optional<QString> Reader::optString(Key key)
 {
-    const Node *node = find(key);
-    if (!node || node->type == Node::Type::Null)
-        return std::nullopt;
-    if (node->type != Node::Type::String) {
-        *m_failed = true;
-        return std::nullopt;
-    }
-    return text(*node, key.recurring());
+    const Node *node = optionalNode(key, Node::Type::String);
+    return node ? text(*node, key.recurring()) : std::nullopt;
 }
 
 inline qint64 Reader::integer(Key key)
 {
-    const Node *node = find(key);
-    if (!node || node->type != Node::Type::Integer) {
-        *m_failed = true;
-        return 0;
-    }
-    return node->integer;
+    const Node *node = requiredNode(key, Node::Type::Integer);
+    return node ? node->integer : 0;
 }
 
 inline std::optional<qint64> Reader::optInteger(Key key)
 {
-    const Node *node = find(key);
-    if (!node || node->type == Node::Type::Null)
-        return std::nullopt;
-    if (node->type != Node::Type::Integer) {
-        *m_failed = true;
-        return std::nullopt;
-    }
-    return node->integer;
+    const Node *node = optionalNode(key, Node::Type::Integer);
+    return node ? std::optional(node->integer) : std::nullopt;
+}
+
+inline bool Reader::boolean(Key key)
+{
+    const Node *node = requiredNode(key, Node::Type::Boolean);
+    return node && node->flag;
+}
+
+inline std::optional<bool> Reader::optBoolean(Key key)
+{
+    const Node *node = optionalNode(key, Node::Type::Boolean);
+    return node ? std::optional(node->flag) : std::nullopt;
 }
 
 inline std::optional<Reader> Reader::optNested(Key key)
 {
-    const Node *node = find(key);
-    if (!node || node->type == Node::Type::Null)
+    const Node *node = optionalNode(key, Node::Type::Object);
+    if (!node)
         return std::nullopt;
-    if (node->type != Node::Type::Object) {
-        *m_failed = true;
-        return std::nullopt;
-    }
     return Reader(*m_document, *m_failed, std::uint32_t(node - &m_document->node(0)));
 }
 
