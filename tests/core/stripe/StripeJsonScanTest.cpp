@@ -17,7 +17,7 @@ using StripeBodies::Shape;
 
 namespace {
 
-// Decoding as it was before the pass existed: the whole body through QJsonDocument.
+// Decoding the ordinary way: the whole body through QJsonDocument.
 template<typename T>
 Result<T, StripeError> decodeWhole(const QByteArray &body)
 {
@@ -123,7 +123,7 @@ TEST(StripeJsonScan, SyntaxVerdictsMatchQJsonDocument)
     {
         const char *name;
         QByteArray body;
-        bool vouched; // whether the pass takes the body
+        bool vouched; // whether the scan takes the body
     };
     const Case cases[] = {
         {"empty object", "{}", true},
