@@ -1,5 +1,6 @@
 #pragma once
 
+#include "icons/IconSources.h"
 #include "model/Enums.h"
 #include "model/PaymentEvent.h"
 
@@ -37,6 +38,7 @@ struct ProviderEndpoints
     QUrl stripeApi = QUrl(QStringLiteral("https://api.stripe.com"));
     QUrl paypalLive = QUrl(QStringLiteral("https://api-m.paypal.com"));
     QUrl paypalSandbox = QUrl(QStringLiteral("https://api-m.sandbox.paypal.com"));
+    IconEndpoints icons;
 };
 
 // The outcome of an invoice retry: success, or the error's user-visible description.

@@ -1,5 +1,6 @@
 #include "RevenueEngine.h"
 
+#include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
 
 #include <QPointer>
@@ -28,6 +29,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
     connect(this, &RevenueEngine::feedChanged, this, relabel);
 
+    m_iconCache = makeIconCache();
     loadFromDisk();
     m_menubarLabel = menubarLabel();
     if (m_env.startLoops)

@@ -19,6 +19,7 @@
 #include <QSet>
 #include <memory>
 
+class IconCache;
 class StripeClient;
 struct SucceededChargeEvent;
 
@@ -206,6 +207,7 @@ private:
     QString accountName(const QUuid &id) const;
     void markMissingEventScope(const QUuid &accountId);
     void startIconCaching(const Account &account);
+    std::unique_ptr<IconCache> makeIconCache();
     QCoro::Task<QSet<QString>> resolveInvoiceLinks(StripeClient client, QList<SucceededChargeEvent> charges,
                                                    QSet<QString> alreadyPaying, CancellationToken token);
 
@@ -249,4 +251,6 @@ private:
     QString m_menubarLabel;
     // Payment intent → the invoice it paid (or none), learnt from Stripe for this process.
     QHash<QString, std::optional<QString>> m_invoiceLinks;
+    // Declared last so it goes first: its tasks stop before the state they write back to.
+    std::unique_ptr<IconCache> m_iconCache;
 };

@@ -3,6 +3,7 @@
 
 #include "engine/PayPalEvents.h"
 #include "engine/StripeClassifier.h"
+#include "icons/IconCache.h"
 #include "paypal/PayPalClient.h"
 #include "stripe/StripeClient.h"
 
@@ -165,9 +166,9 @@ void RevenueEngine::markMissingEventScope(const QUuid &accountId)
     Q_EMIT missingEventScopeAccountsChanged();
 }
 
-void RevenueEngine::startIconCaching(const Account &)
+void RevenueEngine::startIconCaching(const Account &account)
 {
-    // Account icons are fetched by the icon cache.
+    m_iconCache->start(account);
 }
 
 QCoro::Task<Result<QList<PaymentEvent>, QString>> RevenueEngine::loadFromPayPal(Account account, Date since,

@@ -45,13 +45,19 @@ QNetworkRequest makeRequest(const QUrl &url)
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body, CancellationToken token,
                                qint64 maxBody)
 {
+    return sendVia(sharedSession(), std::move(request), std::move(verb), std::move(body), std::move(token), maxBody);
+}
+
+QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkRequest request, QByteArray verb,
+                                  QByteArray body, CancellationToken token, qint64 maxBody)
+{
     HttpResponse response;
     if (token.isCancelled()) {
         response.error = QNetworkReply::OperationCanceledError;
         response.errorText = u"Operation canceled"_s;
         co_return response;
     }
-    std::unique_ptr<QNetworkReply> reply(sharedSession().sendCustomRequest(request, verb, body));
+    std::unique_ptr<QNetworkReply> reply(session.sendCustomRequest(request, verb, body));
     QPointer<QNetworkReply> guard(reply.get());
 
     bool tooLarge = false;
@@ -98,6 +104,7 @@ QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteAr
         // (a dropped connection mid-body) land in the branch below.
         response.status = status.toInt();
         response.body = reply->readAll();
+        response.redirectTarget = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     } else {
         response.error = reply->error() == QNetworkReply::NoError ? QNetworkReply::UnknownNetworkError : reply->error();
         response.errorText = reply->errorString();

@@ -17,6 +17,7 @@ struct HttpResponse
     QByteArray body;
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     QString errorText;
+    QUrl redirectTarget; // the Location of a 3xx answer, possibly relative; never followed here
 
     bool isTransportFailure() const { return status == 0 && error != QNetworkReply::NoError; }
     bool isCancelled() const { return error == QNetworkReply::OperationCanceledError; }
@@ -37,6 +38,10 @@ QNetworkAccessManager &sharedSession();
 // credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body = {},
                                CancellationToken token = CancellationToken::none(), qint64 maxBody = maxBodyBytes);
+// The same over another session, which must outlive the request.
+QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkRequest request, QByteArray verb,
+                                  QByteArray body = {}, CancellationToken token = CancellationToken::none(),
+                                  qint64 maxBody = maxBodyBytes);
 
 // A response body as text for error messages: UTF-8, or empty when it is not valid UTF-8.
 QString bodyText(const QByteArray &body);
