@@ -9,6 +9,7 @@
 #include "viewmodels/AccountsModel.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
+#include "viewmodels/UpdateModel.h"
 
 #include <QDirIterator>
 #include <QGuiApplication>
@@ -179,6 +180,8 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
     Navigation navigation;
     Appearance appearance(nullptr);
     Appearance::setInstance(&appearance);
+    UpdateChecker checker({std::nullopt, u"0.1.0"_s, clock, false});
+    UpdateModel update(&checker);
 
     QQmlEngine qml;
     qml.addImageProvider(u"symbol"_s, new SymbolImageProvider);
@@ -198,6 +201,8 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
         {u"DatePickerButton"_s, {{u"picker"_s, QVariant::fromValue(dashboard.customStart())}}},
         {u"MenuButton"_s, {{u"choices"_s, QVariant::fromValue(dashboard.ranges())}, {u"label"_s, u"Range"_s}}},
         {u"RevenueChartView"_s, {{u"model"_s, QVariant::fromValue(dashboard.chart())}}},
+        {u"UpdateRequiredView"_s, {{u"update"_s, QVariant::fromValue(&update)}}},
+        {u"UpdateAvailableBanner"_s, {{u"update"_s, QVariant::fromValue(&update)}}},
     };
     // Delegates and windows are loaded through their owners.
     const QSet<QString> loadedByOwners{u"FeedRow"_s, u"Main"_s, u"AccountEditorView"_s};

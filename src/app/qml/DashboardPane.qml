@@ -8,6 +8,7 @@ ColumnLayout {
     id: pane
     required property DashboardModel dashboard
     required property Navigation navigation
+    property UpdateModel update
     signal quitRequested()
     signal openLink(url link)
 
@@ -83,6 +84,12 @@ ColumnLayout {
             Spinner { size: 9 }
             UiText { text: "Filling 30-90 day history…"; size: 9; color: Appearance.secondary }
         }
+    }
+
+    UpdateAvailableBanner {
+        Layout.fillWidth: true
+        update: pane.update
+        onOpenLink: link => pane.openLink(link)
     }
 
     // Empty state.

@@ -22,20 +22,33 @@ Window {
         y: 14
         width: window.width - 28
         // The settings panel has a fixed height and scrolls; the other panes size to content.
-        implicitHeight: window.app.navigation.pane === "settings" ? 460 : (loader.item ? loader.item.implicitHeight : 0)
+        implicitHeight: window.app.navigation.pane === "settings" && !window.app.update.isBlocked
+                        ? 460 : (loader.item ? loader.item.implicitHeight : 0)
 
         Loader {
             id: loader
             anchors.fill: parent
             // Panes of later releases (drill-down, at-risk, achievements) keep the
             // navigation value and show the dashboard meanwhile.
-            sourceComponent: window.app.navigation.pane === "settings" ? settingsPane : dashboardPane
+            // While this version is blocked nothing but the update-required view is reachable.
+            sourceComponent: window.app.update.isBlocked ? updateRequired
+                             : window.app.navigation.pane === "settings" ? settingsPane : dashboardPane
         }
     }
 
     Component {
+        id: updateRequired
+        UpdateRequiredView {
+            objectName: "updateRequiredView"
+            update: window.app.update
+            onQuitRequested: window.app.quit()
+            onOpenLink: link => window.app.openUrl(link)
+        }
+    }
+    Component {
         id: dashboardPane
         DashboardPane {
+            update: window.app.update
             dashboard: window.app.dashboard
             navigation: window.app.navigation
             onQuitRequested: window.app.quit()
@@ -45,6 +58,7 @@ Window {
     Component {
         id: settingsPane
         SettingsPanel {
+            update: window.app.update
             navigation: window.app.navigation
             general: window.app.general
             accounts: window.app.accounts

@@ -9,6 +9,7 @@ ColumnLayout {
     required property Navigation navigation
     required property GeneralSettingsModel general
     required property AccountsModel accounts
+    property UpdateModel update
     property string activeTab: navigation.settingsTab
     signal quitRequested()
     signal openLink(url link)
@@ -90,6 +91,6 @@ ColumnLayout {
     }
     Component {
         id: aboutTab
-        AboutPane { width: scroll.availableWidth }
+        AboutPane { width: scroll.availableWidth; update: panel.update }
     }
 }

@@ -14,11 +14,23 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
     , m_engine(std::make_unique<RevenueEngine>(m_options.environment))
+    , m_updateChecker(std::make_unique<UpdateChecker>(m_options.update))
     , m_appearance(nullptr)
 {
     m_dashboard = std::make_unique<DashboardModel>(m_engine.get(), m_options.locale);
     m_general = std::make_unique<GeneralSettingsModel>(m_engine.get());
     m_accounts = std::make_unique<AccountsModel>(m_engine.get());
+    m_update = std::make_unique<UpdateModel>(m_updateChecker.get());
+    connect(m_updateChecker.get(), &UpdateChecker::stateChanged, this, [this] {
+        // Once the block lifts the panel starts over on the dashboard.
+        const bool blocked = m_updateChecker->isBlocked();
+        if (m_wasBlocked && !blocked)
+            m_navigation.showDashboard();
+        if (m_tray && blocked != m_wasBlocked)
+            m_tray->setIcon(trayIcon());
+        m_wasBlocked = blocked;
+        updateTray();
+    });
     Appearance::setInstance(&m_appearance);
     m_appearance.follow(m_engine.get());
     m_loginItem = Platform::createLoginItem(m_options.autostartConfigHome);
@@ -38,7 +50,7 @@ bool QuorvaneApp::start()
 {
     if (m_options.createTray) {
         m_tray = Platform::createTrayItem();
-        m_tray->setIcon(Symbols::render(u"chart.line.uptrend.xyaxis", m_appearance.newColor(), QSize(22, 22)));
+        m_tray->setIcon(trayIcon());
         connect(m_tray.get(), &TrayItem::activated, this, &QuorvaneApp::togglePanel);
         connect(m_engine.get(), &RevenueEngine::menubarLabelChanged, this, &QuorvaneApp::updateTray);
         updateTray();
@@ -62,9 +74,20 @@ void QuorvaneApp::updateTray()
 {
     if (!m_tray)
         return;
-    const QString label = m_engine->menubarLabel();
+    const QString label = trayLabel();
     m_tray->setLabel(label);
     m_tray->setToolTip(u"Quorvane"_s, label);
+}
+
+QImage QuorvaneApp::trayIcon() const
+{
+    const QString symbol = m_updateChecker->isBlocked() ? u"arrow.up.circle.fill"_s : u"chart.line.uptrend.xyaxis"_s;
+    return Symbols::render(symbol, m_appearance.newColor(), QSize(22, 22));
+}
+
+QString QuorvaneApp::trayLabel() const
+{
+    return m_updateChecker->isBlocked() ? u"Update"_s : m_engine->menubarLabel();
 }
 
 void QuorvaneApp::applyStartAtLogin()
@@ -99,6 +122,11 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
     m_wasActive = false;
     m_window->setPosition(topLeft);
     m_window->show();
+    // The version file is first asked for when the panel's content is first shown.
+    if (!m_updateCheckStarted) {
+        m_updateCheckStarted = true;
+        m_updateChecker->start();
+    }
     // The headless platform of tests and screenshots has no stacking order to change.
     if (QGuiApplication::platformName() != u"offscreen"_s)
         m_window->raise();

@@ -7,6 +7,8 @@
 #include "viewmodels/AccountsModel.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
+#include "viewmodels/UpdateModel.h"
+#include "update/UpdateChecker.h"
 
 #include <QLocale>
 #include <QObject>
@@ -19,13 +21,14 @@
 struct AppOptions
 {
     EngineEnvironment environment;
+    UpdateCheckerEnvironment update;
     QLocale locale;
     QString autostartConfigHome; // empty: the user's real configuration folder
     bool createTray = true;
 };
 
-// The application entry: owns the engine (and, later, the update checker) for the life of
-// the process, the view models, the tray item and the panel window.
+// The application entry: owns the engine and the update checker for the life of the
+// process, the view models, the tray item and the panel window.
 class QuorvaneApp : public QObject
 {
     Q_OBJECT
@@ -35,6 +38,7 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(DashboardModel *dashboard READ dashboard CONSTANT)
     Q_PROPERTY(GeneralSettingsModel *general READ general CONSTANT)
     Q_PROPERTY(AccountsModel *accounts READ accounts CONSTANT)
+    Q_PROPERTY(UpdateModel *update READ update CONSTANT)
 
 public:
     static constexpr int panelWidth = 440;
@@ -50,6 +54,8 @@ public:
     DashboardModel *dashboard() { return m_dashboard.get(); }
     GeneralSettingsModel *general() { return m_general.get(); }
     AccountsModel *accounts() { return m_accounts.get(); }
+    UpdateChecker *updateChecker() { return m_updateChecker.get(); }
+    UpdateModel *update() { return m_update.get(); }
     TrayItem *tray() { return m_tray.get(); }
     QQuickWindow *window() const { return m_window; }
     QQmlApplicationEngine *qmlEngine() { return &m_qml; }
@@ -57,6 +63,10 @@ public:
     // Shows the panel next to the tray item, or hides it when it is open.
     void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
     void showPanelAt(const QPoint &topLeft);
+
+    // "Update" while this version is blocked, else the running figure.
+    QString trayLabel() const;
+    QImage trayIcon() const;
 
     Q_INVOKABLE void quit();
     Q_INVOKABLE void openUrl(const QUrl &url);
@@ -70,6 +80,10 @@ private:
 
     AppOptions m_options;
     std::unique_ptr<RevenueEngine> m_engine;
+    std::unique_ptr<UpdateChecker> m_updateChecker;
+    std::unique_ptr<UpdateModel> m_update;
+    bool m_updateCheckStarted = false;
+    bool m_wasBlocked = false;
     Appearance m_appearance;
     Navigation m_navigation;
     std::unique_ptr<DashboardModel> m_dashboard;

@@ -83,12 +83,14 @@ int main(int argc, char **argv)
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
     const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
     const QCommandLineOption expandFirst(u"expand-first"_s, u"Open the first feed row."_s);
-    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, loading, error or nothing."_s, u"state"_s);
+    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, loading, error, update or nothing."_s, u"state"_s);
     const QCommandLineOption screenshot(u"screenshot"_s, u"Write the panel to this PNG and quit."_s, u"file"_s);
     const QCommandLineOption trayShot(u"tray-shot"_s, u"Write the tray item to this PNG."_s, u"file"_s);
     const QCommandLineOption show(u"show"_s, u"Open the panel at start."_s);
+    const QCommandLineOption webBase(u"web-base"_s, u"Favicon services and sites at this base URL."_s, u"url"_s);
+    const QCommandLineOption checkUpdates(u"check-updates"_s, u"Ask the web base for the version file."_s);
     parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
-                       trayShot, show});
+                       trayShot, show, webBase, checkUpdates});
     parser.addHelpOption();
     parser.process(app);
     if (!parser.isSet(dataDir)) {
@@ -105,6 +107,20 @@ int main(int argc, char **argv)
     if (parser.isSet(paypalBase)) {
         options.environment.endpoints.paypalLive = QUrl(parser.value(paypalBase));
         options.environment.endpoints.paypalSandbox = QUrl(parser.value(paypalBase));
+    }
+    // A test run never reaches a public host: without a loopback web base there are no icons
+    // and no update checks.
+    options.environment.endpoints.icons.enabled = parser.isSet(webBase);
+    options.update.configURL = std::nullopt;
+    options.update.allowPlainHttp = true;
+    if (parser.isSet(webBase)) {
+        const QUrl web(parser.value(webBase));
+        IconEndpoints &icons = options.environment.endpoints.icons;
+        icons.duckDuckGo = icons.google = web;
+        icons.siteOverride = web;
+        icons.allowPlainHttp = true;
+        if (parser.isSet(checkUpdates))
+            options.update.configURL = UpdateCheckerEnvironment::configURLFor(web);
     }
     if (parser.isSet(seed) && !seedAccounts(options.environment.storage, parser.values(seed)))
         return 2;
@@ -155,6 +171,8 @@ int main(int argc, char **argv)
             return engine->isLoading();
         if (state == u"error"_s)
             return engine->lastError().has_value() && !engine->isLoading();
+        if (state == u"update"_s)
+            return quorvane.updateChecker()->hasAnswer();
         return true;
     };
     QElapsedTimer waited;
@@ -172,8 +190,9 @@ int main(int argc, char **argv)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
 
     if (parser.isSet(trayShot)) {
-        const QImage icon = Symbols::render(u"chart.line.uptrend.xyaxis", QColor::fromRgbF(0.42f, 0.72f, 0.50f), QSize(44, 44));
-        if (!trayStrip(engine->menubarLabel(), icon).save(parser.value(trayShot)))
+        const QString symbol = quorvane.updateChecker()->isBlocked() ? u"arrow.up.circle.fill"_s : u"chart.line.uptrend.xyaxis"_s;
+        const QImage icon = Symbols::render(symbol, QColor::fromRgbF(0.42f, 0.72f, 0.50f), QSize(44, 44));
+        if (!trayStrip(quorvane.trayLabel(), icon).save(parser.value(trayShot)))
             return 4;
     }
     if (parser.isSet(screenshot)) {

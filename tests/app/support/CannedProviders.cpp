@@ -208,12 +208,15 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
         response.delayMs = delayMs;
         return response;
     });
-    server.setHandler("GET", "/v1/account", [](const RecordedRequest &) {
-        return FakeResponse::json(
-            200, QJsonDocument(QJsonObject{{u"id"_s, u"acct_1QCannedAcme"_s},
-                                           {u"object"_s, u"account"_s},
-                                           {u"business_profile"_s, QJsonObject{{u"name"_s, u"Acme Analytics"_s}}}})
-                     .toJson(QJsonDocument::Compact));
+    server.setHandler("GET", "/v1/account", [scenario](const RecordedRequest &) {
+        QJsonObject profile{{u"name"_s, u"Acme Analytics"_s}};
+        // Only the picture scenario has a web site, and so an icon to fetch.
+        if (scenario == Scenario::Populated)
+            profile.insert(u"url"_s, u"https://acme-analytics.com"_s);
+        return FakeResponse::json(200, QJsonDocument(QJsonObject{{u"id"_s, u"acct_1QCannedAcme"_s},
+                                                                 {u"object"_s, u"account"_s},
+                                                                 {u"business_profile"_s, profile}})
+                                           .toJson(QJsonDocument::Compact));
     });
     // Subscriptions by status, invoice lookups: nothing at risk, nothing to resolve.
     server.setFallback([delayMs](const RecordedRequest &request) {
