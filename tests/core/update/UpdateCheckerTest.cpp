@@ -99,13 +99,14 @@ TEST(UpdateChecker, ChecksAtStartThenEverySixHoursAndNeverWhenSwitchedOff)
     auto checker = std::make_unique<UpdateChecker>(
         UpdateCheckerEnvironment{UpdateCheckerEnvironment::configURLFor(web.baseUrl()), u"1.0"_s, clock, true});
     checker->start();
-    ASSERT_TRUE(waitUntil([&] { return web.requests().size() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return web.requests().size() == 1 && clock->sleepingCount() == 1; }));
     for (int period = 2; period <= 4; ++period) {
         clock->advance(UpdateChecker::pollSeconds - 1);
         VirtualClock::settle();
         EXPECT_EQ(web.requests().size(), period - 1);
         clock->advance(1);
-        ASSERT_TRUE(waitUntil([&] { return web.requests().size() == period; }));
+        // The next period starts once the check is over.
+        ASSERT_TRUE(waitUntil([&] { return web.requests().size() == period && clock->sleepingCount() == 1; }));
     }
     checker->start(); // a restart checks at once and starts a fresh period
     ASSERT_TRUE(waitUntil([&] { return web.requests().size() == 5; }));
