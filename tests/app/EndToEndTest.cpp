@@ -1,5 +1,6 @@
 #include "AppFixture.h"
 #include "support/CannedProviders.h"
+#include "support/ChildProcess.h"
 #include "support/FakeStatusNotifierWatcher.h"
 #include "support/TestUtil.h"
 
@@ -11,34 +12,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// A child process that is always stopped when the test ends, whatever happened.
-struct Child
-{
-    QProcess process;
-    ~Child()
-    {
-        if (process.state() != QProcess::NotRunning) {
-            process.kill();
-            process.waitForFinished(3000);
-        }
-    }
-};
-
-QString firstLine(QProcess &process, int timeoutMs)
-{
-    QByteArray out;
-    QElapsedTimer timer;
-    timer.start();
-    while (!out.contains('\n') && timer.elapsed() < timeoutMs) {
-        process.waitForReadyRead(100);
-        out += process.readAllStandardOutput();
-    }
-    return QString::fromUtf8(out.left(out.indexOf('\n'))).trimmed();
-}
-
-} // namespace
 
 // The real program on a private session bus and X server: it registers its tray item with
 // the watcher, refreshes from loopback Stripe and publishes the running figure as its label.
@@ -49,13 +22,13 @@ TEST_F(AppFixture, TrayLabelReachesTheSessionBusAfterARefresh)
     if (xvfb.isEmpty() || dbusDaemon.isEmpty())
         GTEST_SKIP() << "Xvfb or dbus-daemon is not installed";
 
-    Child bus;
+    ChildProcess bus;
     bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     ASSERT_TRUE(bus.process.waitForStarted());
     const QString address = firstLine(bus.process, 5000);
     ASSERT_FALSE(address.isEmpty());
 
-    Child display;
+    ChildProcess display;
     display.process.start(xvfb, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x800x24"_s, u"-nolisten"_s, u"tcp"_s});
     ASSERT_TRUE(display.process.waitForStarted());
     const QString displayNumber = firstLine(display.process, 10000);
@@ -70,7 +43,7 @@ TEST_F(AppFixture, TrayLabelReachesTheSessionBusAfterARefresh)
     const Date realNow = Date::fromDateTime(QDateTime::currentDateTimeUtc());
     CannedProviders::installStripe(stripe, CannedProviders::Scenario::TodayOnly, realNow);
 
-    Child app;
+    ChildProcess app;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, address);
     env.insert(u"DISPLAY"_s, u":"_s + displayNumber);

@@ -38,18 +38,21 @@ TEST(Placement, OpensNextToTheTrayAndStaysOnScreen)
         {"top bar, middle", {1000, 0, 24, 28}, {}, available, {792, 32}},
         {"top bar, far right edge", {1890, 0, 24, 28}, {}, available, {1480, 32}},
         {"top bar, far left edge", {4, 0, 24, 28}, {}, available, {0, 32}},
+        {"top bar, in the corner", {0, 0, 20, 28}, {}, available, {0, 32}},
+        {"bottom bar, in the corner", {1900, 1052, 20, 28}, {}, QRect(0, 0, 1920, 1052), {1480, 448}},
         {"bottom bar", {1800, 1052, 24, 28}, {}, QRect(0, 0, 1920, 1052), {1480, 448}},
         {"click point only, pushed below the bar", {}, {960, 10}, available, {740, 28}},
         {"left panel", {0, 500, 40, 24}, {}, QRect(40, 0, 1880, 1080), {44, 212}},
         {"right panel", {1880, 500, 40, 24}, {}, QRect(0, 0, 1880, 1080), {1436, 212}},
-        {"small screen pins to the top left", {600, 0, 24, 28}, {}, QRect(0, 28, 400, 500), {0, 28}},
+        {"small screen pins to the top left, height capped", {600, 0, 24, 28}, {}, QRect(0, 28, 400, 500), {0, 28}},
+        {"800-px screen, panel as tall as the area", {1200, 0, 24, 28}, {}, QRect(0, 28, 1280, 572), {840, 28}},
     };
     Q_UNUSED(screen);
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const QRect placed = panelGeometry(c.tray, c.click, panel, c.available);
         EXPECT_EQ(placed.topLeft(), c.expected);
-        EXPECT_EQ(placed.size(), panel);
+        EXPECT_EQ(placed.size(), QSize(panel.width(), std::min(panel.height(), c.available.height())));
     }
 }
 

@@ -1,10 +1,14 @@
 #include "StatusNotifierItem.h"
 
+#include "platform/DBusMenuExporter.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QDBusReply>
+#include <QMenu>
 #include <QtEndian>
 
 using namespace Qt::StringLiterals;
@@ -81,6 +85,7 @@ StatusNotifierItem::StatusNotifierItem()
             registerWithWatcher();
     });
     new StatusNotifierItemAdaptor(this);
+    new DBusMenuExporter(&m_menuObject, this);
 }
 
 StatusNotifierItem::~StatusNotifierItem()
@@ -88,6 +93,7 @@ StatusNotifierItem::~StatusNotifierItem()
     if (m_shown) {
         QDBusConnection bus = QDBusConnection::sessionBus();
         bus.unregisterObject(u"/StatusNotifierItem"_s);
+        bus.unregisterObject(QString::fromLatin1(DBusMenuExporter::objectPath));
         bus.unregisterService(m_serviceName);
     }
 }
@@ -106,8 +112,26 @@ void StatusNotifierItem::show()
     QDBusConnection bus = QDBusConnection::sessionBus();
     bus.registerService(m_serviceName);
     bus.registerObject(u"/StatusNotifierItem"_s, this, QDBusConnection::ExportAdaptors);
+    bus.registerObject(QString::fromLatin1(DBusMenuExporter::objectPath), &m_menuObject, QDBusConnection::ExportAdaptors);
     m_shown = true;
     registerWithWatcher();
+}
+
+bool StatusNotifierItem::isSeen() const
+{
+    // A watcher without any host (an indicator service whose panel is not running) shows nothing.
+    QDBusMessage get = QDBusMessage::createMethodCall(QString::fromLatin1(watcherService), u"/StatusNotifierWatcher"_s,
+                                                      u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get << u"org.kde.StatusNotifierWatcher"_s << u"IsStatusNotifierHostRegistered"_s;
+    const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get, QDBus::Block, 1000);
+    return !reply.isValid() || reply.value().variant().toBool();
+}
+
+void StatusNotifierItem::popUpMenu(const QPoint &point)
+{
+    QMenu *menu = createTrayMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->popup(point);
 }
 
 void StatusNotifierItem::registerWithWatcher()
@@ -137,7 +161,10 @@ void StatusNotifierItem::setToolTip(const QString &title, const QString &text)
 
 void StatusNotifierItem::setIcon(const QImage &icon)
 {
-    m_pixmaps = {toSniPixmap(icon)};
+    // Hosts that only draw named icons get the theme folder; the others take the pixmaps.
+    m_iconName = m_theme.write(icon);
+    m_pixmaps = {toSniPixmap(icon.scaled(22, 22, Qt::KeepAspectRatio, Qt::SmoothTransformation)),
+                 toSniPixmap(icon.scaled(44, 44, Qt::KeepAspectRatio, Qt::SmoothTransformation))};
     m_toolTip.pixmaps = m_pixmaps;
     Q_EMIT iconChanged();
 }
@@ -159,13 +186,18 @@ void StatusNotifierItemAdaptor::Activate(int x, int y)
 
 void StatusNotifierItemAdaptor::SecondaryActivate(int x, int y)
 {
+    // A middle click opens the panel too: some hosts keep the left click for the menu.
     Q_EMIT m_item->activated(QRect(), QPoint(x, y));
 }
 
 void StatusNotifierItemAdaptor::ContextMenu(int x, int y)
 {
-    // There is no separate menu: everything lives in the panel.
-    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+    m_item->popUpMenu(QPoint(x, y));
+}
+
+QDBusObjectPath StatusNotifierItemAdaptor::menu() const
+{
+    return QDBusObjectPath(QString::fromLatin1(DBusMenuExporter::objectPath));
 }
 
 void StatusNotifierItemAdaptor::Scroll(int, const QString &)

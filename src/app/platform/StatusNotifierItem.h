@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/TrayIconTheme.h"
 #include "platform/TrayItem.h"
 
 #include <QDBusAbstractAdaptor>
@@ -52,9 +53,15 @@ public:
     void setIcon(const QImage &icon) override;
     void show() override;
     QString kind() const override { return QStringLiteral("StatusNotifierItem"); }
+    bool isSeen() const override;
 
     QString serviceName() const { return m_serviceName; }
     const QString &label() const { return m_label; }
+    // Empty until the icon has been written as a theme icon.
+    const QString &iconName() const { return m_iconName; }
+    QString iconThemePath() const { return m_iconName.isEmpty() ? QString() : m_theme.folder(); }
+    // The host asked for a menu of its own at a point (hosts that do not draw the exported one).
+    void popUpMenu(const QPoint &point);
     const SniToolTip &toolTip() const { return m_toolTip; }
     const SniPixmapList &pixmaps() const { return m_pixmaps; }
 
@@ -68,6 +75,9 @@ private:
 
     QString m_serviceName;
     QString m_label;
+    QString m_iconName;
+    TrayIconTheme m_theme;
+    QObject m_menuObject; // carries the exported menu at its own path
     SniToolTip m_toolTip;
     SniPixmapList m_pixmaps;
     QDBusServiceWatcher m_watcher;
@@ -84,10 +94,10 @@ class StatusNotifierItemAdaptor : public QDBusAbstractAdaptor
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(int WindowId READ windowId)
-    Q_PROPERTY(QString IconThemePath READ emptyText)
+    Q_PROPERTY(QString IconThemePath READ iconThemePath)
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
     Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
-    Q_PROPERTY(QString IconName READ emptyText)
+    Q_PROPERTY(QString IconName READ iconName)
     Q_PROPERTY(SniPixmapList IconPixmap READ iconPixmap)
     Q_PROPERTY(QString OverlayIconName READ emptyText)
     Q_PROPERTY(SniPixmapList OverlayIconPixmap READ noPixmaps)
@@ -108,7 +118,9 @@ public:
     QString status() const { return QStringLiteral("Active"); }
     int windowId() const { return 0; }
     QString emptyText() const { return {}; }
-    QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
+    QDBusObjectPath menu() const;
+    QString iconName() const { return m_item->iconName(); }
+    QString iconThemePath() const { return m_item->iconThemePath(); }
     bool itemIsMenu() const { return false; }
     SniPixmapList iconPixmap() const { return m_item->pixmaps(); }
     SniPixmapList noPixmaps() const { return {}; }

@@ -3,16 +3,19 @@
 #include <QCursor>
 
 SystemTrayItem::SystemTrayItem()
+    : m_menu(createTrayMenu(this))
 {
+    m_icon.setContextMenu(m_menu.get());
     connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick
+            || reason == QSystemTrayIcon::MiddleClick)
             Q_EMIT activated(m_icon.geometry(), QCursor::pos());
     });
 }
 
-void SystemTrayItem::setLabel(const QString &label)
+void SystemTrayItem::setLabel(const QString &)
 {
-    m_icon.setToolTip(label);
+    // No room for text beside the icon: the tooltip carries the figure.
 }
 
 void SystemTrayItem::setToolTip(const QString &title, const QString &text)

@@ -2,11 +2,16 @@
 
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
+#include "shell/TrayPresentation.h"
+#include "viewmodels/Formatting.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QScreen>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -34,9 +39,14 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     Appearance::setInstance(&m_appearance);
     m_appearance.follow(m_engine.get());
     m_loginItem = Platform::createLoginItem(m_options.autostartConfigHome);
+    m_frameMargin = Platform::windowsCanBeTranslucent() ? 12 : 0;
+    if (const QScreen *screen = QGuiApplication::primaryScreen())
+        m_maxPanelHeight = screen->availableGeometry().height() - 2 * gapFromBar;
     connect(m_engine.get(), &RevenueEngine::preferencesChanged, this, &QuorvaneApp::applyStartAtLogin);
     // Leaving a pane discards its drafts: an open editor does not survive navigation.
     connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::closeEditor);
+    // Saving is done with settings: the dashboard shows the new account's first refresh.
+    connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
 }
 
 QuorvaneApp::~QuorvaneApp()
@@ -52,7 +62,16 @@ bool QuorvaneApp::start()
         m_tray = Platform::createTrayItem();
         m_tray->setIcon(trayIcon());
         connect(m_tray.get(), &TrayItem::activated, this, &QuorvaneApp::togglePanel);
-        connect(m_engine.get(), &RevenueEngine::menubarLabelChanged, this, &QuorvaneApp::updateTray);
+        connect(m_tray.get(), &TrayItem::openRequested, this, [this](const QPoint &point) {
+            // The menu only gives the pointer: open below (or beside) the bar it sits on.
+            if (!m_window || !m_window->isVisible())
+                togglePanel(Platform::barUnder(point), point);
+        });
+        connect(m_tray.get(), &TrayItem::refreshRequested, m_engine.get(), &RevenueEngine::triggerRefresh);
+        connect(m_tray.get(), &TrayItem::quitRequested, this, &QuorvaneApp::quit);
+        for (auto signal : {&RevenueEngine::menubarLabelChanged, &RevenueEngine::lastRefreshedChanged,
+                            &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged})
+            connect(m_engine.get(), signal, this, &QuorvaneApp::updateTray);
         updateTray();
         m_tray->show();
     }
@@ -67,6 +86,12 @@ bool QuorvaneApp::start()
     if (!m_window)
         return false;
     m_window->installEventFilter(this);
+    // With no tray host at all the program would be invisible: show the panel once instead.
+    if (m_tray && !m_tray->isSeen()) {
+        QScreen *screen = QGuiApplication::primaryScreen();
+        const QRect area = screen ? screen->availableGeometry() : QRect();
+        togglePanel(QRect(), QPoint(area.right(), area.top()));
+    }
     return true;
 }
 
@@ -74,20 +99,29 @@ void QuorvaneApp::updateTray()
 {
     if (!m_tray)
         return;
-    const QString label = trayLabel();
-    m_tray->setLabel(label);
-    m_tray->setToolTip(u"Quorvane"_s, label);
+    const TrayPresentation shown = trayPresentation();
+    m_tray->setLabel(shown.label);
+    m_tray->setToolTip(shown.toolTipTitle, {});
 }
 
 QImage QuorvaneApp::trayIcon() const
 {
     const QString symbol = m_updateChecker->isBlocked() ? u"arrow.up.circle.fill"_s : u"chart.line.uptrend.xyaxis"_s;
-    return Symbols::render(symbol, m_appearance.newColor(), QSize(22, 22));
+    // Drawn large: hosts scale it down to their own size (and the theme folder needs several).
+    return Symbols::render(symbol, m_appearance.newColor(), QSize(96, 96));
+}
+
+TrayPresentation QuorvaneApp::trayPresentation() const
+{
+    return ::trayPresentation(m_engine->menubarLabel(),
+                              Formatting::rangeMenuLabel(m_engine->preferences().selectedRange),
+                              m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
+                              m_updateChecker->isBlocked());
 }
 
 QString QuorvaneApp::trayLabel() const
 {
-    return m_updateChecker->isBlocked() ? u"Update"_s : m_engine->menubarLabel();
+    return trayPresentation().label;
 }
 
 void QuorvaneApp::applyStartAtLogin()
@@ -102,16 +136,22 @@ void QuorvaneApp::togglePanel(const QRect &trayGeometry, const QPoint &clickPoin
     if (!m_window)
         return;
     if (m_window->isVisible()) {
-        m_window->hide();
+        hidePanel();
         return;
     }
     QScreen *screen = QGuiApplication::screenAt(clickPoint);
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QSize size(panelWidth, std::max(1, m_window->height()));
-    const QRect area = screen ? screen->availableGeometry() : QRect(QPoint(0, 0), size);
-    // Wayland compositors place windows themselves; the position is only a wish there.
-    showPanelAt(panelGeometry(trayGeometry, clickPoint, size, area).topLeft());
+    const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, panelWidth, m_window->height());
+    // The window's height binds to this, so the size read below is already capped.
+    if (const int capped = std::max(200, area.height() - 2 * gapFromBar); capped != m_maxPanelHeight) {
+        m_maxPanelHeight = capped;
+        Q_EMIT maxPanelHeightChanged();
+    }
+    const QSize size(m_window->width(), std::max(1, m_window->height()));
+    // Wayland compositors place windows themselves; the position is only a wish there. The
+    // shadow's transparent margin may overlap the bar: the visible gap is what counts.
+    showPanelAt(panelGeometry(trayGeometry, clickPoint, size, area, gapFromBar - m_frameMargin).topLeft());
 }
 
 void QuorvaneApp::showPanelAt(const QPoint &topLeft)
@@ -128,23 +168,57 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
         m_updateChecker->start();
     }
     // The headless platform of tests and screenshots has no stacking order to change.
-    if (QGuiApplication::platformName() != u"offscreen"_s)
+    if (QGuiApplication::platformName() != u"offscreen"_s) {
         m_window->raise();
+        grabInput(10);
+    }
     m_window->requestActivate();
+}
+
+void QuorvaneApp::grabInput(int attemptsLeft)
+{
+    // Like a menu: the pointer and keyboard come to the panel while it is open, so a click
+    // anywhere else or Esc closes it even where no window manager moves the focus. The host's
+    // own menu may still hold the grab for a moment after "Open Quorvane": try again shortly.
+    if (!m_window || !m_window->isVisible() || attemptsLeft <= 0)
+        return;
+    if (m_window->setMouseGrabEnabled(true) && m_window->setKeyboardGrabEnabled(true))
+        return;
+    QTimer::singleShot(100, this, [this, attemptsLeft] { grabInput(attemptsLeft - 1); });
+}
+
+void QuorvaneApp::hidePanel()
+{
+    if (!m_window)
+        return;
+    m_window->setKeyboardGrabEnabled(false);
+    m_window->setMouseGrabEnabled(false);
+    m_wasActive = false;
+    m_window->hide();
 }
 
 bool QuorvaneApp::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_window) {
         // A menu-bar panel closes when the user clicks elsewhere.
-        if (event->type() == QEvent::FocusIn)
+        if (event->type() == QEvent::MouseButtonPress) {
+            const auto *press = static_cast<QMouseEvent *>(event);
+            // Under the grab, presses outside the window arrive here with outside positions.
+            if (!QRectF(QPointF(0, 0), m_window->size()).contains(press->position())) {
+                hidePanel();
+                return true;
+            }
+        } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+            // The panel's own popups close on Esc first; only a bare Esc reaches the window.
+            if (!m_window->activeFocusItem() || m_window->activeFocusItem() == m_window->contentItem())
+                hidePanel();
+        } else if (event->type() == QEvent::FocusIn)
             m_wasActive = true;
         else if (event->type() == QEvent::FocusOut && m_wasActive && !m_window->isActive()) {
             const QWindow *focus = QGuiApplication::focusWindow();
             // The panel's own popups (menus, date pickers) take focus without closing it.
             if (!focus || focus->transientParent() != m_window) {
-                m_wasActive = false;
-                m_window->hide();
+                hidePanel();
             }
         }
     }

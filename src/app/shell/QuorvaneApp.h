@@ -4,6 +4,7 @@
 #include "platform/TrayItem.h"
 #include "shell/Appearance.h"
 #include "shell/Navigation.h"
+#include "shell/TrayPresentation.h"
 #include "viewmodels/AccountsModel.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
@@ -39,9 +40,14 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(GeneralSettingsModel *general READ general CONSTANT)
     Q_PROPERTY(AccountsModel *accounts READ accounts CONSTANT)
     Q_PROPERTY(UpdateModel *update READ update CONSTANT)
+    // The tallest the window may be on the screen it opens on (the feed scrolls beyond).
+    Q_PROPERTY(int maxPanelHeight READ maxPanelHeight NOTIFY maxPanelHeightChanged)
+    // Transparent room around the panel for its shadow; 0 where windows cannot be translucent.
+    Q_PROPERTY(int frameMargin READ frameMargin CONSTANT)
 
 public:
     static constexpr int panelWidth = 440;
+    static constexpr int gapFromBar = 6;
 
     explicit QuorvaneApp(AppOptions options, QObject *parent = nullptr);
     ~QuorvaneApp() override;
@@ -63,13 +69,20 @@ public:
     // Shows the panel next to the tray item, or hides it when it is open.
     void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
     void showPanelAt(const QPoint &topLeft);
+    Q_INVOKABLE void hidePanel();
+    int maxPanelHeight() const { return m_maxPanelHeight; }
+    int frameMargin() const { return m_frameMargin; }
 
     // "Update" while this version is blocked, else the running figure.
     QString trayLabel() const;
+    TrayPresentation trayPresentation() const;
     QImage trayIcon() const;
 
     Q_INVOKABLE void quit();
     Q_INVOKABLE void openUrl(const QUrl &url);
+
+Q_SIGNALS:
+    void maxPanelHeightChanged();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -77,6 +90,7 @@ protected:
 private:
     void updateTray();
     void applyStartAtLogin();
+    void grabInput(int attemptsLeft);
 
     AppOptions m_options;
     std::unique_ptr<RevenueEngine> m_engine;
@@ -94,4 +108,6 @@ private:
     QQmlApplicationEngine m_qml;
     QPointer<QQuickWindow> m_window;
     bool m_wasActive = false;
+    int m_maxPanelHeight = 100000;
+    int m_frameMargin = 0;
 };
