@@ -129,7 +129,14 @@ ColumnLayout {
 
     RowLayout {
         Layout.fillWidth: true
-        Item { Layout.fillWidth: true }
+        spacing: 8
+        UiText {
+            Layout.fillWidth: true
+            text: view.editor.invalidReason
+            wrapMode: Text.WordWrap
+            size: 10
+            color: Appearance.secondary
+        }
         PushButton {
             text: "Cancel"
             onClicked: view.editor.cancel()

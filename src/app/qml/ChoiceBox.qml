@@ -14,5 +14,10 @@ ComboBox {
         size: 12
         verticalAlignment: Text.AlignVCenter
     }
-    background: Rectangle { radius: 6; color: Appearance.control }
+    background: Rectangle {
+        radius: 6
+        color: Appearance.control
+        border.width: box.visualFocus ? 2 : 0
+        border.color: Appearance.accent
+    }
 }

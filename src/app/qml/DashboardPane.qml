@@ -11,6 +11,9 @@ ColumnLayout {
     property UpdateModel update
     signal quitRequested()
     signal openLink(url link)
+    // Entry points to panes that are not built yet stay hidden until their pane lands.
+    property bool drillDownAvailable: false
+    property bool achievementsAvailable: false
 
     spacing: 10
 
@@ -86,6 +89,54 @@ ColumnLayout {
         }
     }
 
+    // A failed load: a short message, the whole text on demand.
+    Rectangle {
+        id: errorBanner
+        property bool expanded: false
+        visible: pane.dashboard.errorSummary.length > 0 && !pane.dashboard.isLoading
+        Layout.fillWidth: true
+        implicitHeight: bannerColumn.implicitHeight + 16
+        radius: 8
+        color: Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.10)
+        border.color: Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.35)
+        ColumnLayout {
+            id: bannerColumn
+            x: 10
+            y: 8
+            width: parent.width - 20
+            spacing: 4
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 6
+                Symbol { Layout.alignment: Qt.AlignTop; name: "exclamationmark.triangle.fill"; size: 12; color: Appearance.red }
+                UiText {
+                    Layout.fillWidth: true
+                    text: pane.dashboard.errorSummary
+                    textFormat: Text.PlainText
+                    wrapMode: Text.Wrap
+                    size: 11
+                }
+                IconButton {
+                    Layout.alignment: Qt.AlignTop
+                    symbol: errorBanner.expanded ? "chevron.up" : "chevron.down"
+                    symbolSize: 9
+                    tip: errorBanner.expanded ? "Hide details" : "Show details"
+                    onClicked: errorBanner.expanded = !errorBanner.expanded
+                }
+            }
+            UiText {
+                visible: errorBanner.expanded
+                Layout.fillWidth: true
+                text: pane.dashboard.lastError
+                textFormat: Text.PlainText
+                wrapMode: Text.WrapAnywhere
+                font.family: "monospace"
+                size: 10
+                color: Appearance.secondary
+            }
+        }
+    }
+
     UpdateAvailableBanner {
         Layout.fillWidth: true
         update: pane.update
@@ -123,6 +174,7 @@ ColumnLayout {
     ColumnLayout {
         visible: pane.dashboard.hasAccounts
         Layout.fillWidth: true
+        Layout.fillHeight: true
         spacing: 10
 
         RowLayout {
@@ -184,9 +236,9 @@ ColumnLayout {
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1
                     implicitHeight: 50
-                    hoverEnabled: true
-                    onClicked: pane.navigation.showDrillDown(kind)
-                    ToolTip.visible: hovered
+                    hoverEnabled: pane.drillDownAvailable
+                    onClicked: if (pane.drillDownAvailable) pane.navigation.showDrillDown(kind)
+                    ToolTip.visible: hovered && pane.drillDownAvailable
                     ToolTip.text: tooltip
                     ToolTip.delay: 600
                     background: Rectangle {
@@ -261,10 +313,12 @@ ColumnLayout {
         UiText {
             visible: pane.dashboard.feedCount === 0
             Layout.fillWidth: true
-            Layout.minimumHeight: 200
+            Layout.fillHeight: true
+            Layout.minimumHeight: 48
+            Layout.preferredHeight: 200
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
-            text: "No events yet — pulling…"
+            text: pane.dashboard.feedEmptyText
             size: 12
             color: Appearance.secondary
         }
@@ -272,6 +326,9 @@ ColumnLayout {
             id: feedList
             visible: pane.dashboard.feedCount > 0
             Layout.fillWidth: true
+            // Takes what the screen leaves once header and footer have their room, and scrolls.
+            Layout.fillHeight: true
+            Layout.minimumHeight: Math.min(contentHeight, 60)
             Layout.preferredHeight: Math.min(contentHeight, 340)
             clip: true
             boundsBehavior: Flickable.StopAtBounds
@@ -288,22 +345,14 @@ ColumnLayout {
     RowLayout {
         Layout.fillWidth: true
         spacing: 2
-        UiText {
-            visible: pane.dashboard.lastError.length > 0
-            Layout.fillWidth: true
-            text: pane.dashboard.lastError
-            size: 9
-            color: Appearance.red
-            maximumLineCount: 2
-            wrapMode: Text.WordWrap
-        }
-        Item { visible: pane.dashboard.lastError.length === 0; Layout.fillWidth: true }
+        Item { Layout.fillWidth: true }
         IconButton {
             symbol: "arrow.clockwise"
             enabled: !pane.dashboard.isLoading
             onClicked: pane.dashboard.refresh()
         }
         IconButton {
+            visible: pane.achievementsAvailable
             symbol: "trophy.fill"
             tip: "Achievements"
             onClicked: pane.navigation.showAchievements()

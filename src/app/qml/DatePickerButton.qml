@@ -15,6 +15,8 @@ AbstractButton {
     onClicked: popup.open()
 
     background: Rectangle {
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Appearance.accent
         radius: 5
         color: root.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
     }
@@ -31,7 +33,7 @@ AbstractButton {
         y: root.height + 2
         padding: 8
         background: Rectangle {
-            color: Appearance.window
+            color: Appearance.popup
             border.color: Appearance.hairline
             radius: 8
         }
@@ -86,8 +88,11 @@ AbstractButton {
                         Layout.preferredWidth: 26
                         Layout.preferredHeight: 22
                         onClicked: {
-                            root.picker.pick(index)
+                            // Picking rebuilds the grid and destroys this cell: close first.
+                            const picker = root.picker
+                            const day = index
                             popup.close()
+                            picker.pick(day)
                         }
                         background: Rectangle {
                             radius: 5

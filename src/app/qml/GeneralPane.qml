@@ -47,7 +47,12 @@ ColumnLayout {
             size: 12
             verticalAlignment: Text.AlignVCenter
         }
-        background: Rectangle { radius: 6; color: Appearance.control }
+        background: Rectangle {
+            radius: 6
+            color: Appearance.control
+            border.width: currency.visualFocus ? 2 : 0
+            border.color: Appearance.accent
+        }
     }
     UiText { text: "Static rates for v1. Used to normalize totals across accounts."; size: 10; color: Appearance.tertiary }
 
@@ -55,17 +60,12 @@ ColumnLayout {
     RowLayout {
         spacing: 8
         UiText { text: pane.settings.refreshLabel; size: 12 }
-        IconButton {
-            symbol: "chevron.down"
-            symbolSize: 10
-            enabled: pane.settings.canStepDown
-            onClicked: pane.settings.stepRefresh(-1)
-        }
-        IconButton {
-            symbol: "chevron.up"
-            symbolSize: 10
-            enabled: pane.settings.canStepUp
-            onClicked: pane.settings.stepRefresh(1)
+        Stepper {
+            spacing: 4
+            canDecrease: pane.settings.canStepDown
+            canIncrease: pane.settings.canStepUp
+            onDecreased: pane.settings.stepRefresh(-1)
+            onIncreased: pane.settings.stepRefresh(1)
         }
     }
 
@@ -81,7 +81,12 @@ ColumnLayout {
         implicitHeight: 24
         hoverEnabled: true
         onClicked: pane.quitRequested()
-        background: Rectangle { radius: 6; color: parent.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control }
+        background: Rectangle {
+            radius: 6
+            color: parent.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
+            border.width: parent.visualFocus ? 2 : 0
+            border.color: Appearance.accent
+        }
         contentItem: RowLayout {
             id: quitRow
             spacing: 5

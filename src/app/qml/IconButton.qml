@@ -16,6 +16,8 @@ AbstractButton {
     opacity: enabled ? 1 : 0.35
 
     background: Rectangle {
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Appearance.accent
         radius: 6
         color: root.hovered ? Appearance.control : "transparent"
     }

@@ -2,37 +2,89 @@ import QtQuick
 import Quorvane
 import QtQuick.Window
 
-// The panel window: frameless, on top, 440 wide; its height follows the pane.
+// The panel window: frameless, on top, 440 wide; its height follows the pane up to what the
+// screen has room for. Where a compositor runs, the panel has rounded corners and a soft
+// shadow in a transparent margin; elsewhere it is a plain rectangle with a hairline border.
 Window {
     id: window
     required property QuorvaneApp app
+    readonly property int margin: app.frameMargin
 
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
-    width: 440
-    minimumWidth: 440
-    maximumWidth: 440
-    height: content.implicitHeight + 28
-    color: Appearance.window
+    width: 440 + 2 * margin
+    minimumWidth: width
+    maximumWidth: width
+    height: Math.min(content.implicitHeight + 28 + 2 * margin, app.maxPanelHeight)
+    color: margin > 0 ? "transparent" : Appearance.window
     title: "Quorvane"
     visible: false
 
-    Item {
-        id: content
-        x: 14
-        y: 14
-        width: window.width - 28
-        // The settings panel has a fixed height and scrolls; the other panes size to content.
-        implicitHeight: window.app.navigation.pane === "settings" && !window.app.update.isBlocked
-                        ? 460 : (loader.item ? loader.item.implicitHeight : 0)
+    // Every menu, picker list and tooltip of the panel draws from this one palette, so they
+    // all share the range menu's look in either theme.
+    palette.window: Appearance.popup
+    palette.windowText: Appearance.primary
+    palette.base: Appearance.popup
+    palette.text: Appearance.primary
+    palette.button: Appearance.control
+    palette.buttonText: Appearance.primary
+    palette.highlight: Appearance.accent
+    palette.highlightedText: "white"
+    palette.light: Appearance.control
+    palette.midlight: Appearance.hairline
+    palette.mid: Appearance.hairline
+    palette.dark: Appearance.hairline
+    palette.shadow: "black"
+    palette.toolTipBase: Appearance.popup
+    palette.toolTipText: Appearance.primary
+    palette.placeholderText: Appearance.tertiary
 
-        Loader {
-            id: loader
-            anchors.fill: parent
-            // Panes of later releases (drill-down, at-risk, achievements) keep the
-            // navigation value and show the dashboard meanwhile.
-            // While this version is blocked nothing but the update-required view is reachable.
-            sourceComponent: window.app.update.isBlocked ? updateRequired
-                             : window.app.navigation.pane === "settings" ? settingsPane : dashboardPane
+    // The shadow: stacked outlines fading outwards.
+    Repeater {
+        model: window.margin > 0 ? 8 : 0
+        Rectangle {
+            required property int index
+            x: window.margin - index - 1
+            y: window.margin - index + 1
+            width: frame.width + 2 * (index + 1)
+            height: frame.height + 2 * (index + 1)
+            radius: frame.radius + index + 1
+            color: "transparent"
+            border.color: Qt.rgba(0, 0, 0, 0.10 - index * 0.012)
+            border.width: 1
+        }
+    }
+
+    Rectangle {
+        id: frame
+        x: window.margin
+        y: window.margin
+        width: 440
+        height: window.height - 2 * window.margin
+        radius: window.margin > 0 ? 10 : 0
+        color: Appearance.window
+        border.color: Appearance.hairline
+        border.width: 1
+
+        Item {
+            id: content
+            x: 14
+            y: 14
+            width: frame.width - 28
+            height: frame.height - 28
+            // The settings panel has a fixed height and scrolls; the other panes size to
+            // content, and the dashboard's feed gives way when the screen is short.
+            implicitHeight: window.app.navigation.pane === "settings" && !window.app.update.isBlocked
+                            ? 460 : (loader.item ? loader.item.implicitHeight : 0)
+
+            Loader {
+                id: loader
+                anchors.fill: parent
+                // Panes of later releases (drill-down, at-risk, achievements) keep the
+                // navigation value and show the dashboard meanwhile.
+                // While this version is blocked nothing but the update-required view is reachable.
+                sourceComponent: window.app.update.isBlocked ? updateRequired
+                                 : window.app.navigation.pane === "settings" ? settingsPane : dashboardPane
+            }
         }
     }
 

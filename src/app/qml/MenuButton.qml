@@ -15,6 +15,8 @@ AbstractButton {
     onClicked: menu.open()
 
     background: Rectangle {
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Appearance.accent
         radius: 6
         color: root.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
     }
@@ -75,7 +77,7 @@ AbstractButton {
         }
         background: Rectangle {
             implicitWidth: 180
-            color: Appearance.window
+            color: Appearance.popup
             border.color: Appearance.hairline
             radius: 8
         }

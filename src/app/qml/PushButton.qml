@@ -13,7 +13,8 @@ AbstractButton {
     background: Rectangle {
         radius: 6
         color: root.prominent ? Appearance.accent : (root.hovered ? Qt.darker(Appearance.control, 1.6) : Qt.darker(Appearance.control, 1.3))
-        border.color: root.prominent ? "transparent" : Appearance.hairline
+        border.width: root.visualFocus ? 2 : 1
+        border.color: root.visualFocus ? Appearance.accent : root.prominent ? "transparent" : Appearance.hairline
     }
     contentItem: UiText {
         id: caption

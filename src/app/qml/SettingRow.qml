@@ -33,7 +33,9 @@ RowLayout {
             implicitWidth: 32
             implicitHeight: 18
             radius: 9
-            color: toggle.checked ? Appearance.accent : Appearance.hairline
+            color: toggle.checked ? Appearance.accent : Appearance.switchOff
+            border.width: toggle.visualFocus ? 2 : 0
+            border.color: Appearance.accent
             Rectangle {
                 x: toggle.checked ? parent.width - width - 2 : 2
                 anchors.verticalCenter: parent.verticalCenter

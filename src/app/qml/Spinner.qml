@@ -9,4 +9,6 @@ BusyIndicator {
     implicitHeight: size
     padding: 0
     running: visible
+    // The basic style draws its dots in the palette's dark role: tie it to readable text.
+    palette.dark: Appearance.secondary
 }

@@ -95,14 +95,14 @@ QColor Appearance::primary() const
 QColor Appearance::secondary() const
 {
     QColor c = primary();
-    c.setAlphaF(0.60f);
+    c.setAlphaF(0.72f); // small text stays above 4.5:1 on the window in both themes
     return c;
 }
 
 QColor Appearance::tertiary() const
 {
     QColor c = primary();
-    c.setAlphaF(0.38f);
+    c.setAlphaF(0.62f); // still 4.5:1: tertiary text is small text too
     return c;
 }
 
@@ -118,6 +118,18 @@ QColor Appearance::control() const
     QColor c = primary();
     c.setAlphaF(0.08f);
     return c;
+}
+
+QColor Appearance::popup() const
+{
+    // Menus, pickers and tooltips sit one step above the window, in both themes.
+    return dark() ? QColor(44, 44, 48) : QColor(255, 255, 255);
+}
+
+QColor Appearance::switchOff() const
+{
+    // An off switch must still read as a control: a solid grey track, not a hairline.
+    return dark() ? QColor(118, 118, 124) : QColor(142, 142, 147);
 }
 
 QColor Appearance::accent() const

@@ -21,6 +21,9 @@ class Appearance : public QObject
     Q_PROPERTY(QColor hairline READ hairline NOTIFY changed)
     Q_PROPERTY(QColor control READ control NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor popup READ popup NOTIFY changed)
+    Q_PROPERTY(QColor popupText READ primary NOTIFY changed)
+    Q_PROPERTY(QColor switchOff READ switchOff NOTIFY changed)
     Q_PROPERTY(QColor red READ red CONSTANT)
     Q_PROPERTY(QColor green READ green CONSTANT)
     Q_PROPERTY(QColor orange READ orange CONSTANT)
@@ -51,6 +54,8 @@ public:
     QColor hairline() const;
     QColor control() const;
     QColor accent() const;
+    QColor popup() const;
+    QColor switchOff() const;
     QColor red() const { return QColor::fromRgbF(0.92f, 0.30f, 0.28f); }
     QColor green() const { return QColor::fromRgbF(0.30f, 0.72f, 0.42f); }
     QColor orange() const { return QColor::fromRgbF(0.95f, 0.55f, 0.20f); }
