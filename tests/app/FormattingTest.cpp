@@ -1,4 +1,5 @@
 #include "viewmodels/ChartModel.h"
+#include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 
 #include <QTimeZone>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 using namespace Formatting;
+using namespace Qt::StringLiterals;
 
 TEST(Formatting, DurationPicksMillisecondsSecondsOrMinutes)
 {
@@ -147,7 +149,8 @@ TEST(Chart, ModelLabelsEveryStrideDayAndMasksYInPrivacy)
     for (int i = 0; i < 13; ++i)
         buckets.append(DailyBucket{Date::fromUnix(1'772'323'200 + i * 86400.0), 100.0 * i, 0, 0}); // from Mar 1
     ChartModel model(QLocale(QLocale::English, QLocale::UnitedStates));
-    model.setData(buckets, calendar, false);
+    const QDate first(2026, 3, 1), last(2026, 3, 13);
+    model.setData(buckets, first, last, calendar, false);
     EXPECT_EQ(model.stride(), 3);
     QStringList texts;
     for (const auto &l : model.xLabels())
@@ -155,10 +158,81 @@ TEST(Chart, ModelLabelsEveryStrideDayAndMasksYInPrivacy)
     EXPECT_EQ(texts, (QStringList{QStringLiteral("Mar 1"), QStringLiteral("Mar 4"), QStringLiteral("Mar 7"),
                                   QStringLiteral("Mar 10"), QStringLiteral("Mar 13")}));
     EXPECT_FALSE(model.yLabels().contains(QStringLiteral("•")));
-    model.setData(buckets, calendar, true);
+    model.setData(buckets, first, last, calendar, true);
     for (const QString &label : model.yLabels())
         EXPECT_EQ(label, u"•");
-    model.setData({}, calendar, false);
+    model.setData({}, first, last, calendar, false);
     EXPECT_TRUE(model.isEmpty());
     EXPECT_FALSE(model.yLabels().isEmpty()); // axes still drawn
+}
+
+TEST(Chart, EveryDayOfTheRangeIsASlotAndHoverReadsItsFigures)
+{
+    const TimeContext calendar(QTimeZone("Europe/Berlin"), Qt::Monday);
+    const auto at = [&](int month, int day, int hour) {
+        return Date::fromDateTime(QDateTime(QDate(2026, month, day), QTime(hour, 0), calendar.zone()));
+    };
+    // A filtered or custom range hands over only the days that had events.
+    const QList<DailyBucket> sparse = {{at(3, 2, 0), 10, 0, 0}, {at(3, 5, 23), 0, 0, 4}, {at(2, 27, 0), 99, 0, 0}};
+    const QList<DailyBucket> slots = daySlots(sparse, QDate(2026, 3, 1), QDate(2026, 3, 7), calendar);
+    ASSERT_EQ(slots.size(), 7);
+    EXPECT_EQ(calendar.local(slots[0].date).date(), QDate(2026, 3, 1));
+    EXPECT_EQ(slots[1].newMRR, 10);
+    EXPECT_EQ(slots[4].churn, 4);
+    double rest = 0;
+    for (int i : {0, 2, 3, 5, 6})
+        rest += slots[i].newMRR + slots[i].recurringMRR + slots[i].churn;
+    EXPECT_EQ(rest, 0); // the day before the range is dropped, empty days stay empty
+    EXPECT_TRUE(daySlots(sparse, QDate(2026, 3, 7), QDate(2026, 3, 1), calendar).isEmpty());
+
+    ChartModel model(QLocale(QLocale::English, QLocale::UnitedStates));
+    model.setData(sparse, QDate(2026, 3, 1), QDate(2026, 3, 7), calendar, false);
+    EXPECT_EQ(model.dayCount(), 7);
+    EXPECT_EQ(model.readout(1), u"Mon, Mar 2\nNew $10 · Recurring $0 · Churn $0");
+    EXPECT_TRUE(model.readout(4).endsWith(u"Churn -$4"));
+    EXPECT_TRUE(model.readout(7).isEmpty());
+    model.setData(sparse, QDate(2026, 3, 1), QDate(2026, 3, 7), calendar, true);
+    EXPECT_FALSE(model.readout(1).contains(u"10"));
+}
+
+TEST(Formatting, NegatedAmountsNeverSignAZero)
+{
+    const struct
+    {
+        const char *text;
+        const char *expected;
+    } cases[] = {{"$0", "$0"}, {"$ 0.00", "$ 0.00"}, {"€0", "€0"}, {"$12", "-$12"}, {"$0.5K", "-$0.5K"},
+                 {"$ 1,200", "-$ 1,200"}, {"$•••", "-$•••"}};
+    for (const auto &c : cases)
+        EXPECT_EQ(negated(QString::fromUtf8(c.text)), QString::fromUtf8(c.expected)) << c.text;
+}
+
+TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
+{
+    const QString stripeBody
+        = uR"({"error": {"code": "api_key_expired", "message": "Expired API Key provided: rk_live_****Key", "type": "invalid_request_error"}})"_s;
+    const struct
+    {
+        const char *name;
+        QString lastError;
+        QString summary;
+    } cases[] = {
+        {"Stripe JSON body", u"[Acme] Stripe HTTP 401: "_s + stripeBody,
+         u"[Acme] Stripe HTTP 401: Expired API Key provided: rk_live_****Key"_s},
+        {"PayPal description", uR"([Shop] PayPal HTTP 401: {"error":"invalid_client","error_description":"Client Authentication failed"})"_s,
+         u"[Shop] PayPal HTTP 401: Client Authentication failed"_s},
+        {"markup without message", u"[Acme] Stripe HTTP 502: <html><body>Bad gateway</body></html>"_s,
+         u"[Acme] Stripe HTTP 502"_s},
+        {"transport error", u"[Acme] Connection refused"_s, u"[Acme] Connection refused"_s},
+        {"two accounts", u"[A] Host not found · [B] Stripe HTTP 500: {}"_s, u"[A] Host not found\n[B] Stripe HTTP 500"_s},
+        {"too long", u"[A] "_s + QString(300, u'x'), u"[A] "_s + QString(135, u'x') + u'…'},
+        {"nothing", QString(), QString()},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const ErrorSummary summary = summarizeError(c.lastError);
+        EXPECT_EQ(summary.summary, c.summary);
+        EXPECT_EQ(summary.details.isEmpty(), c.lastError.isEmpty());
+    }
+    EXPECT_TRUE(summarizeError(u"[Acme] Stripe HTTP 401: "_s + stripeBody).details.contains(u"api_key_expired"_s));
 }

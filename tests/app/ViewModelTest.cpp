@@ -276,14 +276,17 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
         const char *clientId;
         const char *secret;
         bool valid;
+        const char *reason; // part of the text that says why Save is disabled
     } cases[] = {
-        {"restricted key", AccountProvider::Stripe, "rk_live_abc", "", "", true},
-        {"upper case with spaces", AccountProvider::Stripe, "  RK_live_abc  ", "", "", true},
-        {"secret key", AccountProvider::Stripe, "sk_live_abc", "", "", false},
-        {"empty key", AccountProvider::Stripe, "", "", "", false},
-        {"paypal credentials", AccountProvider::PayPal, "", "AZ-client", "EL-secret", true},
-        {"paypal secret of spaces", AccountProvider::PayPal, "", "AZ-client", "   ", false},
-        {"paypal without id", AccountProvider::PayPal, "rk_live_abc", "", "EL-secret", false},
+        {"restricted key", AccountProvider::Stripe, "rk_live_abc", "", "", true, ""},
+        {"upper case with spaces", AccountProvider::Stripe, "  RK_live_abc  ", "", "", true, ""},
+        {"secret key", AccountProvider::Stripe, "sk_live_abc", "", "", false, "secret key"},
+        {"publishable key", AccountProvider::Stripe, " pk_live_abc", "", "", false, "publishable key"},
+        {"other text", AccountProvider::Stripe, "hello", "", "", false, "starts with rk_"},
+        {"empty key", AccountProvider::Stripe, "", "", "", false, "Paste a restricted"},
+        {"paypal credentials", AccountProvider::PayPal, "", "AZ-client", "EL-secret", true, ""},
+        {"paypal secret of spaces", AccountProvider::PayPal, "", "AZ-client", "   ", false, "secret"},
+        {"paypal without id", AccountProvider::PayPal, "rk_live_abc", "", "EL-secret", false, "client ID"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -292,6 +295,9 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
         a.paypalClientId = QString::fromUtf8(c.clientId);
         a.paypalSecret = QString::fromUtf8(c.secret);
         EXPECT_EQ(AccountEditor::isValid(a), c.valid);
+        const QString reason = AccountEditor::invalidReason(a);
+        EXPECT_EQ(reason.isEmpty(), c.valid);
+        EXPECT_TRUE(reason.contains(QString::fromUtf8(c.reason))) << reason.toStdString();
     }
 }
 
@@ -348,7 +354,7 @@ TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
     editor->save();
     EXPECT_EQ(accounts.editor(), nullptr);
     ASSERT_EQ(engine.accounts().size(), 1);
-    EXPECT_EQ(engine.accounts()[0].stripeRestrictedKey, u" rk_test_123 ");
+    EXPECT_EQ(engine.accounts()[0].stripeRestrictedKey, u"rk_test_123"); // pasted keys are trimmed
     EXPECT_EQ(storage().loadAccounts().size(), 1);
 
     accounts.addAccount(u"paypal"_s);

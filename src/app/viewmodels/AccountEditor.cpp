@@ -97,10 +97,40 @@ QStringList AccountEditor::environmentLabels() const
     return {u"Live environment"_s, u"Sandbox"_s};
 }
 
+QString AccountEditor::invalidReason(const Account &account)
+{
+    if (account.provider == AccountProvider::Stripe) {
+        const QString key = account.stripeRestrictedKey.trimmed().toLower();
+        if (key.isEmpty())
+            return u"Paste a restricted API key to save."_s;
+        if (key.startsWith(u"sk_"_s))
+            return u"This is a secret key with full access. Create a read-only restricted key (rk_…) instead."_s;
+        if (key.startsWith(u"pk_"_s))
+            return u"This is a publishable key. Paste a restricted key (rk_…) instead."_s;
+        if (!key.startsWith(u"rk_"_s))
+            return u"A restricted API key starts with rk_."_s;
+        return {};
+    }
+    if (account.paypalClientId.trimmed().isEmpty())
+        return u"Paste the app's client ID to save."_s;
+    if (account.paypalSecret.trimmed().isEmpty())
+        return u"Paste the app's secret to save."_s;
+    return {};
+}
+
+Account AccountEditor::trimmed(Account account)
+{
+    account.name = account.name.trimmed();
+    account.stripeRestrictedKey = account.stripeRestrictedKey.trimmed();
+    account.paypalClientId = account.paypalClientId.trimmed();
+    account.paypalSecret = account.paypalSecret.trimmed();
+    return account;
+}
+
 void AccountEditor::save()
 {
     if (isValid())
-        Q_EMIT saved(m_account);
+        Q_EMIT saved(trimmed(m_account));
 }
 
 void AccountEditor::cancel()

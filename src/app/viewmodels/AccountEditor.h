@@ -29,6 +29,7 @@ class AccountEditor : public QObject
     Q_PROPERTY(QString titleText READ titleText NOTIFY changed)
     Q_PROPERTY(QString badgeLetter READ badgeLetter NOTIFY changed)
     Q_PROPERTY(bool isValid READ isValid NOTIFY changed)
+    Q_PROPERTY(QString invalidReason READ invalidReason NOTIFY changed)
     Q_PROPERTY(QUrl stripeCreateUrl READ stripeCreateUrl CONSTANT)
     Q_PROPERTY(QString paypalHelpText READ paypalHelpText NOTIFY changed)
     Q_PROPERTY(QStringList providerLabels READ providerLabels CONSTANT)
@@ -38,6 +39,10 @@ public:
     AccountEditor(Account account, QString fallbackTitle, QObject *parent = nullptr);
 
     static bool isValid(const Account &account);
+    // Why Save is disabled, in the user's words; empty when the account can be saved.
+    static QString invalidReason(const Account &account);
+    // The account as it is stored: pasted credentials lose surrounding white space.
+    static Account trimmed(Account account);
     static QString paypalHelpText(bool live);
 
     const Account &account() const { return m_account; }
@@ -61,6 +66,7 @@ public:
     QString titleText() const;
     QString badgeLetter() const { return isStripe() ? QStringLiteral("S") : QStringLiteral("P"); }
     bool isValid() const { return isValid(m_account); }
+    QString invalidReason() const { return invalidReason(m_account); }
     QUrl stripeCreateUrl() const { return ProviderLinks::stripeCreateURL(); }
     QString paypalHelpText() const { return paypalHelpText(m_account.paypalLive); }
     QStringList providerLabels() const;

@@ -88,6 +88,7 @@ void AccountsModel::openEditor(const Account &account)
         closeEditor();
         // The new credentials are tried at once; the cycle reports its own errors.
         m_engine->refresh();
+        Q_EMIT accountSaved();
     });
     connect(m_editor, &AccountEditor::cancelled, this, &AccountsModel::closeEditor);
     Q_EMIT editorChanged();

@@ -43,6 +43,8 @@ public:
 
 Q_SIGNALS:
     void editorChanged();
+    // An account was saved from the editor (the shell returns to the dashboard).
+    void accountSaved();
     void countChanged();
 
 private:

@@ -6,6 +6,29 @@
 
 using namespace Qt::StringLiterals;
 
+QList<DailyBucket> daySlots(const QList<DailyBucket> &buckets, QDate firstDay, QDate lastDay,
+                            const TimeContext &calendar)
+{
+    // A bound against absurd custom ranges; the feed itself keeps about three months.
+    constexpr qint64 maxDays = 1000;
+    if (!firstDay.isValid() || !lastDay.isValid() || lastDay < firstDay)
+        return {};
+    const qint64 count = std::min(firstDay.daysTo(lastDay) + 1, maxDays);
+    QList<DailyBucket> out;
+    out.reserve(count);
+    for (qint64 i = 0; i < count; ++i)
+        out.append(DailyBucket{Date::fromDateTime(firstDay.addDays(i).startOfDay(calendar.zone())), 0, 0, 0});
+    for (const DailyBucket &b : buckets) {
+        const qint64 index = firstDay.daysTo(calendar.local(b.date).date());
+        if (index < 0 || index >= count)
+            continue;
+        out[index].newMRR += b.newMRR;
+        out[index].recurringMRR += b.recurringMRR;
+        out[index].churn += b.churn;
+    }
+    return out;
+}
+
 QList<Plot> plotData(const QList<DailyBucket> &buckets)
 {
     QList<Plot> out;
@@ -59,8 +82,14 @@ ChartModel::ChartModel(QLocale locale, QObject *parent)
 {
 }
 
-void ChartModel::setData(const QList<DailyBucket> &buckets, const TimeContext &calendar, bool privacyMode)
+void ChartModel::setData(const QList<DailyBucket> &rangeBuckets, QDate firstDay, QDate lastDay,
+                         const TimeContext &calendar, bool privacyMode)
 {
+    const QList<DailyBucket> buckets = daySlots(rangeBuckets, firstDay, lastDay, calendar);
+    m_days = buckets;
+    m_dayTitles.clear();
+    for (const DailyBucket &b : buckets)
+        m_dayTitles.append(m_locale.toString(calendar.local(b.date).date(), u"ddd, MMM d"_s));
     m_bucketCount = buckets.size();
     m_plots = plotData(buckets);
     m_privacyMode = privacyMode;
@@ -83,6 +112,18 @@ void ChartModel::setData(const QList<DailyBucket> &buckets, const TimeContext &c
     for (int i = 0; i < buckets.size(); i += m_stride)
         m_xLabels.append(XLabel{i, m_locale.toString(calendar.local(buckets.at(i).date).date(), u"MMM d"_s)});
     Q_EMIT changed();
+}
+
+QString ChartModel::readout(int day) const
+{
+    if (day < 0 || day >= m_days.size())
+        return {};
+    const DailyBucket &b = m_days.at(day);
+    const auto money = [this](double usd) {
+        return m_privacyMode ? u"•"_s : u"$"_s + Formatting::formatNative(usd, m_locale);
+    };
+    return u"%1\nNew %2 · Recurring %3 · Churn %4"_s.arg(m_dayTitles.at(day), money(b.newMRR), money(b.recurringMRR),
+                                                        b.churn > 0 ? Formatting::negated(money(b.churn)) : money(0));
 }
 
 QStringList ChartModel::yLabels() const

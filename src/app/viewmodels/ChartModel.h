@@ -17,6 +17,11 @@ struct Plot
     friend bool operator==(const Plot &, const Plot &) = default;
 };
 
+// One bucket per calendar day from `firstDay` to `lastDay`, empty days included, so that bars
+// keep one width per range and labels stay evenly spaced; buckets outside are dropped.
+QList<DailyBucket> daySlots(const QList<DailyBucket> &buckets, QDate firstDay, QDate lastDay,
+                            const TimeContext &calendar);
+
 // Day bars stacked from zero: new and recurring above the line, churn below.
 QList<Plot> plotData(const QList<DailyBucket> &buckets);
 // Round axis marks covering [minimum, maximum] (zero always included), about `target` steps.
@@ -41,7 +46,10 @@ public:
 
     ChartModel(QLocale locale, QObject *parent = nullptr);
 
-    void setData(const QList<DailyBucket> &buckets, const TimeContext &calendar, bool privacyMode);
+    void setData(const QList<DailyBucket> &buckets, QDate firstDay, QDate lastDay, const TimeContext &calendar,
+                 bool privacyMode);
+    // The hovered day's date and its three figures.
+    Q_INVOKABLE QString readout(int day) const;
 
     bool isEmpty() const { return m_plots.isEmpty(); }
     int dayCount() const { return static_cast<int>(m_bucketCount); }
@@ -57,6 +65,8 @@ Q_SIGNALS:
 private:
     QLocale m_locale;
     qsizetype m_bucketCount = 0;
+    QList<DailyBucket> m_days;
+    QStringList m_dayTitles;
     QList<Plot> m_plots;
     QList<double> m_yMarks;
     QList<XLabel> m_xLabels;

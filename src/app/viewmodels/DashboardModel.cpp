@@ -1,6 +1,7 @@
 #include "DashboardModel.h"
 
 #include "engine/RevenueEngine.h"
+#include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 
 using namespace Qt::StringLiterals;
@@ -145,7 +146,11 @@ void DashboardModel::recompute()
         : QSet<RevenueKind>();
     m_headline = DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete());
     m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs));
-    m_chart.setData(m_engine->buckets(prefs.selectedRange), m_engine->calendar(), prefs.privacyMode);
+    const TimeContext &calendar = m_engine->calendar();
+    m_chart.setData(m_engine->buckets(prefs.selectedRange),
+                    calendar.local(m_engine->startDate(prefs.selectedRange)).date(),
+                    calendar.local(std::min(m_engine->endDate(prefs.selectedRange), m_engine->now())).date(), calendar,
+                    prefs.privacyMode);
     updateTimers();
     Q_EMIT changed();
     Q_EMIT clockTicked();
@@ -255,6 +260,20 @@ int DashboardModel::feedCount() const
 QString DashboardModel::lastError() const
 {
     return m_engine->lastError().value_or(QString());
+}
+
+QString DashboardModel::errorSummary() const
+{
+    return summarizeError(lastError()).summary;
+}
+
+QString DashboardModel::feedEmptyText() const
+{
+    if (m_engine->isLoading())
+        return u"No events yet — pulling…"_s;
+    if (m_engine->lastError())
+        return u"No events loaded."_s;
+    return m_engine->lastRefreshed() ? u"No events yet."_s : u"No events yet — pulling…"_s;
 }
 
 bool DashboardModel::privacyMode() const

@@ -62,6 +62,8 @@ class DashboardModel : public QObject
     Q_PROPERTY(bool rangeHasHistoricalLimit READ rangeHasHistoricalLimit NOTIFY changed)
     Q_PROPERTY(int feedCount READ feedCount NOTIFY changed)
     Q_PROPERTY(QString lastError READ lastError NOTIFY changed)
+    Q_PROPERTY(QString errorSummary READ errorSummary NOTIFY changed)
+    Q_PROPERTY(QString feedEmptyText READ feedEmptyText NOTIFY changed)
     Q_PROPERTY(bool privacyMode READ privacyMode NOTIFY changed)
     Q_PROPERTY(QString privacySymbol READ privacySymbol NOTIFY changed)
     Q_PROPERTY(QString privacyTooltip READ privacyTooltip NOTIFY changed)
@@ -94,6 +96,9 @@ public:
     bool rangeHasHistoricalLimit() const;
     int feedCount() const;
     QString lastError() const;
+    QString errorSummary() const;
+    // Why the feed is empty: still pulling, a failed load, or nothing there.
+    QString feedEmptyText() const;
     bool privacyMode() const;
     QString privacySymbol() const;
     QString privacyTooltip() const;

@@ -105,7 +105,7 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
             return CurrencyConverter::mask(event.currency);
         const QString number = Formatting::formatNative(std::abs(event.amount), m_locale);
         if (isUsd)
-            return QString((event.kind == RevenueKind::Churn ? u"-"_s : QString()) + u"$ "_s + number);
+            return event.kind == RevenueKind::Churn ? Formatting::negated(u"$ "_s + number) : QString(u"$ "_s + number);
         return number;
     }
     case CurrencyCodeRole: return prefs.privacyMode || isUsd ? QString() : event.currency.toUpper();

@@ -72,6 +72,17 @@ QString formatMoney(double usd, const Preferences &preferences)
     return CurrencyConverter::formatCompact(usd, preferences.dashboardCurrency);
 }
 
+QString negated(const QString &amountText)
+{
+    bool anyDigit = false;
+    for (const QChar c : amountText) {
+        if (c.isDigit() && c != u'0')
+            return u'-' + amountText;
+        anyDigit = anyDigit || c.isDigit();
+    }
+    return anyDigit ? amountText : u'-' + amountText; // a mask keeps its sign
+}
+
 QString formatY(double value, bool privacyMode)
 {
     if (privacyMode)

@@ -28,6 +28,9 @@ QString formatNative(double amount, const QLocale &locale);
 // The dashboard's money text: masked in privacy mode, else compact in the dashboard currency.
 QString formatMoney(double usd, const Preferences &preferences);
 
+// "-" before an amount text, unless the text shows a zero: a zero never carries a sign.
+QString negated(const QString &amountText);
+
 // The chart's y labels: always US dollars, "•" in privacy mode.
 QString formatY(double value, bool privacyMode);
 // Days between x labels, so that about six labels show whatever the range.

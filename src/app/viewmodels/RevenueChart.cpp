@@ -23,6 +23,39 @@ void RevenueChart::setModel(ChartModel *model)
     update();
 }
 
+void RevenueChart::setHoveredDay(int day)
+{
+    if (day == m_hoveredDay)
+        return;
+    m_hoveredDay = day;
+    Q_EMIT hoveredDayChanged();
+    update();
+}
+
+qreal RevenueChart::labelWidth(const QFontMetricsF &metrics) const
+{
+    qreal widest = 0;
+    for (const QString &l : m_model->yLabels())
+        widest = std::max(widest, metrics.horizontalAdvance(l));
+    return widest;
+}
+
+QRectF RevenueChart::plotArea(const QFontMetricsF &metrics) const
+{
+    // The y labels sit on the right, as the plot reads from the left edge.
+    return QRectF(0, metrics.height() / 2, width() - labelWidth(metrics) - 6, height() - metrics.height() * 1.5 - 6);
+}
+
+int RevenueChart::dayAt(qreal x) const
+{
+    if (!m_model || m_model->dayCount() <= 0)
+        return -1;
+    const QRectF plot = plotArea(QFontMetricsF(m_font));
+    if (x < plot.left() || x >= plot.right())
+        return -1;
+    return std::clamp(int((x - plot.left()) / (plot.width() / m_model->dayCount())), 0, m_model->dayCount() - 1);
+}
+
 void RevenueChart::paint(QPainter *painter)
 {
     if (!m_model)
@@ -33,20 +66,24 @@ void RevenueChart::paint(QPainter *painter)
 
     const QList<double> &marks = m_model->yMarks();
     const QStringList labels = m_model->yLabels();
-    qreal labelWidth = 0;
-    for (const QString &l : labels)
-        labelWidth = std::max(labelWidth, metrics.horizontalAdvance(l));
-
-    // The y labels sit on the right, as the plot reads from the left edge.
-    const QRectF plot(0, metrics.height() / 2, width() - labelWidth - 6, height() - metrics.height() * 1.5 - 6);
+    const qreal labelWidth = this->labelWidth(metrics);
+    const QRectF plot = plotArea(metrics);
     const double top = marks.isEmpty() ? 1 : marks.last();
     const double bottom = marks.isEmpty() ? 0 : marks.first();
     const double span = top - bottom > 0 ? top - bottom : 1;
     const auto yOf = [&](double v) { return plot.bottom() - (v - bottom) / span * plot.height(); };
 
-    painter->setPen(QPen(m_gridColor, 1));
+    const int days = std::max(1, m_model->dayCount());
+    const qreal slot = plot.width() / days;
+    if (m_hoveredDay >= 0 && m_hoveredDay < days)
+        painter->fillRect(QRectF(plot.left() + slot * m_hoveredDay, plot.top(), slot, plot.height()), m_gridColor);
+
     for (int i = 0; i < marks.size(); ++i) {
         const qreal y = std::round(yOf(marks.at(i))) + 0.5;
+        // The zero line is the one bars stand on: drawn firmer than the grid.
+        QColor zero = m_textColor;
+        zero.setAlphaF(0.55f);
+        painter->setPen(QPen(marks.at(i) == 0.0 ? zero : m_gridColor, 1));
         painter->drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
         painter->save();
         painter->setPen(m_textColor);
@@ -55,8 +92,6 @@ void RevenueChart::paint(QPainter *painter)
         painter->restore();
     }
 
-    const int days = std::max(1, m_model->dayCount());
-    const qreal slot = plot.width() / days;
     const qreal barWidth = std::max<qreal>(1.0, slot * 0.62);
 
     QHash<int, std::pair<double, double>> stacked; // per day: below, above

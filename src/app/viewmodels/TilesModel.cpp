@@ -7,13 +7,14 @@ using namespace Qt::StringLiterals;
 QList<TilesModel::Tile> TilesModel::tiles(const Totals &totals, const QSet<RevenueKind> &unavailable,
                                           const Preferences &preferences)
 {
-    const auto make = [&](RevenueKind kind, double usd, const QString &prefix) {
+    const auto make = [&](RevenueKind kind, double usd) {
         if (unavailable.contains(kind))
             return Tile{kind, u"—"_s, true};
-        return Tile{kind, prefix + Formatting::formatMoney(usd, preferences), false};
+        const QString money = Formatting::formatMoney(usd, preferences);
+        return Tile{kind, kind == RevenueKind::Churn ? Formatting::negated(money) : money, false};
     };
-    return {make(RevenueKind::New, totals.newMRR, {}), make(RevenueKind::Recurring, totals.recurringMRR, {}),
-            make(RevenueKind::Churn, totals.churn, u"-"_s)};
+    return {make(RevenueKind::New, totals.newMRR), make(RevenueKind::Recurring, totals.recurringMRR),
+            make(RevenueKind::Churn, totals.churn)};
 }
 
 int TilesModel::rowCount(const QModelIndex &parent) const
