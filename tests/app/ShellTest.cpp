@@ -291,3 +291,19 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
     qInstallMessageHandler(previous);
     EXPECT_TRUE(g_warnings.isEmpty()) << g_warnings.join(u'\n').toStdString();
 }
+
+// Without any tray host the program would be invisible: the panel opens once by itself.
+TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
+{
+    AppOptions options;
+    options.environment = environment();
+    options.locale = locale;
+    options.autostartConfigHome = dir.filePath(u"config"_s);
+    options.update.configURL = std::nullopt;
+    options.environment.endpoints.icons.enabled = false;
+    QuorvaneApp app(options);
+    ASSERT_TRUE(app.start());
+    ASSERT_NE(app.tray(), nullptr);
+    EXPECT_EQ(app.window()->isVisible(), !app.tray()->isSeen());
+    EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
+}
