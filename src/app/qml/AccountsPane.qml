@@ -79,14 +79,15 @@ ColumnLayout {
                     radius: 6
                     color: Appearance.control
                     Symbol {
-                        visible: accountRow.iconSource.length === 0
+                        visible: accountRow.iconSource.length === 0 || accountIcon.status === Image.Error
                         anchors.centerIn: parent
                         name: accountRow.providerSymbol
                         size: 16
                         color: accountRow.provider === "Stripe" ? Appearance.stripePurple : Appearance.paypalBlue
                     }
                     Image {
-                        visible: accountRow.iconSource.length > 0
+                        id: accountIcon
+                        visible: accountRow.iconSource.length > 0 && status !== Image.Error
                         anchors.fill: parent
                         source: accountRow.iconSource
                         sourceSize: Qt.size(48, 48)

@@ -68,7 +68,8 @@ Item {
                         anchors.fill: parent
                         radius: 7
                         color: row.letterColor
-                        visible: row.iconSource.length === 0
+                        // An icon file that cannot be read falls back to the letter.
+                        visible: row.iconSource.length === 0 || accountIcon.status === Image.Error
                         UiText {
                             anchors.centerIn: parent
                             text: row.letter
@@ -78,8 +79,9 @@ Item {
                         }
                     }
                     Image {
+                        id: accountIcon
                         anchors.fill: parent
-                        visible: row.iconSource.length > 0
+                        visible: row.iconSource.length > 0 && status !== Image.Error
                         source: row.iconSource
                         sourceSize: Qt.size(60, 60)
                         asynchronous: true

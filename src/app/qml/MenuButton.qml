@@ -41,12 +41,13 @@ AbstractButton {
                 required property string label
                 required property bool isChecked
                 required property bool isSeparator
+                required property string iconSource
                 enabled: !isSeparator
                 height: isSeparator ? 9 : implicitHeight
                 onTriggered: root.choices.choose(index)
                 contentItem: Item {
                     implicitHeight: 22
-                    implicitWidth: text.implicitWidth + 24
+                    implicitWidth: text.implicitWidth + text.x + 6
                     Rectangle {
                         visible: isSeparator
                         anchors.verticalCenter: parent.verticalCenter
@@ -60,10 +61,20 @@ AbstractButton {
                         name: "checkmark"
                         size: 10
                     }
+                    Image {
+                        id: icon
+                        visible: iconSource.length > 0 && status === Image.Ready
+                        x: 18
+                        anchors.verticalCenter: parent.verticalCenter
+                        width: 14
+                        height: 14
+                        sourceSize: Qt.size(28, 28)
+                        source: iconSource
+                    }
                     UiText {
                         id: text
                         visible: !isSeparator
-                        x: 18
+                        x: icon.visible ? 38 : 18
                         anchors.verticalCenter: parent.verticalCenter
                         text: label
                         size: 12

@@ -20,6 +20,12 @@ QString AccountsModel::nextAccountNumberTitle(const Account &account, const QLis
     return u"Account %1"_s.arg(accounts.size() + 1);
 }
 
+QString AccountsModel::iconSource(const Storage &storage, const QUuid &accountId)
+{
+    const QString file = QDir(storage.folder()).filePath(u"icons/"_s + uuidText(accountId) + u".png"_s);
+    return QFileInfo::exists(file) ? QUrl::fromLocalFile(file).toString() : QString();
+}
+
 AccountsModel::AccountsModel(RevenueEngine *engine, QObject *parent)
     : QAbstractListModel(parent)
     , m_engine(engine)
@@ -55,10 +61,7 @@ QVariant AccountsModel::data(const QModelIndex &index, int role) const
     case ProviderSymbolRole: return stripe ? u"creditcard.fill"_s : u"p.circle.fill"_s;
     case NeedsEventsScopeRole: return m_engine->missingEventScopeAccounts().contains(a.id);
     case EnabledRole: return a.enabled;
-    case IconSourceRole: {
-        const QString file = QDir(m_engine->storage().folder()).filePath(u"icons/"_s + uuidText(a.id) + u".png"_s);
-        return QFileInfo::exists(file) ? QUrl::fromLocalFile(file).toString() : QString();
-    }
+    case IconSourceRole: return iconSource(m_engine->storage(), a.id);
     }
     return {};
 }

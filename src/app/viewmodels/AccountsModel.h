@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Account.h"
+#include "storage/Storage.h"
 #include "viewmodels/AccountEditor.h"
 
 #include <QAbstractListModel>
@@ -23,6 +24,8 @@ public:
 
     // The editor's fallback title for `account` given the stored list.
     static QString nextAccountNumberTitle(const Account &account, const QList<Account> &accounts);
+    // The cached icon of the account as an image URL, or empty while there is none.
+    static QString iconSource(const Storage &storage, const QUuid &accountId);
 
     explicit AccountsModel(RevenueEngine *engine, QObject *parent = nullptr);
 

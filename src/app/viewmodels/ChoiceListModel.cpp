@@ -15,13 +15,14 @@ QVariant ChoiceListModel::data(const QModelIndex &index, int role) const
     case LabelRole: return item.label;
     case CheckedRole: return item.checked;
     case SeparatorRole: return item.separator;
+    case IconSourceRole: return item.iconSource;
     }
     return {};
 }
 
 QHash<int, QByteArray> ChoiceListModel::roleNames() const
 {
-    return {{LabelRole, "label"}, {CheckedRole, "isChecked"}, {SeparatorRole, "isSeparator"}};
+    return {{LabelRole, "label"}, {CheckedRole, "isChecked"}, {SeparatorRole, "isSeparator"}, {IconSourceRole, "iconSource"}};
 }
 
 void ChoiceListModel::setItems(QList<Item> items)

@@ -12,12 +12,13 @@ class ChoiceListModel : public QAbstractListModel
     QML_UNCREATABLE("Filled by its pane")
 
 public:
-    enum Role { LabelRole = Qt::UserRole + 1, CheckedRole, SeparatorRole };
+    enum Role { LabelRole = Qt::UserRole + 1, CheckedRole, SeparatorRole, IconSourceRole };
     struct Item
     {
         QString label;
         bool checked = false;
         bool separator = false;
+        QString iconSource; // an image shown before the label, e.g. an account's icon
         friend bool operator==(const Item &, const Item &) = default;
     };
 

@@ -1,6 +1,7 @@
 #include "DashboardModel.h"
 
 #include "engine/RevenueEngine.h"
+#include "viewmodels/AccountsModel.h"
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 
@@ -110,7 +111,8 @@ void DashboardModel::rebuildLists()
     const auto filter = m_engine->selectedAccountFilter();
     QList<ChoiceListModel::Item> filters{{u"All accounts"_s, !filter, false}, {QString(), false, true}};
     for (const Account &a : m_engine->accounts())
-        filters.append({a.name.isEmpty() ? u"(unnamed)"_s : a.name, filter == a.id, false});
+        filters.append({a.name.isEmpty() ? u"(unnamed)"_s : a.name, filter == a.id, false,
+                        AccountsModel::iconSource(m_engine->storage(), a.id)});
     m_accountFilters.setItems(filters);
 
     QList<ChoiceListModel::Item> ranges;
