@@ -180,6 +180,7 @@ ColumnLayout {
         RowLayout {
             spacing: 8
             MenuButton {
+                objectName: "accountFilterMenu"
                 label: pane.dashboard.accountFilterLabel
                 choices: pane.dashboard.accountFilters
             }

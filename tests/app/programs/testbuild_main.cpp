@@ -12,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QFontMetrics>
 #include <QPainter>
+#include <QQuickItem>
 #include <QQuickStyle>
 #include <QTimer>
 
@@ -88,9 +89,10 @@ int main(int argc, char **argv)
     const QCommandLineOption trayShot(u"tray-shot"_s, u"Write the tray item to this PNG."_s, u"file"_s);
     const QCommandLineOption show(u"show"_s, u"Open the panel at start."_s);
     const QCommandLineOption webBase(u"web-base"_s, u"Favicon services and sites at this base URL."_s, u"url"_s);
+    const QCommandLineOption openMenu(u"open-menu"_s, u"Open the menu button with this object name."_s, u"name"_s);
     const QCommandLineOption checkUpdates(u"check-updates"_s, u"Ask the web base for the version file."_s);
     parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
-                       trayShot, show, webBase, checkUpdates});
+                       trayShot, show, webBase, checkUpdates, openMenu});
     parser.addHelpOption();
     parser.process(app);
     if (!parser.isSet(dataDir)) {
@@ -183,6 +185,21 @@ int main(int argc, char **argv)
         return 3;
     if (parser.isSet(expandFirst))
         quorvane.dashboard()->feed()->toggle(0);
+    if (parser.isSet(openMenu)) {
+        // Panes are loaded items: their parents are visual, not QObject ones.
+        const std::function<QQuickItem *(QQuickItem *)> find = [&](QQuickItem *item) -> QQuickItem * {
+            if (item->objectName() == parser.value(openMenu))
+                return item;
+            for (QQuickItem *child : item->childItems())
+                if (QQuickItem *found = find(child))
+                    return found;
+            return nullptr;
+        };
+        QQuickItem *button = find(quorvane.window()->contentItem());
+        if (!button)
+            return 3;
+        QMetaObject::invokeMethod(button, "clicked");
+    }
     // Let the scene settle (layout, images, the elapsed-time tick).
     QElapsedTimer settle;
     settle.start();
