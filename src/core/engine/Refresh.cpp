@@ -1,50 +1,44 @@
 // The refresh cycle: load every enabled account at once, merge into the feed, persist.
 #include "RevenueEngine.h"
 
-#include <QCoroSignal>
-#include <QPointer>
-
 using namespace Qt::StringLiterals;
-
-namespace {
 
 using LoadResult = Result<StripeLoad, QString>;
 
-// Collects the per-account results in the order the loads finish and wakes the cycle
-// after each one.
-class LoadCollector : public QObject
+// What one cycle's loads report, in the order they finish. It lives in the cycle's frame, and
+// the cycle awaits every load before it ends, so no load outlives it.
+struct RevenueEngine::CycleLoads
 {
-    Q_OBJECT
-public:
+    quint64 generation = 0;
+    int total = 0;
     QList<std::pair<QUuid, LoadResult>> finished;
-    void add(QUuid id, LoadResult result)
-    {
-        finished.append({id, std::move(result)});
-        Q_EMIT arrived();
-    }
-Q_SIGNALS:
-    void arrived();
 };
 
-QCoro::Task<> runLoad(QPointer<RevenueEngine> engine, Account account, Date since, CancellationToken token,
-                      std::shared_ptr<LoadCollector> collector)
+QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
+                                          CancellationToken token, CycleLoads *loads)
 {
-    if (!engine) {
-        collector->add(account.id, StripeLoad{});
-        co_return;
+    LoadResult result = StripeLoad{};
+    if (engine && account.provider == AccountProvider::Stripe) {
+        result = co_await engine->loadFromStripe(account, since, token);
+    } else if (engine) {
+        auto events = co_await engine->loadFromPayPal(account, since, token);
+        if (events.ok())
+            result = StripeLoad{std::move(events).value(), {RevenueKind::Recurring}, {}};
+        else
+            result = events.error();
     }
-    if (account.provider == AccountProvider::Stripe) {
-        collector->add(account.id, co_await engine->loadFromStripe(account, since, token));
+    loads->finished.append({account.id, std::move(result)});
+    // A cancelled or superseded cycle publishes nothing more.
+    if (!engine || token.isCancelled() || loads->generation != engine->m_cycleGeneration)
         co_return;
-    }
-    auto events = co_await engine->loadFromPayPal(account, since, token);
-    if (events.ok())
-        collector->add(account.id, StripeLoad{std::move(events).value(), {RevenueKind::Recurring}, {}});
-    else
-        collector->add(account.id, events.error());
+    const int done = static_cast<int>(loads->finished.size());
+    engine->assign(engine->m_eventsRefreshDone, done, &RevenueEngine::eventsRefreshDoneChanged);
+    engine->assign(engine->m_refreshProgress,
+                   std::optional<QString>(u"Events · %1 of %2 · finished %3"_s.arg(QString::number(done),
+                                                                                  QString::number(loads->total),
+                                                                                  engine->accountName(account.id))),
+                   &RevenueEngine::refreshProgressChanged);
 }
-
-} // namespace
 
 QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 {
@@ -79,36 +73,23 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     assign(m_refreshProgress, std::optional<QString>(u"Fetching events · 0 of %1"_s.arg(total)),
            &RevenueEngine::refreshProgressChanged);
 
-    auto collector = std::make_shared<LoadCollector>();
+    // The loads are this frame's children: all start now, each publishes its progress as it
+    // finishes, and the cycle goes on only once every one has ended.
+    QPointer<RevenueEngine> self(this);
+    CycleLoads loads{generation, total, {}};
+    std::vector<QCoro::Task<>> running;
+    running.reserve(enabled.size());
     for (const Account &account : std::as_const(enabled)) {
         Date since = bootstrapStart;
         if (auto synced = m_syncState.constFind(account.id); synced != m_syncState.cend())
             since = std::max(synced->addingSeconds(-incrementalOverlapSeconds), bootstrapStart);
-        runLoad(QPointer<RevenueEngine>(this), account, since, token, collector);
+        running.push_back(loadForCycle(self, account, since, token, &loads));
     }
-
-    QPointer<RevenueEngine> self(this);
-    qsizetype reported = 0;
-    while (reported < total) {
-        if (collector->finished.size() == reported)
-            co_await qCoro(collector.get(), &LoadCollector::arrived);
-        if (!self)
-            co_return;
-        while (reported < collector->finished.size()) {
-            const QUuid id = collector->finished.at(reported).first;
-            ++reported;
-            if (generation != m_cycleGeneration)
-                continue; // cancelled and superseded: publish nothing more
-            assign(m_eventsRefreshDone, static_cast<int>(reported), &RevenueEngine::eventsRefreshDoneChanged);
-            assign(m_refreshProgress,
-                   std::optional<QString>(u"Events · %1 of %2 · finished %3"_s.arg(reported).arg(total).arg(accountName(id))),
-                   &RevenueEngine::refreshProgressChanged);
-        }
-        if (token.isCancelled())
-            break;
-    }
-
-    if (token.isCancelled()) {
+    for (const QCoro::Task<> &load : running)
+        co_await load;
+    if (!self)
+        co_return;
+    if (token.isCancelled() || generation != m_cycleGeneration) {
         closeCycle(start, generation);
         co_return;
     }
@@ -119,7 +100,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     QStringList errorLines;
     QSet<QString> superseded;
     bool anySuccess = false;
-    for (const auto &[id, result] : std::as_const(collector->finished)) {
+    for (const auto &[id, result] : std::as_const(loads.finished)) {
         if (token.isCancelled()) {
             closeCycle(start, generation);
             co_return;
@@ -257,4 +238,3 @@ QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken)
     co_return;
 }
 
-#include "Refresh.moc"

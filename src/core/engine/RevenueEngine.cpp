@@ -13,7 +13,8 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
 {
     m_preferences = Preferences::defaults(now(), m_env.calendar);
     m_unavailableKinds = QSet<RevenueKind>(allRevenueKinds.begin(), allRevenueKinds.end());
-    rebuildBucketsFromFeed();
+    // No days before a stored feed or a load says there are any: a first launch whose loads
+    // all fail shows nothing rather than 95 empty days.
 
     // Anything that can move the running figure recomputes it; the label signal fires only
     // when the text really changes.
@@ -38,10 +39,10 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
 
 RevenueEngine::~RevenueEngine()
 {
-    // Wake every loop and in-flight cycle so none resumes on a dead engine.
-    for (auto *token : {&m_refreshTask, &m_atRiskTask, &m_currentRefreshTask, &m_runningCycle})
-        if (*token)
-            (*token)->cancel();
+    // The task groups cancel their tasks as they go; a cycle run through refresh() has no
+    // group, so it is woken here. Each one then ends on its own without touching the engine.
+    if (m_runningCycle)
+        m_runningCycle->cancel();
 }
 
 void RevenueEngine::loadFromDisk()
@@ -149,15 +150,10 @@ std::optional<QUrl> RevenueEngine::stripeURL(const Account &account, const QStri
 
 void RevenueEngine::startAutoRefresh()
 {
-    if (m_refreshTask)
-        m_refreshTask->cancel();
-    m_refreshTask = CancellationToken();
-    autoRefreshLoop(*m_refreshTask);
-
-    if (m_atRiskTask)
-        m_atRiskTask->cancel();
-    m_atRiskTask = CancellationToken();
-    atRiskLoop(*m_atRiskTask);
+    m_refreshTask.cancel();
+    m_refreshTask.start([this](CancellationToken token) { return autoRefreshLoop(token); });
+    m_atRiskTask.cancel();
+    m_atRiskTask.start([this](CancellationToken token) { return atRiskLoop(token); });
 }
 
 QCoro::Task<> RevenueEngine::autoRefreshLoop(CancellationToken token)
@@ -189,18 +185,14 @@ QCoro::Task<> RevenueEngine::atRiskLoop(CancellationToken token)
 
 void RevenueEngine::triggerRefresh()
 {
-    if (m_currentRefreshTask)
-        m_currentRefreshTask->cancel();
-    m_currentRefreshTask = CancellationToken();
-    refreshCycle(*m_currentRefreshTask);
+    m_currentRefreshTask.cancel();
+    m_currentRefreshTask.start([this](CancellationToken token) { return refreshCycle(token); });
 }
 
 void RevenueEngine::cancelCurrentRefresh()
 {
-    if (m_currentRefreshTask)
-        m_currentRefreshTask->cancel();
-    if (m_refreshTask)
-        m_refreshTask->cancel();
+    m_currentRefreshTask.cancel();
+    m_refreshTask.cancel();
     if (m_runningCycle)
         m_runningCycle->cancel();
     ++m_cycleGeneration; // the cancelled cycle's closing step must not touch the next one

@@ -11,17 +11,17 @@
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
+#include "util/TaskGroup.h"
 #include "util/TimeContext.h"
 
 #include <QCoroTask>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QSet>
 #include <memory>
 
 class IconCache;
-class StripeClient;
-struct SucceededChargeEvent;
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
 // a virtual clock, a fixed time zone and loopback provider endpoints.
@@ -72,8 +72,9 @@ public:
     static constexpr int atRiskRefreshSeconds = 300;
     static constexpr double retryMinInterval = 3.0;
     static constexpr int minimumRefreshSeconds = 15;
-    // Extra requests one Stripe load may spend linking charges to invoices.
-    static constexpr int maxInvoiceLinkLookups = 10;
+    // How far before a Stripe window invoice payments are listed: Stripe records the payment
+    // when the invoice is finalized, moments before the charge that pays it.
+    static constexpr double invoicePaymentMarginSeconds = 3600.0;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
     ~RevenueEngine() override;
@@ -195,6 +196,9 @@ private:
     void loadFromDisk();
     void saveAccounts();
     void setFeed(QList<PaymentEvent> feed);
+    struct CycleLoads;
+    static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
+                                      CancellationToken token, CycleLoads *loads);
     void closeCycle(Date start, quint64 generation);
     void notifyForNewEvents(const QList<PaymentEvent> &events);
     void updateAchievements();
@@ -208,8 +212,6 @@ private:
     void markMissingEventScope(const QUuid &accountId);
     void startIconCaching(const Account &account);
     std::unique_ptr<IconCache> makeIconCache();
-    QCoro::Task<QSet<QString>> resolveInvoiceLinks(StripeClient client, QList<SucceededChargeEvent> charges,
-                                                   QSet<QString> alreadyPaying, CancellationToken token);
 
     EngineEnvironment m_env;
 
@@ -241,16 +243,17 @@ private:
     QSet<QString> m_seenEventIds;
     bool m_notifierInitialized = false;
     QHash<QUuid, Date> m_syncState;
-    std::optional<CancellationToken> m_refreshTask;
-    std::optional<CancellationToken> m_atRiskTask;
-    std::optional<CancellationToken> m_currentRefreshTask;
+    // Each group is the one owner of its tasks and cancels them when the engine goes away.
+    TaskGroup m_refreshTask;        // the auto-refresh loop
+    TaskGroup m_atRiskTask;         // the at-risk loop
+    TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
+    TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
     std::optional<Date> m_lastRetryAttemptAt;
-    // The cycle in progress; cancelCurrentRefresh() cancels it.
+    // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
+    // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;
     quint64 m_cycleGeneration = 0;
     QString m_menubarLabel;
-    // Payment intent → the invoice it paid (or none), learnt from Stripe for this process.
-    QHash<QString, std::optional<QString>> m_invoiceLinks;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

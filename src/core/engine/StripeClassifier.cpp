@@ -3,7 +3,6 @@
 #include "engine/RevenueEngine.h"
 #include "model/CurrencyConverter.h"
 
-#include <QHash>
 
 using namespace Qt::StringLiterals;
 
@@ -126,52 +125,49 @@ PaymentEvent fromCancellation(const SubscriptionCancellation &cancellation, cons
     return e;
 }
 
-QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, const QList<RawInvoice> &invoices)
+QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, const QList<RawInvoice> &invoices,
+                                    const QList<RawInvoicePayment> &invoicePayments)
 {
-    QSet<QString> paying;
-    QSet<QString> linkedCharges;
-    QSet<QString> linkedIntents;
+    QSet<QString> payingCharges;
+    QSet<QString> payingIntents;
+    const auto add = [](QSet<QString> &set, const std::optional<QString> &id) {
+        if (id && !id->isEmpty())
+            set.insert(*id);
+    };
     for (const RawInvoice &invoice : invoices) {
-        if (invoice.charge && !invoice.charge->isEmpty())
-            linkedCharges.insert(*invoice.charge);
-        if (invoice.payment_intent && !invoice.payment_intent->isEmpty())
-            linkedIntents.insert(*invoice.payment_intent);
+        add(payingCharges, invoice.charge);
+        add(payingIntents, invoice.payment_intent);
     }
-    // Invoices that name no charge (the newer shape), by customer: a charge only ever
-    // pairs with an invoice of its own customer, and a large first load must not compare
-    // every charge with every invoice.
-    QHash<QString, QList<const RawInvoice *>> unlinkedByCustomer;
-    for (const RawInvoice &invoice : invoices)
-        if (!invoice.charge && !invoice.payment_intent && invoice.amount_paid > 0 && invoice.customer)
-            unlinkedByCustomer[*invoice.customer].append(&invoice);
-
+    for (const RawInvoicePayment &payment : invoicePayments) {
+        if (payment.status.value_or(u"paid"_s) != u"paid"_s)
+            continue;
+        add(payingCharges, payment.charge);
+        add(payingIntents, payment.payment_intent);
+    }
+    QSet<QString> paying;
     for (const SucceededChargeEvent &event : charges) {
         const RawCharge &c = event.charge;
-        if (linkedCharges.contains(c.id) || (c.payment_intent && linkedIntents.contains(*c.payment_intent))) {
+        if (payingCharges.contains(c.id) || (c.payment_intent && payingIntents.contains(*c.payment_intent)))
             paying.insert(c.id);
-            continue;
-        }
-        if (!c.customer)
-            continue;
-        auto candidates = unlinkedByCustomer.find(*c.customer);
-        if (candidates == unlinkedByCustomer.end())
-            continue;
-        // Same currency and amount, with the invoice reported within the hour after the
-        // charge: Stripe creates the charge first and the invoice event seconds later.
-        const double chargeTime = event.succeededAt.unixSeconds();
-        for (qsizetype i = 0; i < candidates->size(); ++i) {
-            const RawInvoice &inv = *candidates->at(i);
-            if (inv.currency.compare(c.currency, Qt::CaseInsensitive) != 0 || inv.amount_paid != c.amount.value_or(-1))
-                continue;
-            const double delta = static_cast<double>(inv.created) - chargeTime;
-            if (delta < -60 || delta > 3600)
-                continue;
-            paying.insert(c.id);
-            candidates->removeAt(i); // one charge per invoice
-            break;
-        }
     }
     return paying;
+}
+
+QStringList invoicesWithoutListedPayment(const QList<RawInvoice> &invoices, const QList<RawInvoicePayment> &invoicePayments)
+{
+    QSet<QString> covered;
+    for (const RawInvoicePayment &payment : invoicePayments)
+        if (payment.invoice)
+            covered.insert(*payment.invoice);
+    QStringList missing;
+    for (const RawInvoice &invoice : invoices) {
+        // The older shape (the one with `paid`) names its charge itself, null when none paid it.
+        const bool linkedItself = invoice.paid.has_value() || (invoice.charge && !invoice.charge->isEmpty())
+            || (invoice.payment_intent && !invoice.payment_intent->isEmpty());
+        if (invoice.amount_paid > 0 && !linkedItself && !covered.contains(invoice.id) && !missing.contains(invoice.id))
+            missing.append(invoice.id);
+    }
+    return missing;
 }
 
 } // namespace StripeClassifier

@@ -16,9 +16,13 @@ PaymentEvent fromFailedPayment(const FailedPaymentEvent &failure, const Account 
 PaymentEvent fromRefund(const RefundEvent &refund, const Account &account);
 
 // The payment of a subscription shows up twice: as the paid invoice and as the charge that
-// paid it. Older API versions link the two (invoice.charge, charge.invoice); newer ones do
-// not, so a charge is also matched to an invoice by payment intent, or by customer, currency,
-// amount and time. Returns the charges that paid an invoice of `invoices`.
-QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, const QList<RawInvoice> &invoices);
+// paid it. A charge paid an invoice exactly when the older object shape links the two
+// (invoice.charge or invoice.payment_intent) or when a paid invoice payment names the
+// charge or its payment intent. Returns the ids of those charges.
+QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, const QList<RawInvoice> &invoices,
+                                    const QList<RawInvoicePayment> &invoicePayments);
+// Paid invoices whose payment neither their own shape nor `invoicePayments` names: Stripe
+// recorded it before the listing's reach (a retried or sent invoice), so it is asked for.
+QStringList invoicesWithoutListedPayment(const QList<RawInvoice> &invoices, const QList<RawInvoicePayment> &invoicePayments);
 
 } // namespace StripeClassifier

@@ -23,6 +23,15 @@ QString cancelledText()
     return u"Operation canceled"_s;
 }
 
+// Charges that still look like sales although their own shape cannot say so: the older shape
+// carries an `invoice` key (null for a real sale), the current one does not.
+bool hasUnplacedCharges(const QList<SucceededChargeEvent> &charges, const QSet<QString> &paying)
+{
+    return std::any_of(charges.begin(), charges.end(), [&](const SucceededChargeEvent &event) {
+        return !event.charge.carriesInvoiceLink && !paying.contains(event.charge.id) && event.charge.amount.value_or(0) > 0;
+    });
+}
+
 } // namespace
 
 QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account account, Date since, CancellationToken token)
@@ -30,32 +39,87 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     QPointer<RevenueEngine> self(this);
     startIconCaching(account);
     const StripeClient client(account, m_env.endpoints.stripeApi);
+    const Preferences prefs = m_preferences;
     StripeLoad load;
 
-    // Both start now and run side by side; a failed charge listing only means no charges.
-    auto invoicesTask = client.fetchPaidInvoices(since, token);
-    auto chargesTask = client.fetchStandaloneCharges(since, token);
-    auto invoices = co_await invoicesTask;
-    auto charges = co_await chargesTask;
+    // Every listing starts now and they run side by side. All are awaited before anything
+    // else happens, so no request outlives the load; a failed invoice listing stops the rest.
+    const CancellationToken listings = token.linked();
+    auto invoicesTask = client.fetchPaidInvoices(since, listings);
+    auto chargesTask = client.fetchStandaloneCharges(since, listings);
+    auto paymentsTask = client.fetchPaidInvoicePayments(since.addingSeconds(-invoicePaymentMarginSeconds), listings);
+    auto cancellationsTask = client.fetchSubscriptionCancellations(since, listings);
+    std::optional<StripeClient::Reply<QList<FailedPaymentEvent>>> failedTask;
+    if (prefs.showFailed)
+        failedTask.emplace(client.fetchFailedPayments(since, listings));
+    std::optional<StripeClient::Reply<QList<RefundEvent>>> refundsTask;
+    if (prefs.showRefunds)
+        refundsTask.emplace(client.fetchRefunds(since, listings));
+
+    const auto invoices = co_await invoicesTask;
+    if (!invoices.ok())
+        listings.cancel();
+    const auto charges = co_await chargesTask;
+    const auto payments = co_await paymentsTask;
+    const auto cancellations = co_await cancellationsTask;
+    std::optional<Result<QList<FailedPaymentEvent>, StripeError>> failed;
+    if (failedTask)
+        failed = co_await *failedTask;
+    std::optional<Result<QList<RefundEvent>, StripeError>> refunds;
+    if (refundsTask)
+        refunds = co_await *refundsTask;
     if (!self || token.isCancelled())
         co_return cancelledText();
     if (!invoices.ok())
         co_return invoices.error().description();
     load.loadedKinds << RevenueKind::New << RevenueKind::Recurring;
+    // A failed charge listing only means no charges.
     const QList<SucceededChargeEvent> standalone = charges.ok() ? charges.value() : QList<SucceededChargeEvent>{};
 
-    auto cancellations = co_await client.fetchSubscriptionCancellations(since, token);
-    if (!self || token.isCancelled())
-        co_return cancelledText();
+    // A subscription payment appears both as the paid invoice and as its charge; only the
+    // invoice counts. The links come first, since they may take more requests and nothing of
+    // the engine is touched before the last answer is in.
+    const bool linksRefused = !payments.ok() && isScopeRefusal(payments.error());
+    QList<RawInvoicePayment> invoicePayments = payments.ok() ? payments.value() : QList<RawInvoicePayment>{};
+    QSet<QString> paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
+    if (!linksRefused && hasUnplacedCharges(standalone, paying)) {
+        // Without the links a current-shape charge cannot be told from a sale: the account
+        // fails and asks again from the same point next time.
+        if (!payments.ok())
+            co_return payments.error().description();
+        std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> lookups;
+        for (const QString &invoiceId : StripeClassifier::invoicesWithoutListedPayment(invoices.value(), invoicePayments))
+            lookups.push_back(client.fetchPaidInvoicePaymentsOf(invoiceId, token));
+        std::optional<StripeError> lookupFailure;
+        for (const auto &lookup : lookups) {
+            auto found = co_await lookup;
+            if (found.ok())
+                invoicePayments.append(found.value());
+            else if (!lookupFailure)
+                lookupFailure = found.error();
+        }
+        if (!self || token.isCancelled())
+            co_return cancelledText();
+        if (lookupFailure)
+            co_return lookupFailure->description();
+        if (!lookups.empty())
+            paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
+    }
+    // A key refused the invoice payments keeps the links the older object shape carries, and
+    // the account is flagged so the user learns why totals may be high.
+    if (linksRefused)
+        markMissingEventScope(account.id);
+    load.supersededEventIds = paying;
+
     if (cancellations.ok()) {
         load.loadedKinds << RevenueKind::Churn;
     } else if (isScopeRefusal(cancellations.error())) {
         markMissingEventScope(account.id);
     } else if (cancellations.error().kind() == StripeError::Kind::Http) {
         assign(m_lastError,
-               std::optional<QString>(u"[%1] churn fetch HTTP %2: %3"_s.arg(account.name)
-                                          .arg(cancellations.error().status())
-                                          .arg(cancellations.error().body().left(140))),
+               std::optional<QString>(u"[%1] churn fetch HTTP %2: %3"_s.arg(account.name,
+                                                                             QString::number(cancellations.error().status()),
+                                                                             cancellations.error().body().left(140))),
                &RevenueEngine::lastErrorChanged);
     } else {
         assign(m_lastError,
@@ -63,22 +127,12 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
                &RevenueEngine::lastErrorChanged);
     }
 
-    const Preferences prefs = m_preferences;
     for (const RawInvoice &invoice : invoices.value()) {
         PaymentEvent event = StripeClassifier::fromPaidInvoice(invoice, account);
         const bool keep = event.kind == RevenueKind::New ? prefs.showNewSubscriptions && prefs.showCaptured : prefs.showCaptured;
         if (keep)
             load.events.append(std::move(event));
     }
-
-    // A subscription payment appears both as the paid invoice and as its charge; only the
-    // invoice counts. Charges the objects themselves cannot place are asked about.
-    QSet<QString> paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value());
-    const QSet<QString> resolved = co_await resolveInvoiceLinks(client, standalone, paying, token);
-    if (!self || token.isCancelled())
-        co_return cancelledText();
-    paying.unite(resolved);
-    load.supersededEventIds = paying;
 
     if (prefs.showCaptured) {
         for (const SucceededChargeEvent &charge : standalone) {
@@ -91,71 +145,21 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
         for (const SubscriptionCancellation &c : cancellations.value())
             load.events.append(StripeClassifier::fromCancellation(c, account));
 
-    if (prefs.showFailed) {
-        auto failed = co_await client.fetchFailedPayments(since, token);
-        if (!self || token.isCancelled())
-            co_return cancelledText();
-        if (failed.ok()) {
-            load.loadedKinds << RevenueKind::Failed;
-            for (const FailedPaymentEvent &f : failed.value())
-                load.events.append(StripeClassifier::fromFailedPayment(f, account));
-        } else if (isScopeRefusal(failed.error())) {
-            markMissingEventScope(account.id);
-        }
+    if (failed && failed->ok()) {
+        load.loadedKinds << RevenueKind::Failed;
+        for (const FailedPaymentEvent &f : failed->value())
+            load.events.append(StripeClassifier::fromFailedPayment(f, account));
+    } else if (failed && isScopeRefusal(failed->error())) {
+        markMissingEventScope(account.id);
     }
-    if (prefs.showRefunds) {
-        auto refunds = co_await client.fetchRefunds(since, token);
-        if (!self || token.isCancelled())
-            co_return cancelledText();
-        if (refunds.ok()) {
-            load.loadedKinds << RevenueKind::Refund;
-            for (const RefundEvent &r : refunds.value())
-                load.events.append(StripeClassifier::fromRefund(r, account));
-        } else if (isScopeRefusal(refunds.error())) {
-            markMissingEventScope(account.id);
-        }
+    if (refunds && refunds->ok()) {
+        load.loadedKinds << RevenueKind::Refund;
+        for (const RefundEvent &r : refunds->value())
+            load.events.append(StripeClassifier::fromRefund(r, account));
+    } else if (refunds && isScopeRefusal(refunds->error())) {
+        markMissingEventScope(account.id);
     }
     co_return load;
-}
-
-QCoro::Task<QSet<QString>> RevenueEngine::resolveInvoiceLinks(StripeClient client, QList<SucceededChargeEvent> charges,
-                                                               QSet<QString> alreadyPaying, CancellationToken token)
-{
-    QPointer<RevenueEngine> self(this);
-    QSet<QString> paying;
-    QList<QString> toAsk; // payment intents
-    QHash<QString, QString> chargeByIntent;
-    for (const SucceededChargeEvent &event : charges) {
-        const RawCharge &c = event.charge;
-        // A charge of the older shape says itself whether it paid an invoice.
-        if (alreadyPaying.contains(c.id) || c.carriesInvoiceLink || !c.payment_intent || c.payment_intent->isEmpty()
-            || c.amount.value_or(0) <= 0)
-            continue;
-        if (auto known = m_invoiceLinks.constFind(*c.payment_intent); known != m_invoiceLinks.cend()) {
-            if (*known)
-                paying.insert(c.id);
-            continue;
-        }
-        chargeByIntent.insert(*c.payment_intent, c.id);
-        if (toAsk.size() < maxInvoiceLinkLookups)
-            toAsk.append(*c.payment_intent);
-    }
-    // At most a handful of extra requests per load, in parallel; what is left waits for the
-    // next cycle's window, whose overlap sees these charges again.
-    std::vector<QCoro::Task<Result<std::optional<QString>, StripeError>>> lookups;
-    for (const QString &intent : std::as_const(toAsk))
-        lookups.push_back(client.fetchInvoiceIdForPaymentIntent(intent, token));
-    for (std::size_t i = 0; i < lookups.size(); ++i) {
-        auto answer = co_await lookups[i];
-        if (!self || token.isCancelled())
-            co_return paying;
-        if (!answer.ok())
-            continue; // unknown: counted as a sale for now, asked again next time
-        m_invoiceLinks.insert(toAsk[i], answer.value());
-        if (answer.value())
-            paying.insert(chargeByIntent.value(toAsk[i]));
-    }
-    co_return paying;
 }
 
 void RevenueEngine::markMissingEventScope(const QUuid &accountId)

@@ -86,7 +86,8 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
 
 template<typename Page, typename Out, typename Keep>
 StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query query, int maxPages,
-                                                           CancellationToken token, Keep keep) const
+                                                           CancellationToken token, Keep keep,
+                                                           QByteArray apiVersionOverride) const
 {
     QList<Out> results;
     std::optional<QString> cursor;
@@ -96,7 +97,7 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
         Query pageQuery = query;
         if (cursor)
             pageQuery.append({u"starting_after"_s, *cursor});
-        auto body = co_await send("GET", path, pageQuery, token);
+        auto body = co_await send("GET", path, pageQuery, token, apiVersionOverride);
         if (!body)
             co_return body.error();
         auto page = StripeWire::decode<Page>(body.value());
@@ -228,29 +229,30 @@ StripeClient::Reply<bool> StripeClient::retryInvoice(QString invoiceId, Cancella
     co_return true;
 }
 
-StripeClient::Reply<std::optional<QString>> StripeClient::fetchInvoiceIdForPaymentIntent(QString paymentIntentId,
-                                                                                        CancellationToken token) const
+StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePayments(Date since,
+                                                                                   CancellationToken token) const
+{
+    const StripeClient self = *this;
+    const Query query{{u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}, {u"created[gte]"_s, unixSeconds(since)}};
+    // Invoice payments came with 2025-03-31.basil; ask in the version that defines them
+    // rather than the older one every other request pins.
+    co_return co_await self.collectPages<InvoicePaymentListResponse, RawInvoicePayment>(
+        u"/v1/invoice_payments"_s, query, 0, token,
+        [](const RawInvoicePayment &payment, QList<RawInvoicePayment> &out) { out.append(payment); }, "2025-03-31.basil");
+}
+
+StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePaymentsOf(QString invoiceId,
+                                                                                     CancellationToken token) const
 {
     const StripeClient self = *this;
     if (self.m_account.stripeRestrictedKey.isEmpty())
         co_return StripeError::missingKey();
-    if (!isPlainStripeId(paymentIntentId))
-        co_return StripeError::invalidRequest(u"Not a Stripe payment intent id: \"%1\""_s.arg(paymentIntentId.left(80)));
-    const Query query{{u"payment[type]"_s, u"payment_intent"_s},
-                      {u"payment[payment_intent]"_s, paymentIntentId},
-                      {u"limit"_s, u"1"_s}};
-    // Invoice payments came with 2025-03-31.basil; ask in the version that defines them
-    // rather than the older one every other request pins.
-    auto body = co_await self.send("GET", u"/v1/invoice_payments"_s, query, token, "2025-03-31.basil");
-    if (!body)
-        co_return body.error();
-    auto page = StripeWire::decode<InvoicePaymentListResponse>(body.value());
-    if (!page)
-        co_return page.error();
-    for (const RawInvoicePayment &payment : page->data)
-        if (payment.invoice && !payment.invoice->isEmpty())
-            co_return payment.invoice;
-    co_return std::optional<QString>();
+    if (!isPlainStripeId(invoiceId))
+        co_return StripeError::invalidRequest(u"Not a Stripe invoice id: \"%1\""_s.arg(invoiceId.left(80)));
+    const Query query{{u"invoice"_s, invoiceId}, {u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}};
+    co_return co_await self.collectPages<InvoicePaymentListResponse, RawInvoicePayment>(
+        u"/v1/invoice_payments"_s, query, 0, token,
+        [](const RawInvoicePayment &payment, QList<RawInvoicePayment> &out) { out.append(payment); }, "2025-03-31.basil");
 }
 
 std::optional<QString> StripeClient::parseHumanError(const QByteArray &body)

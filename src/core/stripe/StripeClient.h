@@ -72,7 +72,7 @@ public:
     Reply<QList<RefundEvent>> fetchRefunds(Date since, CancellationToken token = {}) const;
     // Charges that paid no invoice as far as the charge itself says: its `invoice` is absent
     // or empty. New-shape charges never carry `invoice`, so subscription payments among them
-    // still need linking (fetchInvoiceIdForPaymentIntent) before they count as sales.
+    // still need linking (fetchPaidInvoicePayments) before they count as sales.
     Reply<QList<SucceededChargeEvent>> fetchStandaloneCharges(Date since, CancellationToken token = {}) const;
     Reply<QList<SubscriptionCancellation>> fetchSubscriptionCancellations(Date since, CancellationToken token = {}) const;
     // Succeeded, paid charges in the window, at most 50 pages (5 000 charges).
@@ -85,13 +85,17 @@ public:
     // body parseHumanError words. Ids other than plain Stripe ids are refused unsent.
     Reply<bool> retryInvoice(QString invoiceId, CancellationToken token = {}) const;
 
-    // The invoice a payment intent paid, or none when it paid no invoice. A charge rendered
-    // in the 2025-03-31.basil shape or later has no `invoice` key, and the invoice of that
-    // shape no `charge` or `payment_intent`; Stripe's invoice-payment records are the link
-    // that remains, and one request per charge finds it. Without it a subscription payment
-    // would count twice: as the paid invoice and as a stand-alone sale.
-    Reply<std::optional<QString>> fetchInvoiceIdForPaymentIntent(QString paymentIntentId,
-                                                                 CancellationToken token = {}) const;
+    // Paid invoice payments created since `since`. A charge rendered in the 2025-03-31.basil
+    // shape or later has no `invoice` key, and the invoice of that shape no `charge` or
+    // `payment_intent`; Stripe's invoice payments are the link that remains, naming the
+    // payment intent (or, for a charge without one, the charge) that paid each invoice.
+    // Without it a subscription payment would count twice: as the paid invoice and as a sale.
+    // Restricted keys need the Invoices read permission for it.
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token = {}) const;
+    // The paid invoice payments of one invoice. Stripe records an invoice payment when the
+    // invoice is finalized, so a retried or sent invoice may be paid long after the record
+    // was made, earlier than any listing by creation reaches.
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token = {}) const;
 
     // A short sentence for a Stripe error body, or none when it says nothing usable.
     static std::optional<QString> parseHumanError(const QByteArray &body);
@@ -104,7 +108,8 @@ private:
     Reply<QByteArray> send(QByteArray verb, QString path, Query query, CancellationToken token,
                            QByteArray apiVersionOverride = {}) const;
     template<typename Page, typename Out, typename Keep>
-    Reply<QList<Out>> collectPages(QString path, Query query, int maxPages, CancellationToken token, Keep keep) const;
+    Reply<QList<Out>> collectPages(QString path, Query query, int maxPages, CancellationToken token, Keep keep,
+                                   QByteArray apiVersionOverride = {}) const;
     template<typename Event, typename Out, typename Make>
     Reply<QList<Out>> collectEvents(QString type, Date since, CancellationToken token, Make make) const;
 

@@ -52,6 +52,17 @@ public:
 
     bool isCancelled() const { return m_state->isCancelled(); }
     void cancel() const { m_state->cancel(); }
+    // A token of its own that is also cancelled with this one: lets a task stop the work it
+    // started without cancelling whoever it works for.
+    CancellationToken linked() const
+    {
+        CancellationToken child;
+        if (isCancelled())
+            child.cancel();
+        else
+            QObject::connect(m_state.get(), &CancellationState::cancelled, child.state(), &CancellationState::cancel);
+        return child;
+    }
     CancellationState *state() const { return m_state.get(); }
 
 private:

@@ -18,7 +18,7 @@ struct StripeScript
 {
     QHash<QByteArray, QHash<QString, QJsonArray>> eventsByKeyAndType; // "Basic ..." → type → events
     QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
-    QHash<QString, QString> invoiceByIntent;
+    QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
 
     static QByteArray authFor(const QString &key) { return "Basic " + (key + u':').toUtf8().toBase64(); }
 
@@ -37,18 +37,14 @@ struct StripeScript
         });
         // Asked by the icon cache; an account without a web site gets no icon.
         server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, R"({"id":"acct_1"})"); });
-        server.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &r) {
-            QString intent;
-            for (const auto &[k, v] : r.queryItems())
-                if (k == u"payment[payment_intent]"_s)
-                    intent = v;
+        server.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &) {
             QJsonArray data;
-            if (invoiceByIntent.contains(intent))
-                data.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + intent.mid(3))},
-                                        {"object"_L1, "invoice_payment"_L1},
-                                        {"invoice"_L1, invoiceByIntent.value(intent)},
-                                        {"status"_L1, "paid"_L1},
-                                        {"payment"_L1, QJsonObject{{"type"_L1, "payment_intent"_L1}, {"payment_intent"_L1, intent}}}});
+            for (auto it = invoiceByPayment.cbegin(); it != invoiceByPayment.cend(); ++it) {
+                const QString type = it.key().startsWith(u"pi_"_s) ? u"payment_intent"_s : u"charge"_s;
+                data.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + it.key())}, {"object"_L1, "invoice_payment"_L1},
+                                        {"invoice"_L1, it.value()}, {"status"_L1, "paid"_L1},
+                                        {"payment"_L1, QJsonObject{{"type"_L1, type}, {type, it.key()}}}});
+            }
             return FakeResponse::json(200, page(data, false, u"/v1/invoice_payments"_s));
         });
     }
@@ -151,7 +147,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
              StripeBodies::event(u"evt_2"_s, u"charge.succeeded"_s, 1'795'159'990,
                    charge({.id = u"ch_legacy"_s, .invoice = u"in_legacy"_s, .paymentIntent = u"pi_legacy"_s}, Shape::Legacy),
                    Shape::Legacy));
-    // Current shape: a renewal and its charge, linked by nothing but customer, amount and time.
+    // Current shape: a renewal and its charge, linked only by Stripe's invoice payments.
     addEvent(main, u"invoice.payment_succeeded"_s,
              StripeBodies::event(u"evt_3"_s, u"invoice.payment_succeeded"_s, 1'795'200'010,
                    invoice({.id = u"in_current"_s, .amountPaid = 4900, .currency = u"eur"_s, .created = 1'795'199'000,
@@ -194,6 +190,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                    invoice({.id = u"in_failed"_s, .amountPaid = 0, .created = 1'795'240'000, .amountDue = 1500},
                            Shape::Current),
                    Shape::Current));
+    script.invoiceByPayment.insert(u"pi_current"_s, u"in_current"_s);
     script.failingKeys.insert(StripeScript::authFor(broken.stripeRestrictedKey), 401);
 
     ASSERT_TRUE(storage().saveAccounts({main, broken, pp}));
@@ -259,8 +256,12 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_FALSE(synced.contains(broken.id)) << "a failed account asks again from the same point";
     EXPECT_EQ(storage().loadFeed(), e.feed());
 
-    // The one-off sale cost one lookup; the matched renewal none.
-    EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), 1);
+    // Each Stripe load lists invoice payments once, from an hour before its window.
+    const QByteArray paymentsSince = "created%5Bgte%5D="
+        + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated() - 3600);
+    EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), 2);
+    for (const RecordedRequest &r : stripe.requestsTo("/v1/invoice_payments"))
+        EXPECT_TRUE(r.rawQuery.endsWith(paymentsSince)) << r.rawQuery.toStdString();
 
     // Second cycle a minute later: windows start 300 s before the last sync.
     stripe.clearRecords();
@@ -275,14 +276,13 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
             sawIncremental = true;
         }
     EXPECT_TRUE(sawIncremental);
-    EXPECT_TRUE(stripe.requestsTo("/v1/invoice_payments").isEmpty()) << "links are remembered";
     EXPECT_EQ(byId(e.feed()).keys(), events.keys());
 }
 
 TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoice)
 {
-    // First cycle: Stripe has reported the current-shape charge but not yet its invoice, and
-    // its invoice-payment link is not there yet either: it looks like a sale.
+    // First cycle: Stripe has reported the current-shape charge but not yet its invoice, nor
+    // marked its invoice payment paid: it looks like a sale.
     addEvent(main, u"charge.succeeded"_s,
              StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'795'262'000,
                    charge({.id = u"ch_race"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_r"_s,
@@ -294,7 +294,8 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
     QCoro::waitFor(e.refresh());
     ASSERT_EQ(byId(e.feed()).keys(), QStringList{u"ch_race"_s});
 
-    // Next cycle: the invoice event is there too.
+    // Next cycle: the invoice and its paid invoice payment are there too.
+    script.invoiceByPayment.insert(u"pi_race"_s, u"in_race"_s);
     addEvent(main, u"invoice.payment_succeeded"_s,
              StripeBodies::event(u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'795'262'008,
                    invoice({.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s},

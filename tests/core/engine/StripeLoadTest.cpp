@@ -11,7 +11,8 @@ class StripeLoadTest : public EngineFixture
 {
 protected:
     FakeHttpServer stripe;
-    Account acct = stripeAccount(u"Main"_s);
+    // Placeholders in the name must reach the texts untouched.
+    Account acct = stripeAccount(u"Acme %1 & %3 Co"_s);
     QHash<QString, FakeResponse> byType; // event type → answer; missing types get an empty page
 
     void SetUp() override
@@ -107,9 +108,9 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
          FakeResponse::json(403, error(u"invalid_request_error"_s, {}, u"The provided key does not have the required permissions"_s)),
          false, true, {}, RevenueKind::Churn},
         {"cancellations failing otherwise", u"customer.subscription.deleted"_s, FakeResponse::json(500, longBody), false, false,
-         u"[Main] churn fetch HTTP 500: "_s + QString(140, u'x'), RevenueKind::Churn},
+         u"[Acme %1 & %3 Co] churn fetch HTTP 500: "_s + QString(140, u'x'), RevenueKind::Churn},
         {"cancellations dropped", u"customer.subscription.deleted"_s, FakeResponse::drop(), false, false,
-         u"[Main] churn fetch: "_s, RevenueKind::Churn},
+         u"[Acme %1 & %3 Co] churn fetch: "_s, RevenueKind::Churn},
         {"failed payments without scope", u"invoice.payment_failed"_s, FakeResponse::json(401, "{}"), false, true, {},
          RevenueKind::Failed},
         {"failed payments failing otherwise", u"invoice.payment_failed"_s, FakeResponse::json(502, "{}"), false, false, {},
@@ -155,4 +156,91 @@ TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
     QCoro::waitFor(e.refresh());
     ASSERT_EQ(e.feed().size(), 2);
     EXPECT_DOUBLE_EQ(e.totals(TimeRange::Mtd).recurringMRR, 5000 * 0.0064 + 50 * 1.08);
+}
+
+TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
+{
+    const auto paid = [](const QString &id, const ChargeFields &byCharge) {
+        return StripeBodies::event(u"evt_"_s + id, u"invoice.payment_succeeded"_s, byCharge.created + 5,
+                                   invoice({.id = id, .amountPaid = byCharge.amount, .created = byCharge.created,
+                                            .customer = byCharge.customer},
+                                           Shape::Current),
+                                   Shape::Current);
+    };
+    const auto inpay = [](const QString &invoiceId, const QString &type, const QString &paidBy) {
+        return QJsonObject{{"id"_L1, QString(u"inpay_"_s + paidBy)}, {"invoice"_L1, invoiceId}, {"status"_L1, "paid"_L1},
+                           {"payment"_L1, QJsonObject{{"type"_L1, type}, {type, paidBy}}}};
+    };
+    // How Stripe names what paid an invoice: the payment intent, the charge (no intent), or the
+    // intent on a record older than the listing reaches, found by asking for the invoice.
+    enum Link { Intent, Charge, Late };
+    struct Row
+    {
+        const char *name;
+        QList<ChargeFields> charges;
+        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
+        QList<Link> links;              // per paying charge
+        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
+        QStringList sales;
+        qsizetype requests = 1;         // to /v1/invoice_payments
+        bool scopeMissing = false;
+        bool loadFails = false;
+    };
+    const ChargeFields invoiced{.id = u"ch_inv"_s, .amount = 4900, .created = 1'773'140'000, .customer = u"cus_a"_s,
+                                .paymentIntent = u"pi_inv"_s};
+    ChargeFields upsell = invoiced;
+    upsell.id = u"ch_seat"_s, upsell.paymentIntent = u"pi_seat"_s, upsell.created += 120;
+    ChargeFields withoutIntent = invoiced;
+    withoutIntent.id = u"ch_nopi"_s, withoutIntent.paymentIntent.clear();
+    QList<ChargeFields> twelve;
+    for (int i = 0; i < 12; ++i)
+        twelve.append({.id = u"ch_%1"_s.arg(i), .amount = 1000 + i, .created = 1'773'140'000 + i, .paymentIntent = u"pi_%1"_s.arg(i)});
+    const FakeResponse ok = FakeResponse::json(200, {});
+    const Row rows[] = {
+        {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}},
+        {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
+        {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},
+        {"an invoice paid long after its payment was recorded", {invoiced, upsell}, {0}, {Late}, ok, {u"ch_seat"_s}, 2},
+        {"listing refused: the charge counts and the key is flagged", {invoiced}, {0}, {Intent},
+         FakeResponse::json(403, "{}"), {u"ch_inv"_s}, 1, true},
+        {"listing failing otherwise fails the load", {invoiced}, {0}, {Intent}, FakeResponse::json(500, "oops"), {}, 1, false, true},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        byType.clear();
+        stripe.clearRecords();
+        QJsonArray invoices, charges, payments, late;
+        for (const ChargeFields &c : row.charges)
+            charges.append(StripeBodies::event(u"evt_"_s + c.id, u"charge.succeeded"_s, c.created, charge(c, Shape::Current),
+                                               Shape::Current));
+        for (qsizetype i = 0; i < row.payingCharges.size(); ++i) {
+            const ChargeFields &c = row.charges[row.payingCharges[i]];
+            const QString invoiceId = u"in_"_s + c.id.mid(3);
+            invoices.append(paid(invoiceId, c));
+            (row.links[i] == Late ? late : payments)
+                .append(row.links[i] == Charge ? inpay(invoiceId, u"charge"_s, c.id)
+                                               : inpay(invoiceId, u"payment_intent"_s, c.paymentIntent));
+        }
+        byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page(invoices, false)));
+        byType.insert(u"charge.succeeded"_s, FakeResponse::json(200, page(charges, false)));
+        const FakeResponse listing = row.paymentsAnswer.status == 200 ? FakeResponse::json(200, page(payments, false))
+                                                                      : row.paymentsAnswer;
+        stripe.setHandler("GET", "/v1/invoice_payments", [&](const RecordedRequest &r) {
+            return r.rawQuery.startsWith("invoice=") ? FakeResponse::json(200, page(late, false)) : listing;
+        });
+
+        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
+        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), row.requests);
+        ASSERT_EQ(!load.ok(), row.loadFails);
+        if (row.loadFails)
+            continue;
+        QStringList sales;
+        for (const PaymentEvent &event : load.value().events)
+            if (event.id.startsWith(u"ch_"_s))
+                sales.append(event.id);
+        EXPECT_EQ(sales, row.sales);
+        EXPECT_EQ(load.value().events.size() - sales.size(), row.payingCharges.size()) << "every invoice counts";
+        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+    }
 }

@@ -280,30 +280,17 @@ TEST_F(StripeClientTest, AFailedPageFailsTheWholeQuery)
     EXPECT_EQ(server.requests().size(), 2);
 }
 
-TEST_F(StripeClientTest, PaymentIntentLeadsToTheInvoiceItPaid)
+TEST_F(StripeClientTest, InvoicePaymentsNameWhatPaidEachInvoice)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray body;
-        std::optional<QString> invoice;
-    };
-    const Row rows[] = {
-        {"paid invoice",
-         R"({"object":"list","has_more":false,"url":"/v1/invoice_payments","data":[{"id":"inpay_1","object":"invoice_payment",
-             "amount_paid":2000,"amount_requested":2000,"currency":"usd","invoice":"in_1SQaPaB7WZ01zgkW5pWc8Xq1","is_default":true,
-             "livemode":false,"payment":{"type":"payment_intent","payment_intent":"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"},"status":"paid",
-             "status_transitions":{"canceled_at":null,"paid_at":1795123650}}]})",
-         u"in_1SQaPaB7WZ01zgkW5pWc8Xq1"_s},
-        {"expanded invoice", R"({"has_more":false,"data":[{"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"payment_intent"}}]})",
-         u"in_2"_s},
-        {"no invoice", R"({"object":"list","has_more":false,"data":[]})", std::nullopt},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        server.setHandler("GET", "/v1/invoice_payments", [&row](const RecordedRequest &) { return FakeResponse::json(200, row.body); });
-        const auto result = run(client().fetchInvoiceIdForPaymentIntent(u"pi_3SQaPbB7WZ01zgkW0aQ1Hh3k"_s));
-        ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
-        EXPECT_EQ(result.value(), row.invoice);
-    }
+    server.setHandler("GET", "/v1/invoice_payments", [](const RecordedRequest &) {
+        return FakeResponse::json(200, R"({"object":"list","has_more":false,"url":"/v1/invoice_payments","data":[
+            {"id":"inpay_1","object":"invoice_payment","amount_paid":2000,"currency":"usd","invoice":"in_1","is_default":true,
+             "payment":{"type":"payment_intent","payment_intent":"pi_1"},"status":"paid"},
+            {"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"charge","charge":{"id":"ch_2"}},"status":"paid"}]})");
+    });
+    const auto result = run(client().fetchPaidInvoicePayments(Date::fromUnix(1'700'000'000)));
+    ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+    ASSERT_EQ(result.value().size(), 2);
+    EXPECT_EQ(result.value()[0], (RawInvoicePayment{u"inpay_1"_s, u"in_1"_s, u"paid"_s, u"pi_1"_s, std::nullopt}));
+    EXPECT_EQ(result.value()[1], (RawInvoicePayment{u"inpay_2"_s, u"in_2"_s, u"paid"_s, std::nullopt, u"ch_2"_s}));
 }
