@@ -172,7 +172,7 @@ void BM_ClassifyMergeRebuild(benchmark::State &state)
 BENCHMARK(BM_ClassifyMergeRebuild)->Unit(benchmark::kMillisecond);
 
 // A first refresh of one account whose five event queries hold 10 000 events in all, served
-// page by page from a loopback server.
+// page by page from a loopback server, with the invoice payments of its 2 000 invoices.
 void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
 {
     using namespace StripeBodies;
@@ -202,9 +202,16 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
                   charge({.id = QStringLiteral("ch_r%1").arg(i), .amountRefunded = 500, .created = t, .invoice = QString()},
                          Shape::Legacy),
                   Shape::Legacy));
+        const QString intent = QStringLiteral("pi_i%1").arg(i);
+        byType[QStringLiteral("invoice_payments")].append(QJsonObject{
+            {QStringLiteral("id"), QStringLiteral("inpay_%1").arg(i)},
+            {QStringLiteral("invoice"), QStringLiteral("in_%1").arg(i)},
+            {QStringLiteral("status"), QStringLiteral("paid")},
+            {QStringLiteral("payment"),
+             QJsonObject{{QStringLiteral("type"), QStringLiteral("payment_intent")}, {QStringLiteral("payment_intent"), intent}}}});
     }
-    server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
-        QString type, after;
+    const auto serve = [&](const RecordedRequest &r) {
+        QString type = r.path == "/v1/invoice_payments" ? QStringLiteral("invoice_payments") : QString(), after;
         for (const auto &[k, v] : r.queryItems()) {
             if (k == QStringLiteral("type"))
                 type = v;
@@ -222,7 +229,9 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
         for (qsizetype i = start; i < std::min(all.size(), start + 100); ++i)
             data.append(all[i]);
         return FakeResponse::json(200, page(data, start + 100 < all.size()));
-    });
+    };
+    server.setHandler("GET", "/v1/events", serve);
+    server.setHandler("GET", "/v1/invoice_payments", serve);
 
     for (auto _ : state) {
         QTemporaryDir dir;
