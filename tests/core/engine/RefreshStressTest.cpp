@@ -38,6 +38,8 @@ protected:
         const QString tag = QString::number(pick(6));
         if (r.path == "/v1/oauth2/token")
             return R"({"access_token":"A21","token_type":"Bearer","expires_in":32400})";
+        if (r.path == "/v1/account") // a web site, so the icon cache goes on to fetch an icon
+            return R"({"id":"acct_1","business_profile":{"url":"https://example.com"}})";
         if (r.path == "/v1/reporting/transactions")
             return R"({"transaction_details":[],"page":1,"total_items":0,"total_pages":1})";
         if (r.path == "/v1/invoice_payments")
@@ -80,6 +82,9 @@ TEST_F(RefreshStress, RandomInterleavingsApplyOneResultPerCycleAndKeepTheFeedFil
     ASSERT_TRUE(storage().saveAccounts(pool));
     EngineEnvironment env = environment(true);
     env.endpoints.stripeApi = env.endpoints.paypalLive = env.endpoints.paypalSandbox = server.baseUrl();
+    env.endpoints.icons.duckDuckGo = env.endpoints.icons.google = server.baseUrl();
+    env.endpoints.icons.siteOverride = server.baseUrl();
+    env.endpoints.icons.allowPlainHttp = true;
 
     int appliedThisCycle = 0, applied = 0, cycles = 0;
     const auto startEngine = [&] {
