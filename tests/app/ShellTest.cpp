@@ -265,6 +265,7 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
     options.locale = locale;
     options.autostartConfigHome = dir.filePath(u"config"_s);
     options.createTray = false;
+    options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
     g_warnings.clear();
     const QtMessageHandler previous = qInstallMessageHandler(collectWarnings);
     {
@@ -278,6 +279,10 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
             QCoreApplication::processEvents();
             EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
         }
+        app.accounts()->addAccount(u"stripe"_s);
+        app.accounts()->editor()->setStripeRestrictedKey(u"rk_test_saved"_s);
+        app.accounts()->editor()->save();
+        EXPECT_EQ(app.navigation()->paneName(), u"dashboard"); // Save returns to the dashboard
         app.accounts()->addAccount(u"stripe"_s);
         QCoreApplication::processEvents();
         app.navigation()->showDrillDown(u"new"_s);
