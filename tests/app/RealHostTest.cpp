@@ -243,4 +243,9 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     const QString farX = icon.center().x() < 640 ? u"1200"_s : u"80"_s; // away from the panel
     runTool(env, u"xdotool"_s, {u"mousemove"_s, farX, u"780"_s, u"click"_s, u"1"_s});
     EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 5000)) << "a click outside left the panel open";
+
+    // A middle click is the host's SecondaryActivate: it opens the panel directly.
+    runTool(env, u"xdotool"_s,
+            {u"mousemove"_s, QString::number(icon.center().x()), QString::number(icon.center().y()), u"click"_s, u"2"_s});
+    EXPECT_TRUE(waitUntil(panelShown, 5000)) << "a middle click did not open the panel";
 }

@@ -3,6 +3,7 @@
 #include "platform/DBusMenuExporter.h"
 
 #include <QCoreApplication>
+#include <QCursor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -181,13 +182,20 @@ StatusNotifierItemAdaptor::StatusNotifierItemAdaptor(StatusNotifierItem *item)
 
 void StatusNotifierItemAdaptor::Activate(int x, int y)
 {
-    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+    // Hosts report only a point; the bar around it tells which way the panel should open.
+    Q_EMIT m_item->activated(Platform::barUnder(QPoint(x, y)), QPoint(x, y));
 }
 
 void StatusNotifierItemAdaptor::SecondaryActivate(int x, int y)
 {
     // A middle click opens the panel too: some hosts keep the left click for the menu.
-    Q_EMIT m_item->activated(QRect(), QPoint(x, y));
+    Activate(x, y);
+}
+
+void StatusNotifierItemAdaptor::XAyatanaSecondaryActivate(uint)
+{
+    const QPoint pointer = QCursor::pos();
+    Activate(pointer.x(), pointer.y());
 }
 
 void StatusNotifierItemAdaptor::ContextMenu(int x, int y)

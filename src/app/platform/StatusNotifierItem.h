@@ -133,6 +133,8 @@ public:
 public Q_SLOTS:
     void Activate(int x, int y);
     void SecondaryActivate(int x, int y);
+    // The AppIndicator hosts' middle click, which carries a timestamp instead of a point.
+    void XAyatanaSecondaryActivate(uint timestamp);
     void ContextMenu(int x, int y);
     void Scroll(int delta, const QString &orientation);
 
