@@ -17,7 +17,10 @@ int main(int argc, char **argv)
     qml_register_types_Quorvane();
     installApplicationFont();
 
-    QuorvaneApp quorvane(AppOptions{});
+    AppOptions options;
+    // `make run` on a machine without keys: QUORVANE_DEMO=1, or --demo.
+    options.demo = app.arguments().contains(QStringLiteral("--demo")) || qEnvironmentVariable("QUORVANE_DEMO") == u"1";
+    QuorvaneApp quorvane(options);
     if (!quorvane.start())
         return 1;
     return app.exec();

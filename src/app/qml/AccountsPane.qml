@@ -38,6 +38,7 @@ ColumnLayout {
                     y: addButton.height
                     MenuItem { text: "Add Stripe account"; font.family: Appearance.fontFamily; onTriggered: pane.accounts.addAccount("stripe") }
                     MenuItem { text: "Add PayPal account"; font.family: Appearance.fontFamily; onTriggered: pane.accounts.addAccount("paypal") }
+                    MenuItem { text: "Add demo business"; font.family: Appearance.fontFamily; onTriggered: pane.accounts.addAccount("demo") }
                 }
             }
         }
@@ -70,6 +71,7 @@ ColumnLayout {
                 required property bool needsEventsScope
                 required property bool accountEnabled
                 required property string iconSource
+                required property bool isDemo
                 Layout.fillWidth: true
                 spacing: 8
 
@@ -83,7 +85,7 @@ ColumnLayout {
                         anchors.centerIn: parent
                         name: accountRow.providerSymbol
                         size: 16
-                        color: accountRow.provider === "Stripe" ? Appearance.stripePurple : Appearance.paypalBlue
+                        color: accountRow.isDemo ? Appearance.newColor : accountRow.provider === "Stripe" ? Appearance.stripePurple : Appearance.paypalBlue
                     }
                     Image {
                         id: accountIcon
@@ -113,7 +115,12 @@ ColumnLayout {
                     checked: accountRow.accountEnabled
                     onToggled: v => pane.accounts.setEnabled(accountRow.index, v)
                 }
-                IconButton { symbol: "pencil"; symbolSize: 12; onClicked: pane.accounts.edit(accountRow.index) }
+                IconButton {
+                    visible: !accountRow.isDemo
+                    symbol: "pencil"
+                    symbolSize: 12
+                    onClicked: pane.accounts.edit(accountRow.index)
+                }
                 IconButton { symbol: "trash"; symbolSize: 12; onClicked: pane.accounts.remove(accountRow.index) }
             }
         }

@@ -162,11 +162,18 @@ ColumnLayout {
             size: 12
             color: Appearance.secondary
         }
-        PushButton {
+        RowLayout {
             Layout.alignment: Qt.AlignHCenter
-            text: "Open Settings"
-            prominent: true
-            onClicked: pane.navigation.showSettings("accounts")
+            spacing: 8
+            PushButton {
+                text: "Open Settings"
+                prominent: true
+                onClicked: pane.navigation.showSettings("accounts")
+            }
+            PushButton {
+                text: "Try the demo"
+                onClicked: pane.dashboard.tryDemo()
+            }
         }
     }
 

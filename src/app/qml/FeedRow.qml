@@ -27,6 +27,7 @@ Item {
     required property string linkLabel
     required property url linkUrl
     required property bool hairline
+    required property bool isDemo
     required property FeedModel feed
     signal openLink(url link)
 
@@ -120,6 +121,7 @@ Item {
                         spacing: 4
                         Symbol { name: "calendar"; size: 9; color: Appearance.secondary }
                         UiText { text: row.dateLabel; size: 11; color: Appearance.secondary }
+                        UiText { visible: row.isDemo; text: "· Demo"; size: 11; color: Appearance.tertiary }
                     }
                 }
 

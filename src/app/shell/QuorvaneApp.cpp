@@ -70,7 +70,8 @@ bool QuorvaneApp::start()
         connect(m_tray.get(), &TrayItem::refreshRequested, m_engine.get(), &RevenueEngine::triggerRefresh);
         connect(m_tray.get(), &TrayItem::quitRequested, this, &QuorvaneApp::quit);
         for (auto signal : {&RevenueEngine::menubarLabelChanged, &RevenueEngine::lastRefreshedChanged,
-                            &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged})
+                            &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
+                            &RevenueEngine::accountsChanged})
             connect(m_engine.get(), signal, this, &QuorvaneApp::updateTray);
         updateTray();
         m_tray->show();
@@ -92,6 +93,15 @@ bool QuorvaneApp::start()
         const QRect area = screen ? screen->availableGeometry() : QRect();
         togglePanel(QRect(), QPoint(area.right(), area.top()));
     }
+    if (m_options.demo) {
+        m_engine->addDemoAccount();
+        // Straight into it: the panel opens at the top right, where most trays are.
+        if (!m_window->isVisible()) {
+            QScreen *screen = QGuiApplication::primaryScreen();
+            const QRect area = screen ? screen->availableGeometry() : QRect();
+            togglePanel(QRect(), QPoint(area.right(), area.top()));
+        }
+    }
     return true;
 }
 
@@ -101,7 +111,9 @@ void QuorvaneApp::updateTray()
         return;
     const TrayPresentation shown = trayPresentation();
     m_tray->setLabel(shown.label);
-    m_tray->setToolTip(shown.toolTipTitle, {});
+    const QList<Account> &accounts = m_engine->accounts();
+    const bool demo = std::any_of(accounts.begin(), accounts.end(), [](const Account &a) { return a.enabled && a.isDemo(); });
+    m_tray->setToolTip(demo ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
 }
 
 QImage QuorvaneApp::trayIcon() const

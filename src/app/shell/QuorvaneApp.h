@@ -26,6 +26,7 @@ struct AppOptions
     QLocale locale;
     QString autostartConfigHome; // empty: the user's real configuration folder
     bool createTray = true;
+    bool demo = false; // start with the demo business, adding it when there is none
 };
 
 // The application entry: owns the engine and the update checker for the life of the

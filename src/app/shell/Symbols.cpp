@@ -53,6 +53,7 @@ constexpr Entry table[] = {
     {"arrow.uturn.left", "undo-2"},
     {"arrow.up.circle.fill", "circle-arrow-up"},
     {"arrow.up.circle", "circle-arrow-up"},
+    {"sparkles", "sparkles"},
 };
 
 } // namespace

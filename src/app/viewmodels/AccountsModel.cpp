@@ -57,8 +57,9 @@ QVariant AccountsModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case NameRole: return a.name.isEmpty() ? u"(unnamed)"_s : a.name;
-    case ProviderRole: return stripe ? u"Stripe"_s : u"PayPal"_s;
-    case ProviderSymbolRole: return stripe ? u"creditcard.fill"_s : u"p.circle.fill"_s;
+    case ProviderRole: return a.isDemo() ? u"Demo · made-up data, no network"_s : stripe ? u"Stripe"_s : u"PayPal"_s;
+    case ProviderSymbolRole: return a.isDemo() ? u"sparkles"_s : stripe ? u"creditcard.fill"_s : u"p.circle.fill"_s;
+    case IsDemoRole: return a.isDemo();
     case NeedsEventsScopeRole: return m_engine->missingEventScopeAccounts().contains(a.id);
     case EnabledRole: return a.enabled;
     case IconSourceRole: return iconSource(m_engine->storage(), a.id);
@@ -73,7 +74,8 @@ QHash<int, QByteArray> AccountsModel::roleNames() const
             {ProviderSymbolRole, "providerSymbol"},
             {NeedsEventsScopeRole, "needsEventsScope"},
             {EnabledRole, "accountEnabled"},
-            {IconSourceRole, "iconSource"}};
+            {IconSourceRole, "iconSource"},
+            {IsDemoRole, "isDemo"}};
 }
 
 bool AccountsModel::isEmpty() const
@@ -99,13 +101,16 @@ void AccountsModel::openEditor(const Account &account)
 
 void AccountsModel::addAccount(const QString &provider)
 {
-    if (const auto p = fromRaw<AccountProvider>(provider))
+    if (const auto p = fromRaw<AccountProvider>(provider); p == AccountProvider::Demo)
+        m_engine->addDemoAccount();
+    else if (p)
         openEditor(Account::newAccount(*p));
 }
 
 void AccountsModel::edit(int row)
 {
-    if (row >= 0 && row < m_accounts.size())
+    // The demo has nothing to edit: no credentials, and its name tells what it is.
+    if (row >= 0 && row < m_accounts.size() && !m_accounts.at(row).isDemo())
         openEditor(m_accounts.at(row));
 }
 

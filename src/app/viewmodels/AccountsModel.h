@@ -20,7 +20,7 @@ class AccountsModel : public QAbstractListModel
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY countChanged)
 
 public:
-    enum Role { NameRole = Qt::UserRole + 1, ProviderRole, ProviderSymbolRole, NeedsEventsScopeRole, EnabledRole, IconSourceRole };
+    enum Role { NameRole = Qt::UserRole + 1, ProviderRole, ProviderSymbolRole, NeedsEventsScopeRole, EnabledRole, IconSourceRole, IsDemoRole };
 
     // The editor's fallback title for `account` given the stored list.
     static QString nextAccountNumberTitle(const Account &account, const QList<Account> &accounts);

@@ -220,6 +220,11 @@ bool DashboardModel::isFillingHistory() const
     return m_engine->isLoadingHistoricalGap();
 }
 
+void DashboardModel::tryDemo()
+{
+    m_engine->addDemoAccount();
+}
+
 bool DashboardModel::hasAccounts() const
 {
     return !m_engine->accounts().isEmpty();

@@ -112,6 +112,8 @@ public:
 
     Q_INVOKABLE void togglePrivacy();
     Q_INVOKABLE void refresh();
+    // Adds the built-in demo business and loads it.
+    Q_INVOKABLE void tryDemo();
     Q_INVOKABLE void cancelRefresh();
     void selectRange(TimeRange range);
     void setCustomRange(QDate start, QDate end);

@@ -131,6 +131,11 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
     }
     case CopiedRole: return event.customerEmail && m_copiedEmail == event.customerEmail;
     case AccountNameRole: return event.accountName;
+    case IsDemoRole: {
+        const QList<Account> &accounts = m_engine->accounts();
+        return std::any_of(accounts.begin(), accounts.end(),
+                           [&](const Account &a) { return a.id == event.accountId && a.isDemo(); });
+    }
     case LinkLabelRole: return event.dashboardURL ? Formatting::linkLabel(*event.dashboardURL) : QString();
     case LinkUrlRole: return event.dashboardURL ? *event.dashboardURL : QUrl();
     case HairlineRole: {
@@ -152,7 +157,7 @@ QHash<int, QByteArray> FeedModel::roleNames() const
         {BadgeColorRole, "badgeColor"},     {BadgeSymbolRole, "badgeSymbol"},   {ExpandedRole, "expanded"},
         {HasEmailRole, "hasEmail"},         {EmailTextRole, "emailText"},       {CopiedRole, "copied"},
         {AccountNameRole, "accountName"},   {LinkLabelRole, "linkLabel"},       {LinkUrlRole, "linkUrl"},
-        {HairlineRole, "hairline"},
+        {HairlineRole, "hairline"},         {IsDemoRole, "isDemo"},
     };
 }
 

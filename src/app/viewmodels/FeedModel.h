@@ -43,6 +43,7 @@ public:
         LinkLabelRole,
         LinkUrlRole,
         HairlineRole,
+        IsDemoRole,
     };
 
     static constexpr int copiedResetMs = 1600;

@@ -114,6 +114,8 @@ public:
     // Accounts.
     void upsertAccount(const Account &account);
     void removeAccount(const Account &account);
+    // Adds the built-in demo business unless an account of it exists, and refreshes.
+    void addDemoAccount();
 
     // Refresh control.
     void startAutoRefresh();

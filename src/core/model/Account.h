@@ -27,6 +27,17 @@ struct Account
         return a;
     }
 
+    // The built-in demo business: no credentials, no network.
+    static Account newDemoAccount()
+    {
+        Account a = newAccount(AccountProvider::Demo);
+        a.name = QStringLiteral("Demo business");
+        return a;
+    }
+    bool isDemo() const { return provider == AccountProvider::Demo; }
+    // Whether the account's activity comes as Stripe records (real Stripe or the demo).
+    bool hasStripeRecords() const { return provider != AccountProvider::PayPal; }
+
     // Accounts hold no dates; the form is accepted so every record decodes alike.
     static Account decode(JsonReader &reader, DateForm form = DateForm::Iso8601);
     friend bool operator==(const Account &, const Account &) = default;
