@@ -18,7 +18,7 @@ QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Accoun
                                           CancellationToken token, CycleLoads *loads)
 {
     LoadResult result = StripeLoad{};
-    if (engine && account.provider == AccountProvider::Stripe) {
+    if (engine && account.hasStripeRecords()) {
         result = co_await engine->loadFromStripe(account, since, token);
     } else if (engine) {
         auto events = co_await engine->loadFromPayPal(account, since, token);

@@ -22,6 +22,8 @@
 #include <memory>
 
 class IconCache;
+class StripeSource;
+struct DemoRetryBook;
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
 // a virtual clock, a fixed time zone and loopback provider endpoints.
@@ -213,6 +215,8 @@ private:
     QString accountName(const QUuid &id) const;
     void markMissingEventScope(const QUuid &accountId);
     void startIconCaching(const Account &account);
+    // Where an account's Stripe records come from: the REST API, or the demo business.
+    std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;
     std::unique_ptr<IconCache> makeIconCache();
 
     EngineEnvironment m_env;
@@ -256,6 +260,8 @@ private:
     std::optional<CancellationToken> m_runningCycle;
     quint64 m_cycleGeneration = 0;
     QString m_menubarLabel;
+    // Invoices paid by hand on demo accounts, kept for the life of the engine.
+    mutable std::shared_ptr<DemoRetryBook> m_demoRetries; // made on first use
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

@@ -5,7 +5,7 @@
 #include "engine/StripeClassifier.h"
 #include "icons/IconCache.h"
 #include "paypal/PayPalClient.h"
-#include "stripe/StripeClient.h"
+#include "stripe/StripeSource.h"
 
 #include <QPointer>
 
@@ -38,23 +38,23 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
 {
     QPointer<RevenueEngine> self(this);
     startIconCaching(account);
-    const StripeClient client(account, m_env.endpoints.stripeApi);
+    const std::shared_ptr<const StripeSource> client = stripeSource(account);
     const Preferences prefs = m_preferences;
     StripeLoad load;
 
     // Every listing starts now and they run side by side. All are awaited before anything
     // else happens, so no request outlives the load; a failed invoice listing stops the rest.
     const CancellationToken listings = token.linked();
-    auto invoicesTask = client.fetchPaidInvoices(since, listings);
-    auto chargesTask = client.fetchStandaloneCharges(since, listings);
-    auto paymentsTask = client.fetchPaidInvoicePayments(since.addingSeconds(-invoicePaymentMarginSeconds), listings);
-    auto cancellationsTask = client.fetchSubscriptionCancellations(since, listings);
+    auto invoicesTask = client->fetchPaidInvoices(since, listings);
+    auto chargesTask = client->fetchStandaloneCharges(since, listings);
+    auto paymentsTask = client->fetchPaidInvoicePayments(since.addingSeconds(-invoicePaymentMarginSeconds), listings);
+    auto cancellationsTask = client->fetchSubscriptionCancellations(since, listings);
     std::optional<StripeClient::Reply<QList<FailedPaymentEvent>>> failedTask;
     if (prefs.showFailed)
-        failedTask.emplace(client.fetchFailedPayments(since, listings));
+        failedTask.emplace(client->fetchFailedPayments(since, listings));
     std::optional<StripeClient::Reply<QList<RefundEvent>>> refundsTask;
     if (prefs.showRefunds)
-        refundsTask.emplace(client.fetchRefunds(since, listings));
+        refundsTask.emplace(client->fetchRefunds(since, listings));
 
     const auto invoices = co_await invoicesTask;
     if (!invoices.ok())
@@ -89,7 +89,7 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
             co_return payments.error().description();
         std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> lookups;
         for (const QString &invoiceId : StripeClassifier::invoicesWithoutListedPayment(invoices.value(), invoicePayments))
-            lookups.push_back(client.fetchPaidInvoicePaymentsOf(invoiceId, token));
+            lookups.push_back(client->fetchPaidInvoicePaymentsOf(invoiceId, token));
         std::optional<StripeError> lookupFailure;
         for (const auto &lookup : lookups) {
             auto found = co_await lookup;
@@ -172,6 +172,8 @@ void RevenueEngine::markMissingEventScope(const QUuid &accountId)
 
 void RevenueEngine::startIconCaching(const Account &account)
 {
+    if (account.isDemo())
+        return; // the demo has no web site, and touches no network
     m_iconCache->start(account);
 }
 
