@@ -136,6 +136,8 @@ QString RevenueEngine::accountName(const QUuid &id) const
 
 std::optional<QUrl> RevenueEngine::stripeURL(const Account &account, const QString &path)
 {
+    if (account.isDemo())
+        return std::nullopt; // its objects exist nowhere to link to
     QString text = u"https://dashboard.stripe.com/"_s;
     if (account.stripeAccountId && !account.stripeAccountId->isEmpty())
         text += *account.stripeAccountId + u'/';

@@ -22,12 +22,20 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Seeds "stripe:Name:key" or "paypal:Name:clientId:secret" accounts into the data folder.
+// Seeds "stripe:Name:key", "paypal:Name:clientId:secret" or "demo:Name" accounts into the data
+// folder. The demo gets a fixed id, so every picture tells the same story.
 bool seedAccounts(const Storage &storage, const QStringList &specs)
 {
     QList<Account> accounts = storage.loadAccounts();
     for (const QString &fields : specs) {
         const QStringList parts = fields.split(u':');
+        if (parts[0] == u"demo"_s && parts.size() >= 2) {
+            Account demo = Account::newDemoAccount();
+            demo.id = QUuid::fromString(u"{D3E40000-0000-4000-8000-000000000019}"_s);
+            demo.name = parts[1];
+            accounts.append(demo);
+            continue;
+        }
         if (parts.size() < 3)
             return false;
         Account account = Account::newAccount(parts[0] == u"paypal"_s ? AccountProvider::PayPal : AccountProvider::Stripe);
