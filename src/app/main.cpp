@@ -1,5 +1,6 @@
 #include "shell/Fonts.h"
 #include "shell/QuorvaneApp.h"
+#include "update/BuildInfo.h"
 
 #include <QApplication>
 #include <QQuickStyle>
@@ -10,7 +11,7 @@ int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quorvane"));
-    QApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    QApplication::setApplicationVersion(QString::fromUtf8(BuildInfo::projectVersion));
     // A menu-bar program: closing the panel never ends it; the power button does.
     QApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Basic"));
