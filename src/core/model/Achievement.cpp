@@ -19,15 +19,8 @@ Achievement Achievement::decode(JsonReader &r, DateForm form)
 AchievementsState AchievementsState::decode(JsonReader &r, DateForm form)
 {
     AchievementsState s;
-    const QJsonArray list = r.array("achievements"_L1);
-    for (qsizetype i = 0; i < list.size() && !r.failed(); ++i) {
-        if (!list.at(i).isObject()) {
-            r.fail(r.pathOf("achievements"_L1) + QStringLiteral(": expected objects"));
-            break;
-        }
-        JsonReader element = r.element(list.at(i).toObject(), "achievements"_L1, i);
-        s.achievements.append(Achievement::decode(element, form));
-    }
+    r.forEachObject("achievements"_L1,
+                    [&s, form](JsonReader &element) { s.achievements.append(Achievement::decode(element, form)); });
     s.bestDayUSD = r.number("bestDayUSD"_L1);
     s.bestDayDate = r.optDate("bestDayDate"_L1, form);
     s.bestWeekUSD = r.number("bestWeekUSD"_L1);

@@ -2,7 +2,9 @@
 
 #include "model/Enums.h"
 #include "util/Date.h"
+#include "util/Result.h"
 
+#include <QByteArrayView>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -18,49 +20,59 @@ enum class JsonKind { Absent, Null, Boolean, Number, String, Array, Object };
 // How a file writes its dates: seconds since 2001 as a number, or ISO 8601 text.
 enum class DateForm { ReferenceSeconds, Iso8601 };
 
-// Reads typed fields out of one JSON object and remembers the first failure with its key
-// path. Required readers return a neutral value after a failure; callers check failed()
-// once at the end, which keeps decoders flat.
+class JsonParser;
+
+// Reads typed fields out of one JSON object of a document parsed by simdjson (its DOM), and
+// remembers the first failure with its key path. Required readers return a neutral value
+// after a failure; callers check failed() once at the end, which keeps decoders flat.
+//
+// Keys may be asked for in any order; each search starts where the last one ended, so
+// asking in the order the object holds its members costs one walk over them. A reader is
+// only lent to decoders, never kept: it points into the parser's document and to its
+// parent (for the key path).
 class JsonReader
 {
 public:
     using Key = QLatin1StringView;
 
-    explicit JsonReader(const QJsonObject &object, QString path = {});
+    JsonReader(const JsonReader &) = delete;
+    JsonReader &operator=(const JsonReader &) = delete;
+    JsonReader(JsonReader &&other) noexcept;
+    ~JsonReader();
 
-    bool failed() const { return !m_error->isEmpty(); }
-    const QString &error() const { return *m_error; }
+    struct Cursor; // where the reader is in its object; only the reader's own code looks inside
+
+    bool failed() const;
+    const QString &error() const;
     void fail(const QString &message);
-    void failKey(QLatin1StringView key, const char *what);
+    void failKey(Key key, const char *what);
+    QString pathOf(Key key) const;
 
-    bool has(QLatin1StringView key) const; // present and not null
-    JsonKind kind(QLatin1StringView key) const;
-    QJsonValue raw(QLatin1StringView key) const { return m_object.value(key); }
-    QString pathOf(QLatin1StringView key) const;
+    JsonKind kind(Key key);
 
-    QString string(QLatin1StringView key);
-    std::optional<QString> optString(QLatin1StringView key);
-    double number(QLatin1StringView key);
-    std::optional<double> optNumber(QLatin1StringView key);
-    qint64 integer(QLatin1StringView key);
-    std::optional<qint64> optInteger(QLatin1StringView key);
-    bool boolean(QLatin1StringView key);
-    std::optional<bool> optBoolean(QLatin1StringView key);
-    QUuid uuid(QLatin1StringView key);
-    std::optional<QUrl> optUrl(QLatin1StringView key);
-    Date date(QLatin1StringView key, DateForm form);
-    std::optional<Date> optDate(QLatin1StringView key, DateForm form);
-    QJsonObject object(QLatin1StringView key);
-    std::optional<QJsonObject> optObject(QLatin1StringView key);
-    QJsonArray array(QLatin1StringView key);
-    std::optional<QJsonArray> optArray(QLatin1StringView key);
+    QString string(Key key);
+    std::optional<QString> optString(Key key);
+    double number(Key key);
+    std::optional<double> optNumber(Key key);
+    qint64 integer(Key key);
+    std::optional<qint64> optInteger(Key key);
+    bool boolean(Key key);
+    std::optional<bool> optBoolean(Key key);
+    QUuid uuid(Key key);
+    std::optional<QUrl> optUrl(Key key);
+    Date date(Key key, DateForm form);
+    std::optional<Date> optDate(Key key, DateForm form);
     // An object of string values, such as metadata.
-    std::optional<QMap<QString, QString>> optStringMap(QLatin1StringView key);
+    std::optional<QMap<QString, QString>> optStringMap(Key key);
+    // A string whose few values recur from record to record (currencies, statuses, account
+    // names): made once per document for the same text and shared.
+    QString recurringString(Key key);
+    std::optional<QString> optRecurringString(Key key);
 
     template<typename E>
-    E enumeration(QLatin1StringView key)
+    E enumeration(Key key)
     {
-        const QString text = string(key);
+        const QString text = recurringString(key);
         if (failed())
             return E{};
         if (auto value = fromRaw<E>(text))
@@ -69,40 +81,108 @@ public:
         return E{};
     }
 
-    // A reader of the optional object `key`, sharing this reader's error.
-    std::optional<JsonReader> optNested(QLatin1StringView key);
+    // A reader of the object `key`: required, or optional (absent and null give nothing).
+    std::optional<JsonReader> nested(Key key);
+    std::optional<JsonReader> optNested(Key key);
 
-    // Calls `f` with a reader for each element of the required array of objects `key`,
-    // until one fails, after `reserve` with their number.
-    template<typename F, typename Reserve>
-    void forEachObject(QLatin1StringView key, F &&f, Reserve &&reserve)
+    // Calls `f` with a reader for each element of the array of objects `key`, until one
+    // fails. The required form fails when the array is absent; the optional one returns
+    // whether it was there.
+    template<typename F>
+    void forEachObject(Key key, F &&f)
     {
-        const QJsonArray elements = array(key);
-        reserve(elements.size());
-        for (qsizetype i = 0; i < elements.size() && !failed(); ++i) {
-            const QJsonValue value = elements.at(i);
-            if (!value.isObject()) {
-                fail(pathOf(key) + u'[' + QString::number(i) + QStringLiteral("]: expected an object"));
-                return;
-            }
-            JsonReader reader = element(value.toObject(), key, i);
-            f(reader);
-        }
+        eachObject(key, true, &visit<F>, &f);
     }
-
-    // A nested reader sharing this reader's error.
-    JsonReader nested(const QJsonObject &object, QLatin1StringView key);
-    JsonReader element(const QJsonObject &object, QLatin1StringView key, qsizetype index);
+    template<typename F>
+    bool forEachOptObject(Key key, F &&f)
+    {
+        return eachObject(key, false, &visit<F>, &f);
+    }
+    // The number of elements of the array `key`; 0 when it is not an array.
+    qsizetype arraySize(Key key);
 
 private:
-    std::optional<Date> decodeDate(const QJsonValue &value, DateForm form) const;
+    friend class JsonParser;
+    struct State;
+    using Visit = void (*)(void *context, JsonReader &element);
 
-    JsonReader(const QJsonObject &object, QString path, std::shared_ptr<QString> error);
+    template<typename F>
+    static void visit(void *context, JsonReader &element)
+    {
+        (*static_cast<F *>(context))(element);
+    }
 
-    QJsonObject m_object;
-    QString m_path;
-    std::shared_ptr<QString> m_error;
+    JsonReader(State *state, const JsonReader *parent, Key key, qsizetype index);
+    bool eachObject(Key key, bool required, Visit visit, void *context);
+    QString ownPath() const;
+    std::optional<QString> optRecurringString(Key key, bool required);
+    Cursor &cursor();
+    void start(const void *object); // a simdjson::dom::object
+
+    State *m_state;
+    const JsonReader *m_parent; // for the key path of failures
+    Key m_key;
+    qsizetype m_index;
+    // simdjson's object and the place of the last member found, kept here without its header.
+    alignas(8) unsigned char m_cursor[48];
 };
 
+// Parses whole documents with simdjson and lends their top level to decoders. It keeps its
+// buffers from one document to the next; forThisThread() serves ordinary bodies and files,
+// a document much larger than those deserves its own parser that goes away with it.
+class JsonParser
+{
+public:
+    // Bytes simdjson may read past the end of a document (it reads in wide blocks).
+    static constexpr qsizetype padding = 64;
+
+    JsonParser();
+    ~JsonParser();
+    JsonParser(const JsonParser &) = delete;
+    JsonParser &operator=(const JsonParser &) = delete;
+
+    static JsonParser &forThisThread();
+
+    // How many bytes may be read from the start of `bytes`: its own and the room Qt keeps
+    // after them (a body read with room to spare is parsed where it lies).
+    static qsizetype readableBytes(const QByteArray &bytes)
+    {
+        return bytes.size() + const_cast<QByteArray &>(bytes).data_ptr().freeSpaceAtEnd(); // data_ptr() only looks
+    }
+
+    // Hands the document's top-level object to `decode`; returns the first failure's text,
+    // empty on success. `readable` is how many bytes may be read from `json` on (its size
+    // at least); with `padding` to spare the text is parsed where it is, else it is copied.
+    template<typename F>
+    QString readObject(QByteArrayView json, F &&decode, qsizetype readable = 0)
+    {
+        return read(json, readable, false, &JsonReader::visit<F>, &decode);
+    }
+    // Hands each element of the document's top-level array to `decode`; every element must
+    // be an object.
+    template<typename F>
+    QString readArray(QByteArrayView json, F &&decode, qsizetype readable = 0)
+    {
+        return read(json, readable, true, &JsonReader::visit<F>, &decode);
+    }
+
+private:
+    QString read(QByteArrayView json, qsizetype readable, bool array, JsonReader::Visit visit, void *context);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+// Decodes a whole document's top-level object with `decode(reader)`, or says what failed.
+template<typename Decode, typename T = std::invoke_result_t<Decode, JsonReader &>>
+Result<T, QString> decodeJsonObject(QByteArrayView json, Decode &&decode, qsizetype readable = 0)
+{
+    std::optional<T> value;
+    const QString error = JsonParser::forThisThread().readObject(
+        json, [&value, &decode](JsonReader &reader) { value.emplace(decode(reader)); }, readable);
+    if (!error.isEmpty())
+        return error;
+    return std::move(*value);
+}
+
 QJsonValue encodeDate(Date date, DateForm form);
-bool isWholeNumber(const QJsonValue &value);

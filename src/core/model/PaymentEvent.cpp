@@ -10,12 +10,12 @@ PaymentEvent PaymentEvent::decode(JsonReader &r, DateForm form)
     e.id = r.string("id"_L1);
     e.date = r.date("date"_L1, form);
     e.amount = r.number("amount"_L1);
-    e.currency = r.string("currency"_L1);
+    e.currency = r.recurringString("currency"_L1);
     e.usdAmount = r.number("usdAmount"_L1);
     e.accountId = r.uuid("accountId"_L1);
-    e.accountName = r.string("accountName"_L1);
+    e.accountName = r.recurringString("accountName"_L1);
     e.kind = r.enumeration<RevenueKind>("kind"_L1);
-    e.description = r.string("description"_L1);
+    e.description = r.recurringString("description"_L1);
     e.customerEmail = r.optString("customerEmail"_L1);
     e.dashboardURL = r.optUrl("dashboardURL"_L1);
     return e;

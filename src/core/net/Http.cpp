@@ -1,5 +1,7 @@
 #include "Http.h"
 
+#include "model/JsonReader.h"
+
 #include <QCoroNetworkReply>
 #include <QCoroSignal>
 #include <QNetworkAccessManager>
@@ -103,7 +105,11 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
         // An HTTP answer, whatever its status; transport errors after headers arrived
         // (a dropped connection mid-body) land in the branch below.
         response.status = status.toInt();
-        response.body = reply->readAll();
+        // With room to spare after the bytes, the JSON parser reads the body where it lies.
+        const qint64 length = reply->bytesAvailable();
+        response.body.reserve(length + JsonParser::padding);
+        response.body.resize(length);
+        response.body.resize(std::max<qint64>(reply->read(response.body.data(), length), 0));
         response.redirectTarget = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     } else {
         response.error = reply->error() == QNetworkReply::NoError ? QNetworkReply::UnknownNetworkError : reply->error();

@@ -65,14 +65,10 @@ QCoro::Task<Result<QString, PPError>> PayPalClient::token(CancellationToken canc
     if (response.status == 0 || response.status >= 400)
         co_return failureOf(response);
 
-    const auto object = parsePayPalObject(response.body);
-    if (!object)
-        co_return PPError::decoding(object.error());
-    JsonReader reader(*object);
-    QString accessToken = reader.string("access_token"_L1);
-    if (reader.failed())
-        co_return PPError::decoding(reader.error());
-    co_return accessToken;
+    auto token = decodeJsonObject(response.body, [](JsonReader &reader) { return PPToken::decode(reader); });
+    if (!token)
+        co_return PPError::decoding(token.error());
+    co_return std::move(token).value().access_token;
 }
 
 QCoro::Task<Result<QList<PPTransaction>, PPError>> PayPalClient::fetchTransactions(Date since, Date now,
@@ -106,13 +102,10 @@ QCoro::Task<Result<QList<PPTransaction>, PPError>> PayPalClient::fetchTransactio
         if (response.status == 0 || response.status >= 400)
             co_return failureOf(response);
 
-        const auto object = parsePayPalObject(response.body);
-        if (!object)
-            co_return PPError::decoding(object.error());
-        JsonReader reader(*object);
-        PPListResp list = PPListResp::decode(reader);
-        if (reader.failed())
-            co_return PPError::decoding(reader.error());
+        auto decoded = decodeJsonObject(response.body, [](JsonReader &reader) { return PPListResp::decode(reader); });
+        if (!decoded)
+            co_return PPError::decoding(decoded.error());
+        PPListResp list = std::move(decoded).value();
 
         const qsizetype rows = list.transaction_details ? list.transaction_details->size() : 0;
         if (list.transaction_details)

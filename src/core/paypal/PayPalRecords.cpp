@@ -1,7 +1,5 @@
 #include "PayPalRecords.h"
 
-#include <QJsonDocument>
-
 using namespace Qt::StringLiterals;
 
 PPAmount PPAmount::decode(JsonReader &r)
@@ -18,10 +16,8 @@ PPInfo PPInfo::decode(JsonReader &r)
     info.transaction_id = r.optString("transaction_id"_L1);
     info.transaction_event_code = r.optString("transaction_event_code"_L1);
     info.transaction_initiation_date = r.optString("transaction_initiation_date"_L1);
-    if (const auto amount = r.optObject("transaction_amount"_L1)) {
-        JsonReader nested = r.nested(*amount, "transaction_amount"_L1);
-        info.transaction_amount = PPAmount::decode(nested);
-    }
+    if (auto amount = r.optNested("transaction_amount"_L1))
+        info.transaction_amount = PPAmount::decode(*amount);
     info.transaction_status = r.optString("transaction_status"_L1);
     info.transaction_subject = r.optString("transaction_subject"_L1);
     return info;
@@ -30,43 +26,24 @@ PPInfo PPInfo::decode(JsonReader &r)
 PPTransaction PPTransaction::decode(JsonReader &r)
 {
     PPTransaction t;
-    const QJsonObject info = r.object("transaction_info"_L1);
-    if (r.failed())
-        return t;
-    JsonReader nested = r.nested(info, "transaction_info"_L1);
-    t.transaction_info = PPInfo::decode(nested);
+    if (auto info = r.nested("transaction_info"_L1))
+        t.transaction_info = PPInfo::decode(*info);
     return t;
 }
 
 PPListResp PPListResp::decode(JsonReader &r)
 {
     PPListResp resp;
-    if (const auto details = r.optArray("transaction_details"_L1)) {
-        QList<PPTransaction> list;
-        list.reserve(details->size());
-        for (qsizetype i = 0; i < details->size() && !r.failed(); ++i) {
-            const QJsonValue value = details->at(i);
-            if (!value.isObject()) {
-                r.fail(r.pathOf("transaction_details"_L1) + u'[' + QString::number(i) + u"]: expected an object"_s);
-                break;
-            }
-            JsonReader element = r.element(value.toObject(), "transaction_details"_L1, i);
-            list.append(PPTransaction::decode(element));
-        }
+    QList<PPTransaction> list;
+    if (r.forEachOptObject("transaction_details"_L1,
+                           [&list](JsonReader &element) { list.append(PPTransaction::decode(element)); }))
         resp.transaction_details = std::move(list);
-    }
     resp.page = r.optInteger("page"_L1);
     resp.total_pages = r.optInteger("total_pages"_L1);
     return resp;
 }
 
-Result<QJsonObject, QString> parsePayPalObject(const QByteArray &body)
+PPToken PPToken::decode(JsonReader &r)
 {
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(body, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        return QString(parseError.errorString() + u" at offset "_s + QString::number(parseError.offset));
-    if (!doc.isObject())
-        return u"expected a JSON object"_s;
-    return doc.object();
+    return {r.string("access_token"_L1)};
 }

@@ -45,6 +45,14 @@ struct PPTransaction
 using PPInfo = PPTransaction::PPInfo;
 using PPAmount = PPTransaction::PPInfo::PPAmount;
 
+// The answer of POST /v1/oauth2/token.
+struct PPToken
+{
+    QString access_token;
+
+    static PPToken decode(JsonReader &reader);
+};
+
 // One page of GET /v1/reporting/transactions.
 struct PPListResp
 {
@@ -55,5 +63,3 @@ struct PPListResp
     static PPListResp decode(JsonReader &reader);
 };
 
-// A response body as the one JSON object every PayPal answer is; the error is the parser's text.
-Result<QJsonObject, QString> parsePayPalObject(const QByteArray &body);

@@ -78,34 +78,36 @@ std::optional<QJsonDocument> parse(const std::optional<QByteArray> &bytes)
     return doc;
 }
 
+// One bad element loses the whole file.
 template<typename T>
-std::optional<QList<T>> decodeList(const QJsonDocument &doc, DateForm form)
+std::optional<QList<T>> decodeList(const std::optional<QByteArray> &bytes, DateForm form)
 {
-    if (!doc.isArray())
+    if (!bytes)
         return std::nullopt;
-    const QJsonArray array = doc.array();
     QList<T> out;
-    out.reserve(array.size());
-    for (const QJsonValue &value : array) {
-        if (!value.isObject())
-            return std::nullopt;
-        JsonReader reader(value.toObject());
-        T item = T::decode(reader, form);
-        if (reader.failed())
-            return std::nullopt; // one bad element loses the whole file
-        out.append(std::move(item));
-    }
+    const QString error = JsonParser::forThisThread().readArray(
+        *bytes, [&out, form](JsonReader &reader) { out.append(T::decode(reader, form)); });
+    if (!error.isEmpty())
+        return std::nullopt;
     return out;
+}
+
+template<typename T>
+std::optional<T> decodeOne(const std::optional<QByteArray> &bytes, DateForm form)
+{
+    if (!bytes)
+        return std::nullopt;
+    auto decoded = decodeJsonObject(*bytes, [form](JsonReader &reader) { return T::decode(reader, form); });
+    if (!decoded)
+        return std::nullopt;
+    return std::move(decoded).value();
 }
 
 } // namespace
 
 QList<Account> Storage::loadAccounts() const
 {
-    const auto doc = parse(read(accountsFile));
-    if (!doc)
-        return {};
-    return decodeList<Account>(*doc, DateForm::Iso8601).value_or(QList<Account>{});
+    return decodeList<Account>(read(accountsFile), DateForm::Iso8601).value_or(QList<Account>{});
 }
 
 bool Storage::saveAccounts(const QList<Account> &accounts) const
@@ -119,14 +121,7 @@ bool Storage::saveAccounts(const QList<Account> &accounts) const
 
 std::optional<Preferences> Storage::loadPreferences() const
 {
-    const auto doc = parse(read(preferencesFile));
-    if (!doc || !doc->isObject())
-        return std::nullopt;
-    JsonReader reader(doc->object());
-    Preferences p = Preferences::decode(reader, DateForm::ReferenceSeconds);
-    if (reader.failed())
-        return std::nullopt;
-    return p;
+    return decodeOne<Preferences>(read(preferencesFile), DateForm::ReferenceSeconds);
 }
 
 bool Storage::savePreferences(const Preferences &preferences) const
@@ -137,14 +132,7 @@ bool Storage::savePreferences(const Preferences &preferences) const
 
 std::optional<AchievementsState> Storage::loadAchievements() const
 {
-    const auto doc = parse(read(achievementsFile));
-    if (!doc || !doc->isObject())
-        return std::nullopt;
-    JsonReader reader(doc->object());
-    AchievementsState s = AchievementsState::decode(reader, DateForm::Iso8601);
-    if (reader.failed())
-        return std::nullopt;
-    return s;
+    return decodeOne<AchievementsState>(read(achievementsFile), DateForm::Iso8601);
 }
 
 bool Storage::saveAchievements(const AchievementsState &state) const

@@ -1,33 +1,32 @@
 #include "StripeAccountInfo.h"
 
 #include "StripeJson.h"
-#include "StripeJsonScan.h"
 
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
 
-template<typename Reader>
-StripeAccountInfo::BusinessProfile StripeAccountInfo::BusinessProfile::decode(Reader &reader)
+StripeAccountInfo::BusinessProfile StripeAccountInfo::BusinessProfile::decode(JsonReader &reader)
 {
-    return {reader.optString("url"_L1), reader.optString("name"_L1), reader.optString("support_url"_L1)};
+    BusinessProfile profile;
+    profile.name = reader.optString("name"_L1);
+    profile.support_url = reader.optString("support_url"_L1);
+    profile.url = reader.optString("url"_L1);
+    return profile;
 }
 
-template<typename Reader>
 StripeAccountInfo::AccountSettings::DashboardSettings
-StripeAccountInfo::AccountSettings::DashboardSettings::decode(Reader &reader)
+StripeAccountInfo::AccountSettings::DashboardSettings::decode(JsonReader &reader)
 {
     return {reader.optString("display_name"_L1)};
 }
 
-template<typename Reader>
-StripeAccountInfo::AccountSettings StripeAccountInfo::AccountSettings::decode(Reader &reader)
+StripeAccountInfo::AccountSettings StripeAccountInfo::AccountSettings::decode(JsonReader &reader)
 {
     return {StripeJson::optObjectOf<DashboardSettings>(reader, "dashboard"_L1)};
 }
 
-template<typename Reader>
-StripeAccountInfo StripeAccountInfo::decode(Reader &reader)
+StripeAccountInfo StripeAccountInfo::decode(JsonReader &reader)
 {
     StripeAccountInfo info;
     info.id = reader.optString("id"_L1);
@@ -60,25 +59,19 @@ std::optional<QString> StripeAccountInfo::resolvedDomain() const
     return hostOf(business_profile->support_url);
 }
 
-template<typename Reader>
-ErrResp::Err ErrResp::Err::decode(Reader &reader)
+ErrResp::Err ErrResp::Err::decode(JsonReader &reader)
 {
     Err err;
+    err.advice_code = reader.optString("advice_code"_L1);
     err.code = reader.optString("code"_L1);
     err.decline_code = reader.optString("decline_code"_L1);
     err.message = reader.optString("message"_L1);
-    err.advice_code = reader.optString("advice_code"_L1);
     err.type = reader.optString("type"_L1);
     return err;
 }
 
-template<typename Reader>
-ErrResp ErrResp::decode(Reader &reader)
+ErrResp ErrResp::decode(JsonReader &reader)
 {
     return {StripeJson::optObjectOf<Err>(reader, "error"_L1)};
 }
 
-template StripeAccountInfo StripeAccountInfo::decode(JsonReader &);
-template StripeAccountInfo StripeAccountInfo::decode(StripeJsonScan::Reader &);
-template ErrResp ErrResp::decode(JsonReader &);
-template ErrResp ErrResp::decode(StripeJsonScan::Reader &);

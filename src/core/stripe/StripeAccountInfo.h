@@ -13,8 +13,7 @@ struct StripeAccountInfo
         std::optional<QString> url;
         std::optional<QString> name;
         std::optional<QString> support_url;
-        template<typename Reader>
-        static BusinessProfile decode(Reader &reader);
+        static BusinessProfile decode(JsonReader &reader);
         friend bool operator==(const BusinessProfile &, const BusinessProfile &) = default;
     };
     struct AccountSettings
@@ -22,13 +21,11 @@ struct StripeAccountInfo
         struct DashboardSettings
         {
             std::optional<QString> display_name;
-            template<typename Reader>
-            static DashboardSettings decode(Reader &reader);
+            static DashboardSettings decode(JsonReader &reader);
             friend bool operator==(const DashboardSettings &, const DashboardSettings &) = default;
         };
         std::optional<DashboardSettings> dashboard;
-        template<typename Reader>
-        static AccountSettings decode(Reader &reader);
+        static AccountSettings decode(JsonReader &reader);
         friend bool operator==(const AccountSettings &, const AccountSettings &) = default;
     };
 
@@ -40,8 +37,7 @@ struct StripeAccountInfo
     // The host of the business URL, else of the support URL, exactly as QUrl gives it.
     std::optional<QString> resolvedDomain() const;
 
-    template<typename Reader>
-    static StripeAccountInfo decode(Reader &reader);
+    static StripeAccountInfo decode(JsonReader &reader);
     friend bool operator==(const StripeAccountInfo &, const StripeAccountInfo &) = default;
 };
 
@@ -55,13 +51,11 @@ struct ErrResp
         std::optional<QString> message;
         std::optional<QString> advice_code;
         std::optional<QString> type;
-        template<typename Reader>
-        static Err decode(Reader &reader);
+        static Err decode(JsonReader &reader);
         friend bool operator==(const Err &, const Err &) = default;
     };
     std::optional<Err> error;
 
-    template<typename Reader>
-    static ErrResp decode(Reader &reader);
+    static ErrResp decode(JsonReader &reader);
     friend bool operator==(const ErrResp &, const ErrResp &) = default;
 };

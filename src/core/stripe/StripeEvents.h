@@ -24,19 +24,18 @@ struct StripeEventRecord
     QString type;
     std::optional<EventData<T>> data;
 
-    template<typename Reader>
-    static StripeEventRecord decode(Reader &reader)
+    static StripeEventRecord decode(JsonReader &reader)
     {
         using namespace Qt::StringLiterals;
         StripeEventRecord event;
-        event.id = reader.string("id"_L1);
         event.created = reader.integer("created"_L1);
+        if (auto data = reader.optNested("data"_L1))
+            event.data.emplace().object = StripeJson::optObjectOf<T>(*data, "object"_L1);
+        event.id = reader.string("id"_L1);
         if constexpr (TypeRequired)
-            event.type = reader.string("type"_L1);
+            event.type = reader.recurringString("type"_L1);
         else
             event.type = reader.optString("type"_L1).value_or(QString());
-        if (auto data = reader.optNested("data"_L1))
-            StripeJson::readOptObject<T>(*data, "object"_L1, event.data.emplace().object);
         return event;
     }
     friend bool operator==(const StripeEventRecord &, const StripeEventRecord &) = default;
@@ -54,8 +53,7 @@ struct ListResponse
     QList<T> data;
     bool has_more = false;
 
-    template<typename Reader>
-    static ListResponse decode(Reader &reader)
+    static ListResponse decode(JsonReader &reader)
     {
         using namespace Qt::StringLiterals;
         ListResponse page;

@@ -1,7 +1,6 @@
 #include "StripePayments.h"
 
 #include "StripeJson.h"
-#include "StripeJsonScan.h"
 
 using namespace Qt::StringLiterals;
 
@@ -9,17 +8,15 @@ namespace {
 
 struct InvoiceLineDecoder
 {
-    template<typename Reader>
-    static RawInvoice::InvoiceLine decode(Reader &reader)
+    static RawInvoice::InvoiceLine decode(JsonReader &reader)
     {
-        return {reader.optString("description"_L1)};
+        return {reader.optRecurringString("description"_L1)};
     }
 };
 
 struct InvoiceLinesDecoder
 {
-    template<typename Reader>
-    static RawInvoice::InvoiceLines decode(Reader &reader)
+    static RawInvoice::InvoiceLines decode(JsonReader &reader)
     {
         return {StripeJson::arrayOf<InvoiceLineDecoder, RawInvoice::InvoiceLine>(reader, "data"_L1)};
     }
@@ -32,15 +29,14 @@ struct InvoicePaymentEntry
     std::optional<QString> payment_intent;
     std::optional<QString> charge;
 
-    template<typename Reader>
-    static InvoicePaymentEntry decode(Reader &reader)
+    static InvoicePaymentEntry decode(JsonReader &reader)
     {
         InvoicePaymentEntry entry;
-        entry.status = reader.optString("status"_L1);
         if (auto payment = reader.optNested("payment"_L1)) {
-            entry.payment_intent = StripeJson::expandableId(*payment, "payment_intent"_L1);
             entry.charge = StripeJson::expandableId(*payment, "charge"_L1);
+            entry.payment_intent = StripeJson::expandableId(*payment, "payment_intent"_L1);
         }
+        entry.status = reader.optString("status"_L1);
         return entry;
     }
 };
@@ -64,32 +60,29 @@ std::optional<QString> pickPayment(const QList<InvoicePaymentEntry> &entries,
 
 } // namespace
 
-template<typename Reader>
-RawInvoice RawInvoice::decode(Reader &reader)
+RawInvoice RawInvoice::decode(JsonReader &reader)
 {
     RawInvoice invoice;
-    invoice.id = reader.string("id"_L1);
-    invoice.amount_paid = reader.integer("amount_paid"_L1);
     invoice.amount_due = reader.optInteger("amount_due"_L1);
-    invoice.currency = reader.string("currency"_L1);
-    invoice.created = reader.integer("created"_L1);
-    invoice.billing_reason = reader.optString("billing_reason"_L1);
-    invoice.customer = StripeJson::expandableId(reader, "customer"_L1);
-    invoice.customer_name = reader.optString("customer_name"_L1);
-    invoice.customer_email = reader.optString("customer_email"_L1);
+    invoice.amount_paid = reader.integer("amount_paid"_L1);
+    invoice.billing_reason = reader.optRecurringString("billing_reason"_L1);
     invoice.charge = StripeJson::expandableId(reader, "charge"_L1);
-    invoice.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
-    invoice.subscription = StripeJson::expandableId(reader, "subscription"_L1);
-    invoice.status = reader.optString("status"_L1);
-    invoice.paid = reader.optBoolean("paid"_L1);
+    invoice.created = reader.integer("created"_L1);
+    invoice.currency = reader.recurringString("currency"_L1);
+    invoice.customer = StripeJson::expandableId(reader, "customer"_L1);
+    invoice.customer_email = reader.optString("customer_email"_L1);
+    invoice.customer_name = reader.optString("customer_name"_L1);
+    invoice.id = reader.string("id"_L1);
     invoice.lines = StripeJson::optObjectOf<InvoiceLinesDecoder, InvoiceLines>(reader, "lines"_L1);
-
-    if (!invoice.subscription) {
-        if (auto parent = reader.optNested("parent"_L1)) {
-            if (auto details = parent->optNested("subscription_details"_L1))
-                invoice.subscription = StripeJson::expandableId(*details, "subscription"_L1);
-        }
+    invoice.paid = reader.optBoolean("paid"_L1);
+    // The new shape names the subscription under parent.subscription_details; the old one
+    // at the top level, which wins when both are there.
+    std::optional<QString> parentSubscription;
+    if (auto parent = reader.optNested("parent"_L1)) {
+        if (auto details = parent->optNested("subscription_details"_L1))
+            parentSubscription = StripeJson::expandableId(*details, "subscription"_L1);
     }
+    invoice.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
     if (!invoice.charge || !invoice.payment_intent) {
         if (auto payments = reader.optNested("payments"_L1)) {
             const auto entries = StripeJson::arrayOf<InvoicePaymentEntry>(*payments, "data"_L1);
@@ -99,6 +92,10 @@ RawInvoice RawInvoice::decode(Reader &reader)
                 invoice.payment_intent = pickPayment(entries, &InvoicePaymentEntry::payment_intent);
         }
     }
+    invoice.status = reader.optRecurringString("status"_L1);
+    invoice.subscription = StripeJson::expandableId(reader, "subscription"_L1);
+    if (!invoice.subscription)
+        invoice.subscription = std::move(parentSubscription);
     return invoice;
 }
 
@@ -106,8 +103,7 @@ namespace {
 
 struct BillingDetailsDecoder
 {
-    template<typename Reader>
-    static RawCharge::BillingDetails decode(Reader &reader)
+    static RawCharge::BillingDetails decode(JsonReader &reader)
     {
         return {reader.optString("email"_L1), reader.optString("name"_L1)};
     }
@@ -115,29 +111,27 @@ struct BillingDetailsDecoder
 
 } // namespace
 
-template<typename Reader>
-RawCharge RawCharge::decode(Reader &reader)
+RawCharge RawCharge::decode(JsonReader &reader)
 {
     RawCharge charge;
     charge.id = reader.string("id"_L1);
     charge.amount = reader.optInteger("amount"_L1);
     charge.amount_refunded = reader.optInteger("amount_refunded"_L1);
-    charge.currency = reader.string("currency"_L1);
-    charge.created = reader.optInteger("created"_L1);
-    charge.status = reader.optString("status"_L1);
-    charge.paid = reader.optBoolean("paid"_L1);
-    charge.customer = StripeJson::expandableId(reader, "customer"_L1);
-    charge.invoice = StripeJson::expandableId(reader, "invoice"_L1);
-    charge.carriesInvoiceLink = reader.kind("invoice"_L1) != JsonKind::Absent;
-    charge.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
     charge.billing_details = StripeJson::optObjectOf<BillingDetailsDecoder, BillingDetails>(reader, "billing_details"_L1);
+    charge.created = reader.optInteger("created"_L1);
+    charge.currency = reader.recurringString("currency"_L1);
+    charge.customer = StripeJson::expandableId(reader, "customer"_L1);
     charge.description = reader.optString("description"_L1);
+    charge.carriesInvoiceLink = reader.kind("invoice"_L1) != JsonKind::Absent;
+    charge.invoice = StripeJson::expandableId(reader, "invoice"_L1);
     charge.metadata = reader.optStringMap("metadata"_L1);
+    charge.paid = reader.optBoolean("paid"_L1);
+    charge.payment_intent = StripeJson::expandableId(reader, "payment_intent"_L1);
+    charge.status = reader.optRecurringString("status"_L1);
     return charge;
 }
 
-template<typename Reader>
-RawInvoicePayment RawInvoicePayment::decode(Reader &reader)
+RawInvoicePayment RawInvoicePayment::decode(JsonReader &reader)
 {
     RawInvoicePayment payment;
     payment.id = reader.string("id"_L1);
@@ -149,9 +143,3 @@ RawInvoicePayment RawInvoicePayment::decode(Reader &reader)
     return payment;
 }
 
-template RawInvoice RawInvoice::decode(JsonReader &);
-template RawInvoice RawInvoice::decode(StripeJsonScan::Reader &);
-template RawCharge RawCharge::decode(JsonReader &);
-template RawCharge RawCharge::decode(StripeJsonScan::Reader &);
-template RawInvoicePayment RawInvoicePayment::decode(JsonReader &);
-template RawInvoicePayment RawInvoicePayment::decode(StripeJsonScan::Reader &);

@@ -10,8 +10,7 @@
 // Invoices and charges as Stripe sends them, cut down to what the engine reads. Field names
 // are Stripe's JSON keys. Both API shapes decode into the same records: the shape up to
 // 2025-02-24.acacia and the one from 2025-03-31.basil on, which Stripe still uses for events
-// created under it whatever version a request pins. Each `decode` is written once over a
-// reader type and built for JsonReader and StripeJsonScan::Reader (see StripeJson.h).
+// created under it whatever version a request pins.
 
 struct RawInvoice
 {
@@ -44,8 +43,7 @@ struct RawInvoice
     std::optional<bool> paid; // old shape only
     std::optional<InvoiceLines> lines;
 
-    template<typename Reader>
-    static RawInvoice decode(Reader &reader);
+    static RawInvoice decode(JsonReader &reader);
     friend bool operator==(const RawInvoice &, const RawInvoice &) = default;
 };
 
@@ -77,8 +75,7 @@ struct RawCharge
     std::optional<QString> description;
     std::optional<QMap<QString, QString>> metadata;
 
-    template<typename Reader>
-    static RawCharge decode(Reader &reader);
+    static RawCharge decode(JsonReader &reader);
     friend bool operator==(const RawCharge &, const RawCharge &) = default;
 };
 
@@ -91,7 +88,6 @@ struct RawInvoicePayment
     std::optional<QString> payment_intent; // payment.payment_intent
     std::optional<QString> charge;         // payment.charge
 
-    template<typename Reader>
-    static RawInvoicePayment decode(Reader &reader);
+    static RawInvoicePayment decode(JsonReader &reader);
     friend bool operator==(const RawInvoicePayment &, const RawInvoicePayment &) = default;
 };

@@ -1,50 +1,45 @@
 #include "StripeSubscriptions.h"
 
 #include "StripeJson.h"
-#include "StripeJsonScan.h"
 #include "model/CurrencyConverter.h"
 
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
-template<typename Reader>
-RawSubscription::SubscriptionPrice::Recurring RawSubscription::SubscriptionPrice::Recurring::decode(Reader &reader)
+RawSubscription::SubscriptionPrice::Recurring RawSubscription::SubscriptionPrice::Recurring::decode(JsonReader &reader)
 {
     return {reader.optString("interval"_L1), reader.optInteger("interval_count"_L1)};
 }
 
-template<typename Reader>
-RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(Reader &reader)
+RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(JsonReader &reader)
 {
     SubscriptionPrice price;
-    price.unit_amount = reader.optInteger("unit_amount"_L1);
-    price.recurring = StripeJson::optObjectOf<Recurring>(reader, "recurring"_L1);
     price.nickname = reader.optString("nickname"_L1);
+    price.recurring = StripeJson::optObjectOf<Recurring>(reader, "recurring"_L1);
+    price.unit_amount = reader.optInteger("unit_amount"_L1);
     return price;
 }
 
-template<typename Reader>
-RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(Reader &reader)
+RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(JsonReader &reader)
 {
     SubscriptionItem item;
-    item.price = StripeJson::optObjectOf<SubscriptionPrice>(reader, "price"_L1);
     item.current_period_end = reader.optInteger("current_period_end"_L1);
+    item.price = StripeJson::optObjectOf<SubscriptionPrice>(reader, "price"_L1);
     return item;
 }
 
-template<typename Reader>
-RawSubscription::SubscriptionItems RawSubscription::SubscriptionItems::decode(Reader &reader)
+RawSubscription::SubscriptionItems RawSubscription::SubscriptionItems::decode(JsonReader &reader)
 {
     return {StripeJson::arrayOf<SubscriptionItem>(reader, "data"_L1)};
 }
 
 namespace {
 
-template<typename Reader>
-std::optional<qint64> periodEnd(Reader &reader, const std::optional<RawSubscription::SubscriptionItems> &items)
+// The old shape's top-level period end, else the new shape's first item's.
+std::optional<qint64> periodEnd(std::optional<qint64> topLevel, const std::optional<RawSubscription::SubscriptionItems> &items)
 {
-    if (auto topLevel = reader.optInteger("current_period_end"_L1))
+    if (topLevel)
         return topLevel;
     if (items && !items->data.isEmpty())
         return items->data.first().current_period_end;
@@ -105,38 +100,35 @@ double RawSubscription::approximateMonthlyAmount() const
     return ::approximateMonthlyAmount(items, currency);
 }
 
-template<typename Reader>
-RawSubscription RawSubscription::decode(Reader &reader)
+RawSubscription RawSubscription::decode(JsonReader &reader)
 {
     RawSubscription sub;
     sub.id = reader.string("id"_L1);
     sub.canceled_at = reader.optInteger("canceled_at"_L1);
-    sub.currency = reader.string("currency"_L1);
-    sub.items = StripeJson::optObjectOf<SubscriptionItems>(reader, "items"_L1);
+    sub.currency = reader.recurringString("currency"_L1);
+    const auto topLevelPeriodEnd = reader.optInteger("current_period_end"_L1);
     sub.customer = StripeJson::expandableId(reader, "customer"_L1);
-    sub.current_period_end = periodEnd(reader, sub.items);
+    sub.items = StripeJson::optObjectOf<SubscriptionItems>(reader, "items"_L1);
+    sub.current_period_end = periodEnd(topLevelPeriodEnd, sub.items);
     return sub;
 }
 
-template<typename Reader>
-ExpandedSubscription::SubCustomer ExpandedSubscription::SubCustomer::decode(Reader &reader)
+ExpandedSubscription::SubCustomer ExpandedSubscription::SubCustomer::decode(JsonReader &reader)
 {
     return {reader.optString("id"_L1), reader.optString("email"_L1), reader.optString("name"_L1)};
 }
 
-template<typename Reader>
-ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(Reader &reader)
+ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(JsonReader &reader)
 {
     LatestInvoice invoice;
     invoice.id = reader.optString("id"_L1);
-    invoice.status = reader.optString("status"_L1);
     invoice.amount_due = reader.optInteger("amount_due"_L1);
     invoice.next_payment_attempt = reader.optInteger("next_payment_attempt"_L1);
+    invoice.status = reader.optString("status"_L1);
     return invoice;
 }
 
-template<typename Reader>
-ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(Reader &reader)
+ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(JsonReader &reader)
 {
     return {reader.optString("reason"_L1)};
 }
@@ -144,8 +136,8 @@ ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDeta
 namespace {
 
 // Expanded on request, but an id string when Stripe could not expand it.
-template<typename T, typename Reader>
-std::optional<T> expandedOrId(Reader &reader, typename Reader::Key key)
+template<typename T>
+std::optional<T> expandedOrId(JsonReader &reader, JsonReader::Key key)
 {
     if (reader.kind(key) == JsonKind::String) {
         T out;
@@ -172,25 +164,21 @@ QString ExpandedSubscription::planLabel() const
     return u"Subscription"_s;
 }
 
-template<typename Reader>
-ExpandedSubscription ExpandedSubscription::decode(Reader &reader)
+ExpandedSubscription ExpandedSubscription::decode(JsonReader &reader)
 {
     ExpandedSubscription sub;
     sub.id = reader.string("id"_L1);
-    sub.status = reader.optString("status"_L1);
-    sub.created = reader.optInteger("created"_L1);
     sub.canceled_at = reader.optInteger("canceled_at"_L1);
-    sub.ended_at = reader.optInteger("ended_at"_L1);
-    sub.currency = reader.string("currency"_L1);
+    sub.cancellation_details = StripeJson::optObjectOf<CancellationDetails>(reader, "cancellation_details"_L1);
+    sub.created = reader.optInteger("created"_L1);
+    sub.currency = reader.recurringString("currency"_L1);
+    const auto topLevelPeriodEnd = reader.optInteger("current_period_end"_L1);
     sub.customer = expandedOrId<SubCustomer>(reader, "customer"_L1);
+    sub.ended_at = reader.optInteger("ended_at"_L1);
     sub.items = StripeJson::optObjectOf<SubscriptionItems>(reader, "items"_L1);
     sub.latest_invoice = expandedOrId<LatestInvoice>(reader, "latest_invoice"_L1);
-    sub.cancellation_details = StripeJson::optObjectOf<CancellationDetails>(reader, "cancellation_details"_L1);
-    sub.current_period_end = periodEnd(reader, sub.items);
+    sub.status = reader.optString("status"_L1);
+    sub.current_period_end = periodEnd(topLevelPeriodEnd, sub.items);
     return sub;
 }
 
-template RawSubscription RawSubscription::decode(JsonReader &);
-template RawSubscription RawSubscription::decode(StripeJsonScan::Reader &);
-template ExpandedSubscription ExpandedSubscription::decode(JsonReader &);
-template ExpandedSubscription ExpandedSubscription::decode(StripeJsonScan::Reader &);

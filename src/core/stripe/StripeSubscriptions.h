@@ -17,31 +17,27 @@ struct RawSubscription
         {
             std::optional<QString> interval; // "day", "week", "month", "year"
             std::optional<qint64> interval_count;
-            template<typename Reader>
-            static Recurring decode(Reader &reader);
+            static Recurring decode(JsonReader &reader);
             friend bool operator==(const Recurring &, const Recurring &) = default;
         };
 
         std::optional<qint64> unit_amount; // minor units per interval; null on metered and tiered prices
         std::optional<Recurring> recurring;
         std::optional<QString> nickname;
-        template<typename Reader>
-        static SubscriptionPrice decode(Reader &reader);
+        static SubscriptionPrice decode(JsonReader &reader);
         friend bool operator==(const SubscriptionPrice &, const SubscriptionPrice &) = default;
     };
     struct SubscriptionItem
     {
         std::optional<SubscriptionPrice> price;
         std::optional<qint64> current_period_end; // new shape keeps the period per item
-        template<typename Reader>
-        static SubscriptionItem decode(Reader &reader);
+        static SubscriptionItem decode(JsonReader &reader);
         friend bool operator==(const SubscriptionItem &, const SubscriptionItem &) = default;
     };
     struct SubscriptionItems
     {
         QList<SubscriptionItem> data;
-        template<typename Reader>
-        static SubscriptionItems decode(Reader &reader);
+        static SubscriptionItems decode(JsonReader &reader);
         friend bool operator==(const SubscriptionItems &, const SubscriptionItems &) = default;
     };
 
@@ -56,8 +52,7 @@ struct RawSubscription
     // Monthly-equivalent price in major units of `currency`.
     double approximateMonthlyAmount() const;
 
-    template<typename Reader>
-    static RawSubscription decode(Reader &reader);
+    static RawSubscription decode(JsonReader &reader);
     friend bool operator==(const RawSubscription &, const RawSubscription &) = default;
 };
 
@@ -74,8 +69,7 @@ struct ExpandedSubscription
         std::optional<QString> id;
         std::optional<QString> email;
         std::optional<QString> name;
-        template<typename Reader>
-        static SubCustomer decode(Reader &reader);
+        static SubCustomer decode(JsonReader &reader);
         friend bool operator==(const SubCustomer &, const SubCustomer &) = default;
     };
     struct LatestInvoice
@@ -84,15 +78,13 @@ struct ExpandedSubscription
         std::optional<QString> status;
         std::optional<qint64> amount_due;
         std::optional<qint64> next_payment_attempt; // Unix seconds of Stripe's next automatic retry
-        template<typename Reader>
-        static LatestInvoice decode(Reader &reader);
+        static LatestInvoice decode(JsonReader &reader);
         friend bool operator==(const LatestInvoice &, const LatestInvoice &) = default;
     };
     struct CancellationDetails
     {
         std::optional<QString> reason;
-        template<typename Reader>
-        static CancellationDetails decode(Reader &reader);
+        static CancellationDetails decode(JsonReader &reader);
         friend bool operator==(const CancellationDetails &, const CancellationDetails &) = default;
     };
 
@@ -112,8 +104,7 @@ struct ExpandedSubscription
     // The first item's price nickname, or "Subscription".
     QString planLabel() const;
 
-    template<typename Reader>
-    static ExpandedSubscription decode(Reader &reader);
+    static ExpandedSubscription decode(JsonReader &reader);
     friend bool operator==(const ExpandedSubscription &, const ExpandedSubscription &) = default;
 };
 

@@ -1,6 +1,7 @@
 #include "engine/StripeClassifier.h"
 #include "support/StripeBodies.h"
 
+#include <QJsonDocument>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -18,26 +19,23 @@ Account account(std::optional<QString> stripeAccountId = std::nullopt)
 
 RawInvoice decodeInvoice(const QJsonObject &o)
 {
-    JsonReader r(o);
-    RawInvoice invoice = RawInvoice::decode(r);
-    EXPECT_FALSE(r.failed()) << r.error().toStdString();
-    return invoice;
+    auto decoded = decodeJsonObject(QJsonDocument(o).toJson(), [](JsonReader &r) { return RawInvoice::decode(r); });
+    EXPECT_TRUE(decoded.ok()) << decoded.error().toStdString();
+    return decoded ? std::move(decoded).value() : RawInvoice{};
 }
 
 RawCharge decodeCharge(const QJsonObject &o)
 {
-    JsonReader r(o);
-    RawCharge c = RawCharge::decode(r);
-    EXPECT_FALSE(r.failed()) << r.error().toStdString();
-    return c;
+    auto decoded = decodeJsonObject(QJsonDocument(o).toJson(), [](JsonReader &r) { return RawCharge::decode(r); });
+    EXPECT_TRUE(decoded.ok()) << decoded.error().toStdString();
+    return decoded ? std::move(decoded).value() : RawCharge{};
 }
 
 RawSubscription decodeSubscription(const QJsonObject &o)
 {
-    JsonReader r(o);
-    RawSubscription s = RawSubscription::decode(r);
-    EXPECT_FALSE(r.failed()) << r.error().toStdString();
-    return s;
+    auto decoded = decodeJsonObject(QJsonDocument(o).toJson(), [](JsonReader &r) { return RawSubscription::decode(r); });
+    EXPECT_TRUE(decoded.ok()) << decoded.error().toStdString();
+    return decoded ? std::move(decoded).value() : RawSubscription{};
 }
 
 } // namespace

@@ -16,15 +16,10 @@ struct Decoded
 template<typename T>
 Decoded<T> decodeText(const QByteArray &text, DateForm form)
 {
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(text, &parseError);
-    if (parseError.error != QJsonParseError::NoError || !doc.isObject())
-        return {std::nullopt, QStringLiteral("sample is not a JSON object: ") + parseError.errorString()};
-    JsonReader reader(doc.object());
-    T value = T::decode(reader, form);
-    if (reader.failed())
-        return {std::nullopt, reader.error()};
-    return {std::move(value), {}};
+    auto decoded = decodeJsonObject(text, [form](JsonReader &reader) { return T::decode(reader, form); });
+    if (!decoded)
+        return {std::nullopt, decoded.error()};
+    return {std::move(decoded).value(), {}};
 }
 
 inline QJsonObject objectOf(const QByteArray &text)

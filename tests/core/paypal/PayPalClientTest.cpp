@@ -271,7 +271,7 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
         {"token body not JSON", FakeResponse::json(200, "<html>maintenance</html>"), okSearch,
          PPError::Kind::Decoding, {}},
         {"search body an array", okToken, FakeResponse::json(200, "[]"), PPError::Kind::Decoding,
-         u"PayPal decode error: expected a JSON object"_s},
+         u"PayPal decode error: expected a JSON object at the top level"_s},
         {"row without transaction_info", okToken, FakeResponse::json(200, R"({"transaction_details":[{"payer_info":{}}]})"),
          PPError::Kind::Decoding, u"PayPal decode error: key not found: transaction_details[0].transaction_info"_s},
         {"amount without value", okToken,

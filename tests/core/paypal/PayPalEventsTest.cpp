@@ -23,10 +23,9 @@ QList<PPTransaction> decoded(const QList<PayPalBodies::Row> &rows)
     QJsonArray details;
     for (const auto &row : rows)
         details.append(PayPalBodies::transaction(row));
-    JsonReader reader(QJsonDocument::fromJson(PayPalBodies::page(details)).object());
-    const PPListResp resp = PPListResp::decode(reader);
-    EXPECT_FALSE(reader.failed()) << reader.error().toStdString();
-    return resp.transaction_details.value_or(QList<PPTransaction>{});
+    auto resp = decodeJsonObject(PayPalBodies::page(details), [](JsonReader &r) { return PPListResp::decode(r); });
+    EXPECT_TRUE(resp.ok()) << resp.error().toStdString();
+    return resp ? resp->transaction_details.value_or(QList<PPTransaction>{}) : QList<PPTransaction>{};
 }
 
 PPInfo info(const char *code, const char *status)

@@ -257,8 +257,9 @@ TEST_F(StripeClientTest, SuccessfulAnswerThatIsNotJsonIsADecodeError)
         QString description;
     };
     const Row rows[] = {
-        {"html", "<html><body>Bad gateway</body></html>", u"Stripe decode error: illegal value at offset 1"_s},
-        {"empty", "", u"Stripe decode error: illegal value at offset 0"_s},
+        // The parser's own words follow the prefix.
+        {"html", "<html><body>Bad gateway</body></html>", u"Stripe decode error: "_s},
+        {"empty", "", u"Stripe decode error: "_s},
         {"list without has_more", R"({"object":"list","data":[]})", u"Stripe decode error: key not found: has_more"_s},
     };
     for (const Row &row : rows) {
@@ -267,7 +268,7 @@ TEST_F(StripeClientTest, SuccessfulAnswerThatIsNotJsonIsADecodeError)
         const auto result = run(client().fetchPaidInvoices(since));
         ASSERT_FALSE(result.ok());
         EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
-        EXPECT_EQ(result.error().description(), row.description);
+        EXPECT_TRUE(result.error().description().startsWith(row.description)) << result.error().description().toStdString();
     }
 }
 
