@@ -34,9 +34,10 @@ const Row *find(QStringView code)
 
 QString formatNum(double v)
 {
-    if (v >= 100)
+    // Chosen by what the number rounds to, so 99.99 reads "100", never "100.0".
+    if (v >= 99.95)
         return QString::asprintf("%.0f", v);
-    if (v >= 10)
+    if (v >= 9.995)
         return QString::asprintf("%.1f", v);
     return QString::asprintf("%.2f", v);
 }

@@ -143,6 +143,12 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 
 TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
 {
+    // A zero-amount stand-alone charge (a trial, a card check) is no sale.
+    byType.insert(u"charge.succeeded"_s,
+                  FakeResponse::json(200, page({StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'773'140'050,
+                                                                    charge({.id = u"ch_zero"_s, .amount = 0}, Shape::Legacy),
+                                                                    Shape::Legacy)},
+                                               false)));
     byType.insert(u"invoice.payment_succeeded"_s,
                   FakeResponse::json(200, page({StripeBodies::event(u"evt_y"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
                                                                     invoice({.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),

@@ -30,6 +30,12 @@ TEST(CurrencyConverter, CompactFormats)
         {127, "gbp", u"£100"_s},
         {114, "CHF", u"CHF 100"_s},
         {-27000, "EUR", u"-€25.0K"_s},
+        // Exactly at, or rounding up to, a hundred of a unit.
+        {100'000, "USD", u"$100K"_s},
+        {99'999.99, "USD", u"$100K"_s},
+        {100'000'000, "USD", u"$100M"_s},
+        {12'000'000, "INR", u"₹100Cr"_s}, // 1 000 000 000 rupees
+        {119'999.9, "INR", u"₹100L"_s},   // 9 999 991 rupees
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(std::to_string(row.usd) + " " + row.code);
