@@ -75,22 +75,6 @@ TEST_F(StripeClientTest, AnEmptyPageEndsPagingEvenWhenMoreIsClaimed)
     EXPECT_EQ(server.requests().size(), 1);
 }
 
-TEST_F(StripeClientTest, SubscriptionPagesChainBySubscriptionId)
-{
-    const QByteArray first = R"({"object":"list","has_more":true,"data":[
-        {"id":"sub_a","currency":"usd","status":"past_due","customer":"cus_a","latest_invoice":null},
-        {"id":"sub_b","currency":"usd","status":"past_due","customer":{"id":"cus_b","object":"customer","deleted":true}}]})";
-    const QByteArray second = R"({"object":"list","has_more":false,"data":[{"id":"sub_c","currency":"jpy","status":"past_due"}]})";
-    server.enqueue("GET", "/v1/subscriptions", FakeResponse::json(200, first));
-    server.enqueue("GET", "/v1/subscriptions", FakeResponse::json(200, second));
-    const auto result = run(client().fetchSubscriptionsByStatus(u"past_due"_s));
-    ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
-    ASSERT_EQ(result->size(), 3);
-    EXPECT_EQ(result->at(1).customer->id, u"cus_b"_s);
-    ASSERT_EQ(server.requests().size(), 2);
-    EXPECT_EQ(startingAfter(server.requests()[1]), u"sub_b"_s);
-}
-
 TEST_F(StripeClientTest, HistoricalChargesStopAtFiftyPages)
 {
     server.setHandler("GET", "/v1/charges", chargePages(60));
@@ -100,15 +84,6 @@ TEST_F(StripeClientTest, HistoricalChargesStopAtFiftyPages)
     EXPECT_EQ(server.requests().size(), 50);
     EXPECT_EQ(result->last().id, u"ch_49_99"_s);
     EXPECT_EQ(startingAfter(server.requests().last()), u"ch_48_99"_s);
-}
-
-TEST_F(StripeClientTest, HistoricalChargesEndWithTheLastPageBeforeTheCap)
-{
-    server.setHandler("GET", "/v1/charges", chargePages(3));
-    const auto result = run(client().fetchSucceededChargesHistorical(since, std::nullopt));
-    ASSERT_TRUE(result.ok());
-    EXPECT_EQ(result->size(), 300);
-    EXPECT_EQ(server.requests().size(), 3);
 }
 
 TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
