@@ -222,16 +222,6 @@ void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)
         Q_EMIT eventsToNotify(fresh);
 }
 
-void RevenueEngine::updateAchievements()
-{
-    // Milestones and best records are computed by the achievements feature.
-}
-
-void RevenueEngine::fillHistoricalGap()
-{
-    // The 31–90-day charge history is added by the historical gap fill.
-}
-
 QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken)
 {
     // At-risk subscriptions are loaded by the at-risk feature.

@@ -24,6 +24,10 @@
 class IconCache;
 class StripeSource;
 struct DemoRetryBook;
+struct RawCharge;
+namespace GapFill {
+struct Window;
+}
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
 // a virtual clock, a fixed time zone and loopback provider endpoints.
@@ -145,6 +149,12 @@ public:
     double thisMonthRevenueUSD() const;
     void rebuildBucketsFromFeed();
 
+    // Best records and milestones from the feed; written to "achievements.json" every time.
+    void updateAchievements();
+    // Publishes and saves records the user raised by hand; updateAchievements() then
+    // unlocks what they reach.
+    void saveAchievements(const AchievementsState &state);
+
     // Merges by id (a new event replaces a stored one), drops events before `horizon` and
     // those `superseded`, and sorts newest first.
     static QList<PaymentEvent> mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
@@ -205,8 +215,8 @@ private:
                                       CancellationToken token, CycleLoads *loads);
     void closeCycle(Date start, quint64 generation);
     void notifyForNewEvents(const QList<PaymentEvent> &events);
-    void updateAchievements();
     void fillHistoricalGap();
+    QCoro::Task<> runHistoricalGapFill(QList<Account> accounts, GapFill::Window window, CancellationToken token);
     Date retentionHorizon() const;
     QCoro::Task<> refreshCycle(CancellationToken token);
     QCoro::Task<> runAtRiskRefresh(CancellationToken token);

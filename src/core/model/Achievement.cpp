@@ -16,6 +16,19 @@ Achievement Achievement::decode(JsonReader &r, DateForm form)
     return a;
 }
 
+const QList<double> &AchievementsState::thresholds(AchievementPeriod period)
+{
+    static const QList<double> day{50, 100, 250, 500, 1000, 2500, 5000, 10000, 25000, 50000, 100000};
+    static const QList<double> week{500, 1000, 5000, 10000, 25000, 50000, 100000, 250000, 500000};
+    static const QList<double> month{1000, 5000, 10000, 25000, 50000, 100000, 250000, 500000, 1000000, 2500000, 5000000};
+    switch (period) {
+    case AchievementPeriod::Day: return day;
+    case AchievementPeriod::Week: return week;
+    case AchievementPeriod::Month: return month;
+    }
+    return day;
+}
+
 AchievementsState AchievementsState::decode(JsonReader &r, DateForm form)
 {
     AchievementsState s;

@@ -29,7 +29,11 @@ struct AchievementsState
     double bestMonthUSD = 0;
     std::optional<Date> bestMonthStartDate;
 
+    // The milestones of each period in US dollars, ascending.
+    static const QList<double> &thresholds(AchievementPeriod period);
+
     static AchievementsState decode(JsonReader &reader, DateForm form = DateForm::Iso8601);
+    friend bool operator==(const AchievementsState &, const AchievementsState &) = default;
 };
 
 QJsonObject toJson(const Achievement &achievement, DateForm form = DateForm::Iso8601);

@@ -3,9 +3,13 @@
 #include <QLocale>
 
 TimeContext::TimeContext()
-    : m_zone(QTimeZone::systemTimeZone())
-    , m_firstDayOfWeek(QLocale::system().firstDayOfWeek())
+    : TimeContext(forLocale(QTimeZone::systemTimeZone(), QLocale::system()))
 {
+}
+
+TimeContext TimeContext::forLocale(QTimeZone zone, const QLocale &locale)
+{
+    return TimeContext(std::move(zone), locale.firstDayOfWeek());
 }
 
 TimeContext::TimeContext(QTimeZone zone, Qt::DayOfWeek firstDayOfWeek)

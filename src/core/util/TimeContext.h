@@ -2,6 +2,7 @@
 
 #include "util/Date.h"
 
+#include <QLocale>
 #include <QTimeZone>
 
 // The user's calendar: Gregorian days in a time zone, weeks starting on a given weekday.
@@ -11,6 +12,8 @@ class TimeContext
 public:
     TimeContext(); // the system's zone and the locale's first weekday
     TimeContext(QTimeZone zone, Qt::DayOfWeek firstDayOfWeek);
+    // Weeks start on the locale's first weekday (Sunday in the US, Monday in Germany).
+    static TimeContext forLocale(QTimeZone zone, const QLocale &locale);
 
     const QTimeZone &zone() const { return m_zone; }
     Qt::DayOfWeek firstDayOfWeek() const { return m_firstDayOfWeek; }

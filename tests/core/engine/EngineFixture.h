@@ -40,6 +40,7 @@ protected:
         return Date::fromDateTime(QDateTime(QDate(y, m, d), QTime(h, min, s), calendar.zone()));
     }
 
+public:
     static PaymentEvent event(const QString &id, Date date, RevenueKind kind, double usd,
                               QUuid account = QUuid::fromString(QStringLiteral("11111111-1111-1111-1111-111111111111")))
     {

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "model/PaymentEvent.h"
+
+#include <QUuid>
+
+// One customer's events of one kind in a range: a row of the drill-down.
+struct CustomerGroup
+{
+    QString id; // lower-case e-mail, or "__noemail__" + event id when there is none
+    QString displayName;
+    std::optional<QString> email;
+    double totalUSD = 0;
+    double totalNative = 0;
+    QString currency;
+    int count = 0;
+    Date lastDate;
+    QList<PaymentEvent> events; // newest first
+    QString accountName;
+    friend bool operator==(const CustomerGroup &, const CustomerGroup &) = default;
+};
+
+// Who is behind a totals tile. Pure functions of the feed.
+namespace DrillDown {
+
+struct Selection
+{
+    std::optional<RevenueKind> kind; // none: every kind
+    Date start;
+    Date end;
+    std::optional<QUuid> account;
+};
+
+// The events of the selection, newest first.
+QList<PaymentEvent> events(const QList<PaymentEvent> &feed, const Selection &selection);
+
+// `events` (newest first) grouped per customer: by e-mail ignoring case, every event without
+// an e-mail on its own; biggest total first, equal totals in order of their newest event.
+QList<CustomerGroup> groups(const QList<PaymentEvent> &events);
+
+} // namespace DrillDown

@@ -1,0 +1,89 @@
+// The historical gap fill: once per process, after the first successful refresh, the
+// 31–90-day range is rebuilt from each enabled Stripe account's succeeded charges.
+#include "RevenueEngine.h"
+
+#include "engine/GapFill.h"
+#include "stripe/StripeClient.h"
+#include "stripe/StripeSource.h"
+
+#include <QPointer>
+
+void RevenueEngine::fillHistoricalGap()
+{
+    QList<Account> stripeAccounts;
+    for (const Account &a : std::as_const(m_accounts))
+        if (a.enabled && a.provider == AccountProvider::Stripe)
+            stripeAccounts.append(a);
+    // Without a Stripe account the flag stays down, so a later refresh tries again.
+    if (stripeAccounts.isEmpty() || m_isLoadingHistoricalGap)
+        return;
+    const auto window = GapFill::window(now(), m_env.calendar, historicalDeepLookbackDays);
+    if (!window) {
+        m_historicalGapFilled = true;
+        return;
+    }
+    assign(m_isLoadingHistoricalGap, true, &RevenueEngine::isLoadingHistoricalGapChanged);
+    // Nobody awaits the fill; the engine's background group owns it and cancels it.
+    m_backgroundTasks.start([&](CancellationToken token) { return runHistoricalGapFill(stripeAccounts, *window, token); });
+}
+
+QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFill::Window window,
+                                                  CancellationToken token)
+{
+    QPointer<RevenueEngine> self(this);
+    // All accounts' listings run side by side; each is awaited in turn. The invoice payments
+    // since the gap's start tell which charges paid an invoice, as in the main load.
+    std::vector<StripeClient::Reply<QList<RawCharge>>> fetches;
+    std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> linkFetches;
+    fetches.reserve(accounts.size());
+    linkFetches.reserve(accounts.size());
+    // The sources (real or demo) stay alive while their requests run.
+    std::vector<std::shared_ptr<const StripeSource>> sources;
+    for (const Account &account : std::as_const(accounts)) {
+        sources.push_back(stripeSource(account));
+        fetches.push_back(sources.back()->fetchSucceededChargesHistorical(window.start, window.end, token));
+        linkFetches.push_back(sources.back()->fetchPaidInvoicePayments(window.start, token));
+    }
+
+    struct Loaded
+    {
+        qsizetype account;
+        QList<RawCharge> charges;
+        GapFill::InvoiceLinks links;
+    };
+    QList<Loaded> loaded;
+    for (std::size_t i = 0; i < fetches.size(); ++i) {
+        auto charges = co_await fetches[i];
+        auto payments = co_await linkFetches[i];
+        // The engine cancels this task only when it goes away.
+        if (!self || token.isCancelled())
+            co_return;
+        // A failing account adds nothing and is not reported. Without the links a charge
+        // cannot be told from a sale, so an account whose links fail adds nothing either.
+        // A key without the invoice-payment scope keeps the links older charges carry.
+        const bool linksRefused = !payments.ok() && payments.error().kind() == StripeError::Kind::Http
+            && (payments.error().status() == 401 || payments.error().status() == 403);
+        if (!charges.ok() || (!payments.ok() && !linksRefused))
+            continue;
+        const GapFill::InvoiceLinks links =
+            GapFill::linksFrom(charges.value(), payments.ok() ? payments.value() : QList<RawInvoicePayment>{});
+        loaded.append({static_cast<qsizetype>(i), std::move(charges).value(), links});
+    }
+
+    // From here on nothing suspends: reading the feed and replacing it happen in one step,
+    // so a refresh that finished meanwhile is merged, not overwritten.
+    const Date current = now();
+    QList<GapFill::HistoricalEvent> historical;
+    for (const Loaded &l : std::as_const(loaded))
+        for (const RawCharge &charge : l.charges)
+            if (auto event = GapFill::fromCharge(charge, accounts.at(l.account), l.links, current))
+                historical.append(std::move(*event));
+    // Old revenue is never announced, also when a later refresh sees it again.
+    for (const GapFill::HistoricalEvent &h : std::as_const(historical))
+        m_seenEventIds.insert(h.event.id);
+    setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
+    m_env.storage.saveFeed(m_feed);
+    updateAchievements();
+    m_historicalGapFilled = true;
+    assign(m_isLoadingHistoricalGap, false, &RevenueEngine::isLoadingHistoricalGapChanged);
+}

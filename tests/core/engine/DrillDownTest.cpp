@@ -1,0 +1,100 @@
+// Per-customer breakdown of one kind and its CSV export.
+#include "EngineFixture.h"
+#include "engine/CsvExport.h"
+#include "engine/DrillDown.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QUuid other = QUuid::fromString(u"22222222-2222-2222-2222-222222222222"_s);
+
+PaymentEvent with(PaymentEvent e, std::optional<QString> email, QUuid account = {})
+{
+    e.customerEmail = std::move(email);
+    if (!account.isNull())
+        e.accountId = account;
+    return e;
+}
+
+} // namespace
+
+TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
+{
+    const Date t0 = Date::fromUnix(1'795'262'400);
+    const auto ev = [&](const char *id, int hoursAgo, double usd, RevenueKind kind = RevenueKind::New) {
+        return EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd);
+    };
+    const QList<PaymentEvent> feed{
+        with(ev("a1", 1, 10), u"Ann@Example.com"_s),
+        with(ev("b1", 2, 30), u"bob@example.com"_s),
+        with(ev("a2", 3, 25), u"ann@example.com"_s),
+        with(ev("x1", 4, 30), std::nullopt),
+        with(ev("x2", 5, 5), u""_s),
+        with(ev("r1", 6, 99, RevenueKind::Recurring), u"ann@example.com"_s),
+        with(ev("o1", 7, 70), u"ann@example.com"_s, other),
+        with(ev("old", 200, 500), u"ann@example.com"_s),
+    };
+    struct Case
+    {
+        const char *name;
+        std::optional<QUuid> account;
+        QStringList ids;
+        QList<int> counts;
+    };
+    const Case cases[] = {
+        {"all accounts", std::nullopt, {u"ann@example.com"_s, u"bob@example.com"_s, u"__noemail__x1"_s, u"__noemail__x2"_s},
+         {3, 1, 1, 1}},
+        {"one account", QUuid::fromString(u"11111111-1111-1111-1111-111111111111"_s),
+         {u"ann@example.com"_s, u"bob@example.com"_s, u"__noemail__x1"_s, u"__noemail__x2"_s}, {2, 1, 1, 1}},
+        {"an account without events", QUuid::createUuid(), {}, {}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto events = DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, c.account});
+        const QList<CustomerGroup> groups = DrillDown::groups(events);
+        QStringList ids;
+        QList<int> counts;
+        for (const CustomerGroup &g : groups) {
+            ids << g.id;
+            counts << g.count;
+        }
+        EXPECT_EQ(ids, c.ids);
+        EXPECT_EQ(counts, c.counts);
+    }
+    const auto groups = DrillDown::groups(DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, {}}));
+    EXPECT_EQ(groups[0].displayName, u"Ann@Example.com"_s) << "the newest event names the group";
+    EXPECT_EQ(groups[0].totalUSD, 105);
+    EXPECT_EQ(groups[0].lastDate, t0.addingSeconds(-3600));
+    EXPECT_EQ(groups[2].displayName, u"Payment"_s);
+}
+
+TEST(CsvExport, QuotesWhatWouldBreakARow)
+{
+    const struct
+    {
+        QString text;
+        QString field;
+    } cases[] = {
+        {u"plain"_s, u"plain"_s},
+        {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
+        {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s},
+        {u"two\nlines"_s, u"\"two\nlines\""_s},
+        {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s},
+        {u"Zoë ✓"_s, u"Zoë ✓"_s},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(CsvExport::field(c.text), c.field) << c.text.toStdString();
+
+    PaymentEvent e = EngineFixture::event(u"ch_1"_s, Date::fromUnix(1'795'262'400), RevenueKind::New, 12.5);
+    e.description = u"Team, \"annual\""_s;
+    e.amount = 1875;
+    e.currency = u"jpy"_s;
+    e.customerEmail = u"zoë@example.com"_s;
+    EXPECT_EQ(CsvExport::events({e}),
+              "date,kind,account,customer_email,description,amount,currency,amount_usd,id,dashboard_url\r\n"
+              "2026-11-21T12:00:00Z,new,Main,zoë@example.com,\"Team, \"\"annual\"\"\",1875.00,JPY,12.50,ch_1,\r\n");
+    EXPECT_EQ(CsvExport::customers(DrillDown::groups({e})),
+              "customer,email,account,events,amount,currency,amount_usd,last_date\r\n"
+              "zoë@example.com,zoë@example.com,Main,1,1875.00,JPY,12.50,2026-11-21T12:00:00Z\r\n");
+}
