@@ -50,7 +50,7 @@ void BM_DrillDown(benchmark::State &state)
     const QList<PaymentEvent> feed = makeFeed(now);
     const DrillDown::Selection selection{RevenueKind::Recurring, now.addingSeconds(-91 * 86400.0), now, std::nullopt};
     for (auto _ : state) {
-        const QList<CustomerGroup> groups = DrillDown::groups(DrillDown::events(feed, selection));
+        const QList<CustomerGroup> groups = DrillDown::groups(feed, DrillDown::events(feed, selection));
         benchmark::DoNotOptimize(groups.size());
     }
 }

@@ -180,6 +180,8 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
     DashboardModel dashboard(&engine, locale);
     GeneralSettingsModel general(&engine);
     AccountsModel accounts(&engine);
+    AchievementsModel achievements(&engine, locale);
+    DrillDownModel drillDown(&engine, locale);
     Navigation navigation;
     Appearance appearance(nullptr);
     Appearance::setInstance(&appearance);
@@ -206,6 +208,9 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
         {u"RevenueChartView"_s, {{u"model"_s, QVariant::fromValue(dashboard.chart())}}},
         {u"UpdateRequiredView"_s, {{u"update"_s, QVariant::fromValue(&update)}}},
         {u"UpdateAvailableBanner"_s, {{u"update"_s, QVariant::fromValue(&update)}}},
+        {u"AchievementsPane"_s,
+         {{u"model"_s, QVariant::fromValue(&achievements)}, {u"navigation"_s, QVariant::fromValue(&navigation)}}},
+        {u"DrillDownPane"_s, {{u"model"_s, QVariant::fromValue(&drillDown)}, {u"navigation"_s, QVariant::fromValue(&navigation)}}},
     };
     // Delegates and windows are loaded through their owners.
     const QSet<QString> loadedByOwners{u"FeedRow"_s, u"Main"_s, u"AccountEditorView"_s};

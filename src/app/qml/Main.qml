@@ -79,11 +79,19 @@ Window {
             Loader {
                 id: loader
                 anchors.fill: parent
-                // Panes of later releases (drill-down, at-risk, achievements) keep the
-                // navigation value and show the dashboard meanwhile.
-                // While this version is blocked nothing but the update-required view is reachable.
-                sourceComponent: window.app.update.isBlocked ? updateRequired
-                                 : window.app.navigation.pane === "settings" ? settingsPane : dashboardPane
+                // Panes of later releases (at-risk) keep the navigation value and show the
+                // dashboard meanwhile. While this version is blocked nothing but the
+                // update-required view is reachable.
+                sourceComponent: {
+                    if (window.app.update.isBlocked)
+                        return updateRequired
+                    switch (window.app.navigation.pane) {
+                    case "settings": return settingsPane
+                    case "achievements": return achievementsPane
+                    case "drillDown": return drillDownPane
+                    default: return dashboardPane
+                    }
+                }
             }
         }
     }
@@ -104,6 +112,21 @@ Window {
             dashboard: window.app.dashboard
             navigation: window.app.navigation
             onQuitRequested: window.app.quit()
+            onOpenLink: link => window.app.openUrl(link)
+        }
+    }
+    Component {
+        id: achievementsPane
+        AchievementsPane {
+            model: window.app.achievements
+            navigation: window.app.navigation
+        }
+    }
+    Component {
+        id: drillDownPane
+        DrillDownPane {
+            model: window.app.drillDown
+            navigation: window.app.navigation
             onOpenLink: link => window.app.openUrl(link)
         }
     }

@@ -36,6 +36,8 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
         m_wasBlocked = blocked;
         updateTray();
     });
+    m_achievements = std::make_unique<AchievementsModel>(m_engine.get(), m_options.locale);
+    m_drillDown = std::make_unique<DrillDownModel>(m_engine.get(), m_options.locale);
     Appearance::setInstance(&m_appearance);
     m_appearance.follow(m_engine.get());
     m_loginItem = Platform::createLoginItem(m_options.autostartConfigHome);
@@ -47,6 +49,11 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::closeEditor);
     // Saving is done with settings: the dashboard shows the new account's first refresh.
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
+    connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
+    connect(&m_navigation, &Navigation::paneChanged, this, [this] {
+        if (m_navigation.current().kind == AppPane::Case::DrillDown)
+            m_drillDown->setKind(m_navigation.current().drillDownKind);
+    });
 }
 
 QuorvaneApp::~QuorvaneApp()

@@ -6,7 +6,9 @@
 #include "shell/Navigation.h"
 #include "shell/TrayPresentation.h"
 #include "viewmodels/AccountsModel.h"
+#include "viewmodels/AchievementsModel.h"
 #include "viewmodels/DashboardModel.h"
+#include "viewmodels/DrillDownModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
 #include "viewmodels/UpdateModel.h"
 #include "update/UpdateChecker.h"
@@ -45,6 +47,8 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(int maxPanelHeight READ maxPanelHeight NOTIFY maxPanelHeightChanged)
     // Transparent room around the panel for its shadow; 0 where windows cannot be translucent.
     Q_PROPERTY(int frameMargin READ frameMargin CONSTANT)
+    Q_PROPERTY(AchievementsModel *achievements READ achievements CONSTANT)
+    Q_PROPERTY(DrillDownModel *drillDown READ drillDown CONSTANT)
 
 public:
     static constexpr int panelWidth = 440;
@@ -63,6 +67,8 @@ public:
     AccountsModel *accounts() { return m_accounts.get(); }
     UpdateChecker *updateChecker() { return m_updateChecker.get(); }
     UpdateModel *update() { return m_update.get(); }
+    AchievementsModel *achievements() { return m_achievements.get(); }
+    DrillDownModel *drillDown() { return m_drillDown.get(); }
     TrayItem *tray() { return m_tray.get(); }
     QQuickWindow *window() const { return m_window; }
     QQmlApplicationEngine *qmlEngine() { return &m_qml; }
@@ -104,6 +110,8 @@ private:
     std::unique_ptr<DashboardModel> m_dashboard;
     std::unique_ptr<GeneralSettingsModel> m_general;
     std::unique_ptr<AccountsModel> m_accounts;
+    std::unique_ptr<AchievementsModel> m_achievements;
+    std::unique_ptr<DrillDownModel> m_drillDown;
     std::unique_ptr<TrayItem> m_tray;
     std::unique_ptr<LoginItem> m_loginItem;
     QQmlApplicationEngine m_qml;

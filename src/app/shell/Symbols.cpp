@@ -54,6 +54,9 @@ constexpr Entry table[] = {
     {"arrow.up.circle.fill", "circle-arrow-up"},
     {"arrow.up.circle", "circle-arrow-up"},
     {"sparkles", "sparkles"},
+    {"star.fill", "star"},
+    {"tray", "inbox"},
+    {"square.and.arrow.down", "download"},
 };
 
 } // namespace

@@ -33,6 +33,18 @@ QString eventDateLabel(Date date, Date now, const TimeContext &calendar, const Q
     return locale.toString(local, u"MMM d 'at' h:mm AP"_s);
 }
 
+QString shortDateLabel(Date date, Date now, const TimeContext &calendar, const QLocale &locale)
+{
+    const QDateTime local = calendar.local(date);
+    if (calendar.isSameDay(date, now))
+        return u"Today "_s + locale.toString(local.time(), u"h:mm AP"_s);
+    if (calendar.isSameDay(date, calendar.addingDays(now, -1)))
+        return u"Yesterday"_s;
+    if (now.secondsSince(date) < 604800)
+        return relativeTime(date, now);
+    return locale.toString(local.date(), u"MMM d"_s);
+}
+
 QString relativeTime(Date date, Date now)
 {
     const double delta = now.secondsSince(date);

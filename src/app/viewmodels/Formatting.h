@@ -19,6 +19,9 @@ QString formatDuration(double seconds);
 // "Today at 3:05 PM", "Yesterday at 9:12 AM", "3 days ago", "Mar 2 at 4:00 PM".
 QString eventDateLabel(Date date, Date now, const TimeContext &calendar, const QLocale &locale);
 
+// The drill-down's shorter form: "Today 3:05 PM", "Yesterday", "3 days ago", "Mar 2".
+QString shortDateLabel(Date date, Date now, const TimeContext &calendar, const QLocale &locale);
+
 // A relative phrase in full units: "just now", "5 minutes ago", "in 2 hours".
 QString relativeTime(Date date, Date now);
 

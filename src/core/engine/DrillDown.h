@@ -15,7 +15,9 @@ struct CustomerGroup
     QString currency;
     int count = 0;
     Date lastDate;
-    QList<PaymentEvent> events; // newest first
+    // The group's events as positions in the list it was built from, newest first: tens of
+    // thousands of event copies per tile click would cost more than the grouping itself.
+    QList<qsizetype> events;
     QString accountName;
     friend bool operator==(const CustomerGroup &, const CustomerGroup &) = default;
 };
@@ -31,11 +33,13 @@ struct Selection
     std::optional<QUuid> account;
 };
 
-// The events of the selection, newest first.
-QList<PaymentEvent> events(const QList<PaymentEvent> &feed, const Selection &selection);
+// The positions in `feed` of the selection's events, newest first.
+QList<qsizetype> events(const QList<PaymentEvent> &feed, const Selection &selection);
+QList<PaymentEvent> eventsAt(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions);
 
-// `events` (newest first) grouped per customer: by e-mail ignoring case, every event without
-// an e-mail on its own; biggest total first, equal totals in order of their newest event.
-QList<CustomerGroup> groups(const QList<PaymentEvent> &events);
+// The events at `positions` (newest first) grouped per customer: by e-mail ignoring case,
+// every event without an e-mail on its own; biggest total first, equal totals in order of
+// their newest event.
+QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions);
 
 } // namespace DrillDown

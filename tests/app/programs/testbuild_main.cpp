@@ -87,7 +87,7 @@ int main(int argc, char **argv)
     const QCommandLineOption stripeBase(u"stripe-base"_s, u"Stripe API base URL."_s, u"url"_s);
     const QCommandLineOption paypalBase(u"paypal-base"_s, u"PayPal API base URL."_s, u"url"_s);
     const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"fields"_s);
-    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER."_s, u"pane"_s);
+    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER, achievements[:edit], drilldown:KIND."_s, u"pane"_s);
     const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
     const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
@@ -159,6 +159,10 @@ int main(int argc, char **argv)
         } else if (paneName.startsWith(u"editor:"_s)) {
             quorvane.navigation()->showSettings(u"accounts"_s);
             quorvane.accounts()->addAccount(paneName.mid(7));
+        } else if (paneName.startsWith(u"achievements"_s)) {
+            quorvane.navigation()->showAchievements();
+        } else if (paneName.startsWith(u"drilldown:"_s)) {
+            quorvane.navigation()->showDrillDown(paneName.mid(10));
         } else {
             quorvane.navigation()->showDashboard();
         }
@@ -208,6 +212,8 @@ int main(int argc, char **argv)
             return 3;
         QMetaObject::invokeMethod(button, "clicked");
     }
+    if (paneName == u"achievements:edit"_s)
+        quorvane.achievements()->toggleEditing();
     // Let the scene settle (layout, images, the elapsed-time tick).
     QElapsedTimer settle;
     settle.start();

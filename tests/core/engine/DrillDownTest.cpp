@@ -52,7 +52,7 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         const auto events = DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, c.account});
-        const QList<CustomerGroup> groups = DrillDown::groups(events);
+        const QList<CustomerGroup> groups = DrillDown::groups(feed, events);
         QStringList ids;
         QList<int> counts;
         for (const CustomerGroup &g : groups) {
@@ -62,10 +62,11 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         EXPECT_EQ(ids, c.ids);
         EXPECT_EQ(counts, c.counts);
     }
-    const auto groups = DrillDown::groups(DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, {}}));
+    const auto groups = DrillDown::groups(feed, DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, {}}));
     EXPECT_EQ(groups[0].displayName, u"Ann@Example.com"_s) << "the newest event names the group";
     EXPECT_EQ(groups[0].totalUSD, 105);
     EXPECT_EQ(groups[0].lastDate, t0.addingSeconds(-3600));
+    EXPECT_EQ(groups[0].events, (QList<qsizetype>{0, 2, 6}));
     EXPECT_EQ(groups[2].displayName, u"Payment"_s);
 }
 
@@ -94,7 +95,7 @@ TEST(CsvExport, QuotesWhatWouldBreakARow)
     EXPECT_EQ(CsvExport::events({e}),
               "date,kind,account,customer_email,description,amount,currency,amount_usd,id,dashboard_url\r\n"
               "2026-11-21T12:00:00Z,new,Main,zoë@example.com,\"Team, \"\"annual\"\"\",1875.00,JPY,12.50,ch_1,\r\n");
-    EXPECT_EQ(CsvExport::customers(DrillDown::groups({e})),
+    EXPECT_EQ(CsvExport::customers(DrillDown::groups({e}, {0})),
               "customer,email,account,events,amount,currency,amount_usd,last_date\r\n"
               "zoë@example.com,zoë@example.com,Main,1,1875.00,JPY,12.50,2026-11-21T12:00:00Z\r\n");
 }

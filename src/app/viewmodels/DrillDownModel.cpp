@@ -1,0 +1,253 @@
+#include "DrillDownModel.h"
+
+#include "engine/CsvExport.h"
+#include "engine/RevenueEngine.h"
+#include "model/CurrencyConverter.h"
+#include "viewmodels/Formatting.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace DrillDownLogic {
+
+QString title(RevenueKind kind)
+{
+    switch (kind) {
+    case RevenueKind::New: return u"New customers"_s;
+    case RevenueKind::Recurring: return u"Recurring renewals"_s;
+    case RevenueKind::Churn: return u"Canceled subscriptions"_s;
+    case RevenueKind::Failed: return u"Failed payments"_s;
+    case RevenueKind::Refund: return u"Refunds"_s;
+    }
+    return {};
+}
+
+QString countWord(RevenueKind kind)
+{
+    switch (kind) {
+    case RevenueKind::New: return u"new"_s;
+    case RevenueKind::Recurring: return u"renewal"_s;
+    case RevenueKind::Churn: return u"cancel"_s;
+    case RevenueKind::Failed: return u"failed"_s;
+    case RevenueKind::Refund: return u"refund"_s;
+    }
+    return {};
+}
+
+QString summaryLine(qsizetype groups, qsizetype events)
+{
+    return u"%1 unique customer%2 · %3 event%4"_s.arg(QString::number(groups), groups == 1 ? QString() : u"s"_s,
+                                                      QString::number(events), events == 1 ? QString() : u"s"_s);
+}
+
+QString emptyText(RevenueKind kind)
+{
+    return u"No "_s + title(kind).toLower() + u" in this range."_s;
+}
+
+QString suggestedFileName(const QString &what, RevenueKind kind, QDate today)
+{
+    const QString stem = what == u"events"_s ? u"events"_s : title(kind).toLower().replace(u' ', u'-');
+    return u"%1-%2.csv"_s.arg(stem, today.toString(Qt::ISODate));
+}
+
+std::optional<QString> writeFile(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    if (file.write(bytes) != bytes.size()) {
+        const QString error = file.errorString();
+        file.cancelWriting();
+        return error;
+    }
+    if (!file.commit())
+        return file.errorString();
+    return std::nullopt;
+}
+
+} // namespace DrillDownLogic
+
+DrillDownModel::DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *parent)
+    : QAbstractListModel(parent)
+    , m_engine(engine)
+    , m_locale(std::move(locale))
+{
+    for (auto signal : {&RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
+                        &RevenueEngine::selectedAccountFilterChanged, &RevenueEngine::accountsChanged})
+        connect(engine, signal, this, &DrillDownModel::rebuild);
+    rebuild();
+}
+
+DrillDownModel::~DrillDownModel()
+{
+    delete m_dialog;
+}
+
+QList<qsizetype> DrillDownModel::rangeEvents(std::optional<RevenueKind> kind) const
+{
+    const TimeRange range = m_engine->preferences().selectedRange;
+    return DrillDown::events(m_engine->feed(), {kind, m_engine->startDate(range), m_engine->endDate(range),
+                                                m_engine->selectedAccountFilter()});
+}
+
+void DrillDownModel::rebuild()
+{
+    beginResetModel();
+    const QList<qsizetype> events = rangeEvents(m_kind);
+    m_eventCount = events.size();
+    m_groups = DrillDown::groups(m_engine->feed(), events);
+    m_iconByAccountName.clear();
+    const QDir icons(m_engine->storage().iconsDir());
+    for (const Account &account : m_engine->accounts()) {
+        const QString file = icons.filePath(uuidText(account.id) + u".png"_s);
+        const QString lower = icons.filePath(uuidText(account.id).toLower() + u".png"_s);
+        if (QFileInfo::exists(file))
+            m_iconByAccountName.insert(account.name, file);
+        else if (QFileInfo::exists(lower))
+            m_iconByAccountName.insert(account.name, lower);
+    }
+    endResetModel();
+    Q_EMIT changed();
+}
+
+void DrillDownModel::setKind(RevenueKind kind)
+{
+    if (kind == m_kind)
+        return;
+    m_kind = kind;
+    m_copiedEmail.reset();
+    rebuild();
+}
+
+QString DrillDownModel::kindName() const
+{
+    return toRaw(m_kind);
+}
+
+void DrillDownModel::setKindName(const QString &raw)
+{
+    if (auto kind = fromRaw<RevenueKind>(raw))
+        setKind(*kind);
+}
+
+QString DrillDownModel::totalText() const
+{
+    double usd = 0;
+    for (const CustomerGroup &g : m_groups)
+        usd += g.totalUSD;
+    return Formatting::formatMoney(usd, m_engine->preferences());
+}
+
+QString DrillDownModel::summaryLine() const
+{
+    return DrillDownLogic::summaryLine(m_groups.size(), m_eventCount);
+}
+
+int DrillDownModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_groups.size());
+}
+
+QVariant DrillDownModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const CustomerGroup &g = m_groups.at(index.row());
+    const Preferences &prefs = m_engine->preferences();
+    switch (role) {
+    case Qt::DisplayRole:
+    case DisplayNameRole:
+        return prefs.privacyMode && g.email ? CurrencyConverter::maskEmail(g.displayName) : g.displayName;
+    case HasEmailRole: return g.email.has_value();
+    case CopiedRole: return g.email && m_copiedEmail == g.email;
+    case CountLineRole: return u"%1× %2"_s.arg(QString::number(g.count), DrillDownLogic::countWord(m_kind));
+    case DateLabelRole: return Formatting::shortDateLabel(g.lastDate, m_engine->now(), m_engine->calendar(), m_locale);
+    case AmountTextRole:
+        if (prefs.privacyMode)
+            return CurrencyConverter::mask(g.currency);
+        return QString((m_kind == RevenueKind::Churn ? u"-"_s : QString()) + Formatting::formatMoney(g.totalUSD, prefs));
+    case AmountColorRole: return Formatting::kindColor(m_kind);
+    case LetterRole: return g.accountName.left(1).toUpper();
+    case LetterColorRole: return Formatting::providerColor(g.accountName);
+    case IconSourceRole: {
+        const QString file = m_iconByAccountName.value(g.accountName);
+        return file.isEmpty() ? QString() : QUrl::fromLocalFile(file).toString();
+    }
+    case LinkUrlRole:
+        if (g.events.isEmpty())
+            return QUrl();
+        return m_engine->feed().at(g.events.first()).dashboardURL.value_or(QUrl());
+    }
+    return {};
+}
+
+QHash<int, QByteArray> DrillDownModel::roleNames() const
+{
+    return {
+        {DisplayNameRole, "displayName"}, {HasEmailRole, "hasEmail"},     {CopiedRole, "copied"},
+        {CountLineRole, "countLine"},     {DateLabelRole, "dateLabel"},   {AmountTextRole, "amountText"},
+        {AmountColorRole, "amountColor"}, {LetterRole, "letter"},         {LetterColorRole, "letterColor"},
+        {IconSourceRole, "iconSource"},   {LinkUrlRole, "linkUrl"},
+    };
+}
+
+void DrillDownModel::copyEmail(int row)
+{
+    if (row < 0 || row >= m_groups.size() || !m_groups.at(row).email)
+        return;
+    const QString email = *m_groups.at(row).email;
+    if (QClipboard *clipboard = QGuiApplication::clipboard())
+        clipboard->setText(email);
+    m_copiedEmail = email;
+    Q_EMIT dataChanged(index(0), index(static_cast<int>(m_groups.size()) - 1), {CopiedRole});
+    QTimer::singleShot(copiedResetMs, this, [this, email] {
+        if (m_copiedEmail != email)
+            return;
+        m_copiedEmail.reset();
+        if (!m_groups.isEmpty())
+            Q_EMIT dataChanged(index(0), index(static_cast<int>(m_groups.size()) - 1), {CopiedRole});
+    });
+}
+
+void DrillDownModel::exportCsv(const QString &what)
+{
+    delete m_dialog;
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QString name = DrillDownLogic::suggestedFileName(what, m_kind, m_engine->calendar().local(m_engine->now()).date());
+    // Not modal and not parented to the panel: the panel is a tool window that closes
+    // when it loses focus, and the dialog must outlive that.
+    m_dialog = new QFileDialog(nullptr, u"Export CSV"_s, QDir(folder).filePath(name), u"CSV files (*.csv)"_s);
+    m_dialog->setAcceptMode(QFileDialog::AcceptSave);
+    m_dialog->setDefaultSuffix(u"csv"_s);
+    m_dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_dialog, &QFileDialog::fileSelected, this, [this, what](const QString &path) { writeCsv(what, path); });
+    m_dialog->open();
+}
+
+bool DrillDownModel::writeCsv(const QString &what, const QString &path)
+{
+    const QByteArray bytes = what == u"events"_s
+        ? CsvExport::events(DrillDown::eventsAt(m_engine->feed(), rangeEvents(std::nullopt)))
+        : CsvExport::customers(m_groups);
+    const auto error = DrillDownLogic::writeFile(path, bytes);
+    const QString file = QFileInfo(path).fileName();
+    setExportStatus(error ? u"Couldn't save %1: %2"_s.arg(file, *error) : u"Saved %1"_s.arg(file));
+    return !error;
+}
+
+void DrillDownModel::setExportStatus(const QString &status)
+{
+    if (status == m_exportStatus)
+        return;
+    m_exportStatus = status;
+    Q_EMIT exportStatusChanged();
+}

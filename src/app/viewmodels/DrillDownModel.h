@@ -1,0 +1,106 @@
+#pragma once
+
+#include "engine/DrillDown.h"
+
+#include <QAbstractListModel>
+#include <QColor>
+#include <QLocale>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+class RevenueEngine;
+class QFileDialog;
+
+// The decisions behind the drill-down's texts, as pure functions.
+namespace DrillDownLogic {
+
+QString title(RevenueKind kind);     // "New customers"
+QString countWord(RevenueKind kind); // "new", "renewal", ...
+// "3 unique customers · 5 events"
+QString summaryLine(qsizetype groups, qsizetype events);
+// "No refunds in this range."
+QString emptyText(RevenueKind kind);
+// "new-customers-2026-11-20.csv"
+QString suggestedFileName(const QString &what, RevenueKind kind, QDate today);
+// Writes the whole file or nothing: none on success, else the reason.
+std::optional<QString> writeFile(const QString &path, const QByteArray &bytes);
+
+} // namespace DrillDownLogic
+
+// One kind's customers in the selected range and account filter, biggest first, with the
+// "Copied!" state and the CSV exports.
+class DrillDownModel : public QAbstractListModel
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the application")
+    Q_PROPERTY(QString kind READ kindName WRITE setKindName NOTIFY changed)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QString totalText READ totalText NOTIFY changed)
+    Q_PROPERTY(QString summaryLine READ summaryLine NOTIFY changed)
+    Q_PROPERTY(QString emptyText READ emptyText NOTIFY changed)
+    Q_PROPERTY(int groupCount READ groupCount NOTIFY changed)
+    Q_PROPERTY(QString exportStatus READ exportStatus NOTIFY exportStatusChanged)
+
+public:
+    enum Role {
+        DisplayNameRole = Qt::UserRole + 1,
+        HasEmailRole,
+        CopiedRole,
+        CountLineRole,
+        DateLabelRole,
+        AmountTextRole,
+        AmountColorRole,
+        LetterRole,
+        LetterColorRole,
+        IconSourceRole,
+        LinkUrlRole,
+    };
+
+    static constexpr int copiedResetMs = 1600;
+
+    DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *parent = nullptr);
+    ~DrillDownModel() override;
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    RevenueKind kind() const { return m_kind; }
+    void setKind(RevenueKind kind);
+    QString kindName() const;
+    void setKindName(const QString &raw);
+    QString title() const { return DrillDownLogic::title(m_kind); }
+    QString totalText() const;
+    QString summaryLine() const;
+    QString emptyText() const { return DrillDownLogic::emptyText(m_kind); }
+    int groupCount() const { return static_cast<int>(m_groups.size()); }
+    const QList<CustomerGroup> &groups() const { return m_groups; }
+    QString exportStatus() const { return m_exportStatus; }
+
+    Q_INVOKABLE void copyEmail(int row);
+    // Asks where to save, in the platform's save dialog, then writes. `what` is "customers"
+    // (one row per customer of this list) or "events" (every event of the range).
+    Q_INVOKABLE void exportCsv(const QString &what);
+    // The writing half, without the dialog.
+    bool writeCsv(const QString &what, const QString &path);
+    void rebuild();
+
+Q_SIGNALS:
+    void changed();
+    void exportStatusChanged();
+
+private:
+    QList<qsizetype> rangeEvents(std::optional<RevenueKind> kind) const;
+    void setExportStatus(const QString &status);
+
+    RevenueEngine *m_engine;
+    QLocale m_locale;
+    RevenueKind m_kind = RevenueKind::New;
+    QList<CustomerGroup> m_groups; // positions into the engine's feed, rebuilt when it changes
+    qsizetype m_eventCount = 0;
+    std::optional<QString> m_copiedEmail;
+    QHash<QString, QString> m_iconByAccountName;
+    QString m_exportStatus;
+    QPointer<QFileDialog> m_dialog;
+};

@@ -1,0 +1,101 @@
+// The achievements pane's decisions and the drill-down's model and CSV files.
+#include "AppFixture.h"
+#include "model/CurrencyConverter.h"
+#include "support/TestUtil.h"
+#include "viewmodels/AchievementsModel.h"
+#include "viewmodels/DrillDownModel.h"
+
+#include <QAbstractItemModelTester>
+
+using namespace Qt::StringLiterals;
+
+TEST(AchievementsLogic, HandEditsOnlyRaiseRecordsInUSD)
+{
+    const TimeContext calendar(QTimeZone("Europe/Berlin"), Qt::Monday);
+    AchievementsState stored;
+    stored.bestDayUSD = 500;
+    stored.bestDayDate = Date::fromUnix(1'773'100'000);
+    const QDate picked(2025, 12, 24);
+    const struct
+    {
+        const char *name;
+        QString draft;
+        QString currency;
+        double bestDay;
+        bool redated;
+    } cases[] = {
+        {"grouped digits", u"1,250"_s, u"USD"_s, 1250, true},
+        {"converted from euros", u"1000"_s, u"EUR"_s, 1080, true},
+        {"below the record", u"499"_s, u"USD"_s, 500, false},
+        {"unreadable", u"lots"_s, u"USD"_s, 500, false},
+        {"negative", u"-900"_s, u"USD"_s, 500, false},
+        {"empty", u""_s, u"USD"_s, 500, false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto s = AchievementsLogic::applyDrafts(stored, {{{c.draft, picked}, {}, {}}}, c.currency, calendar);
+        EXPECT_DOUBLE_EQ(s.bestDayUSD, c.bestDay);
+        EXPECT_EQ(s.bestDayDate == Date::fromDateTime(picked.startOfDay(calendar.zone())), c.redated);
+        EXPECT_EQ(s.bestWeekUSD, 0);
+    }
+    EXPECT_DOUBLE_EQ(AchievementsLogic::inputAmount(1080, u"EUR"_s), 1000);
+    EXPECT_DOUBLE_EQ(AchievementsLogic::inputAmount(70, u"XYZ"_s), 70);
+}
+
+TEST(AchievementsLogic, CaptionsAndNextMilestones)
+{
+    Preferences prefs;
+    EXPECT_EQ(AchievementsLogic::caption(300, 300, prefs), (AchievementsLogic::Caption{u"New best"_s, true}));
+    EXPECT_EQ(AchievementsLogic::caption(0, 0, prefs), (AchievementsLogic::Caption{u"First record"_s, false}));
+    EXPECT_EQ(AchievementsLogic::caption(10, 300, prefs).text, u"Best $300"_s);
+
+    AchievementsState s;
+    s.bestDayUSD = 100'000; // every day milestone reached
+    s.bestWeekUSD = 999;
+    s.bestMonthUSD = 0;
+    auto rows = AchievementsLogic::nextUp(s, prefs);
+    ASSERT_EQ(rows.size(), 2);
+    EXPECT_EQ(rows[0].period, AchievementPeriod::Week);
+    EXPECT_EQ(rows[0].percent, u"99%"_s) << "truncated, not rounded";
+    EXPECT_EQ(rows[0].toGo, u"$1 to go"_s);
+    EXPECT_EQ(rows[1].fraction, 0);
+    prefs.privacyMode = true;
+    rows = AchievementsLogic::nextUp(s, prefs);
+    EXPECT_EQ(rows[0].toGo, u"$•••• to go"_s);
+    EXPECT_EQ(rows[0].title, u"$••••"_s);
+}
+
+TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
+{
+    const QUuid acme = QUuid::createUuid();
+    storage().saveFeed({event(u"ann"_s, daysAgo(1), RevenueKind::Churn, 49, acme), event(u"bob"_s, daysAgo(2), RevenueKind::Churn, 99, acme),
+                        event(u"cat"_s, daysAgo(3), RevenueKind::New, 10, acme), event(u"old"_s, daysAgo(60), RevenueKind::Churn, 5, acme)});
+    RevenueEngine &e = startEngine();
+    DrillDownModel model(&e, locale);
+    QAbstractItemModelTester tester(&model);
+    model.setKindName(u"churn"_s);
+    EXPECT_EQ(model.title(), u"Canceled subscriptions"_s);
+    EXPECT_EQ(model.summaryLine(), u"2 unique customers · 2 events"_s);
+    ASSERT_EQ(model.rowCount(), 2);
+    const auto role = [&](int row, int r) { return model.data(model.index(row, 0), r).toString(); };
+    EXPECT_EQ(role(0, DrillDownModel::DisplayNameRole), u"bob@example.com"_s);
+    EXPECT_EQ(role(0, DrillDownModel::AmountTextRole), u"-$99"_s);
+    EXPECT_EQ(role(0, DrillDownModel::CountLineRole), u"1× cancel"_s);
+
+    const QString file = dir.filePath(u"out.csv"_s);
+    ASSERT_TRUE(model.writeCsv(u"customers"_s, file));
+    EXPECT_EQ(readFile(file).count("\r\n"), 3);
+    ASSERT_TRUE(model.writeCsv(u"events"_s, file));
+    EXPECT_EQ(readFile(file).count("\r\n"), 4) << "every kind of the range, the 60-day-old event left out";
+    EXPECT_FALSE(model.writeCsv(u"events"_s, dir.filePath(u"missing/out.csv"_s)));
+    EXPECT_TRUE(model.exportStatus().startsWith(u"Couldn't save out.csv: "_s));
+
+    Preferences prefs = e.preferences();
+    prefs.privacyMode = true;
+    e.setPreferences(prefs);
+    EXPECT_EQ(role(0, DrillDownModel::DisplayNameRole), CurrencyConverter::maskEmail(u"bob@example.com"_s));
+    model.setKindName(u"refund"_s);
+    EXPECT_EQ(model.rowCount(), 0);
+    EXPECT_EQ(model.emptyText(), u"No refunds in this range."_s);
+    EXPECT_EQ(DrillDownLogic::summaryLine(1, 1), u"1 unique customer · 1 event"_s);
+}
