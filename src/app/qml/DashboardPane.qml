@@ -11,9 +11,6 @@ ColumnLayout {
     property UpdateModel update
     signal quitRequested()
     signal openLink(url link)
-    // Entry points to panes that are not built yet stay hidden until their pane lands.
-    property bool drillDownAvailable: false
-    property bool achievementsAvailable: false
 
     spacing: 10
 
@@ -244,9 +241,9 @@ ColumnLayout {
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1
                     implicitHeight: 50
-                    hoverEnabled: pane.drillDownAvailable
-                    onClicked: if (pane.drillDownAvailable) pane.navigation.showDrillDown(kind)
-                    ToolTip.visible: hovered && pane.drillDownAvailable
+                    hoverEnabled: true
+                    onClicked: pane.navigation.showDrillDown(kind)
+                    ToolTip.visible: hovered
                     ToolTip.text: tooltip
                     ToolTip.delay: 600
                     background: Rectangle {
@@ -360,7 +357,6 @@ ColumnLayout {
             onClicked: pane.dashboard.refresh()
         }
         IconButton {
-            visible: pane.achievementsAvailable
             symbol: "trophy.fill"
             tip: "Achievements"
             onClicked: pane.navigation.showAchievements()
