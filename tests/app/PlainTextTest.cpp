@@ -1,0 +1,70 @@
+#include "AppFixture.h"
+#include "shell/QuorvaneApp.h"
+#include "support/FakeHttpServer.h"
+#include "viewmodels/DashboardModel.h"
+#include "viewmodels/FeedModel.h"
+
+#include <QCoroTask>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+QList<QQuickItem *> textItemsShowing(QQuickItem *root, const QString &needle)
+{
+    QList<QQuickItem *> out;
+    for (QQuickItem *child : root->childItems()) {
+        if (child->inherits("QQuickText") && child->property("text").toString().contains(needle))
+            out.append(child);
+        out.append(textItemsShowing(child, needle));
+    }
+    return out;
+}
+} // namespace
+
+// Markup in a customer's text or a provider's error page is shown as typed and names
+// nothing the panel would fetch: the image URLs point at the same loopback server.
+TEST_F(AppFixture, ProviderAndErrorTextIsShownLiterallyAndFetchesNothing)
+{
+    FakeHttpServer server;
+    const QString pixel = server.baseUrl().toString() + u"/pixel.png"_s;
+    server.setFallback([&](const RecordedRequest &) {
+        return FakeResponse{503, u"<h1><img src=\"%1\">Down</h1>"_s.arg(pixel).toUtf8(), {{"Content-Type", "text/html"}}};
+    });
+    Account acme;
+    acme.name = u"Acme"_s;
+    acme.stripeRestrictedKey = u"rk_test_1"_s;
+    storage().saveAccounts({acme});
+    PaymentEvent sale = event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id);
+    sale.description = u"<img src=\"%1\"><b>Pro</b> <font size=\"7\">plan</font>"_s.arg(pixel);
+    sale.customerEmail = u"<i>x</i>@example.com"_s;
+    storage().saveFeed({sale});
+
+    AppOptions options;
+    options.environment = environment();
+    options.environment.endpoints.stripeApi = server.baseUrl();
+    options.locale = locale;
+    options.autostartConfigHome = dir.filePath(u"config"_s);
+    options.createTray = false;
+    QuorvaneApp app(options);
+    ASSERT_TRUE(app.start());
+    QCoro::waitFor(app.engine()->refresh());
+    ASSERT_TRUE(app.engine()->lastError().value_or(QString()).contains(u"<h1>"_s));
+    app.showPanelAt(QPoint(0, 0));
+    app.dashboard()->feed()->toggle(0);
+    QTest::qWait(300);
+
+    for (const QString &literal : {sale.description, *sale.customerEmail, u"<h1><img"_s}) {
+        SCOPED_TRACE(literal.toStdString());
+        const auto items = textItemsShowing(app.window()->contentItem(), literal);
+        ASSERT_FALSE(items.isEmpty());
+        for (QQuickItem *item : items)
+            EXPECT_EQ(item->property("textFormat").toInt(), 0) << "Text.PlainText";
+    }
+    int pixelRequests = 0;
+    for (const RecordedRequest &r : server.requests())
+        pixelRequests += r.path == "/pixel.png";
+    EXPECT_EQ(pixelRequests, 0);
+}
