@@ -1,3 +1,4 @@
+#include "platform/KeychainSecretStore.h"
 #include "shell/Fonts.h"
 #include "shell/QuorvaneApp.h"
 #include "update/BuildInfo.h"
@@ -21,6 +22,7 @@ int main(int argc, char **argv)
     AppOptions options;
     // `make run` on a machine without keys: QUORVANE_DEMO=1, or --demo.
     options.demo = app.arguments().contains(QStringLiteral("--demo")) || qEnvironmentVariable("QUORVANE_DEMO") == u"1";
+    options.environment.secrets = makeDesktopSecretStore();
     QuorvaneApp quorvane(options);
     if (!quorvane.start())
         return 1;

@@ -346,6 +346,16 @@ ColumnLayout {
         }
     }
 
+    UiText {
+        visible: text.length > 0
+        Layout.fillWidth: true
+        text: pane.dashboard.notesText
+        size: 9
+        color: Appearance.secondary
+        wrapMode: Text.Wrap
+        elide: Text.ElideNone
+    }
+
     // Footer.
     RowLayout {
         Layout.fillWidth: true

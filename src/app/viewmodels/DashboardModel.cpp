@@ -71,7 +71,8 @@ DashboardModel::DashboardModel(RevenueEngine *engine, QLocale locale, QObject *p
     for (auto signal : {&RevenueEngine::isLoadingChanged, &RevenueEngine::lastErrorChanged,
                         &RevenueEngine::lastRefreshedChanged, &RevenueEngine::lastRefreshDurationChanged,
                         &RevenueEngine::refreshProgressChanged, &RevenueEngine::refreshStartTimeChanged,
-                        &RevenueEngine::unavailableKindsChanged, &RevenueEngine::isLoadingHistoricalGapChanged})
+                        &RevenueEngine::unavailableKindsChanged, &RevenueEngine::isLoadingHistoricalGapChanged,
+                        &RevenueEngine::damagedFilesChanged})
         connect(engine, signal, this, &DashboardModel::recompute);
 
     connect(&m_accountFilters, &ChoiceListModel::chosen, this, [this](int row) {
@@ -262,6 +263,15 @@ bool DashboardModel::rangeHasHistoricalLimit() const
 int DashboardModel::feedCount() const
 {
     return static_cast<int>(m_engine->feed().size());
+}
+
+QString DashboardModel::notesText() const
+{
+    QStringList lines;
+    for (const FileDamage &damage : m_engine->damagedFiles())
+        lines.append(DamagedFiles::describe(damage));
+    lines.append(Formatting::unconvertedNotes(m_engine->feed(), m_engine->filteredFeedIndices()));
+    return lines.join(u'\n');
 }
 
 QString DashboardModel::lastError() const

@@ -64,6 +64,7 @@ class DashboardModel : public QObject
     Q_PROPERTY(QString lastError READ lastError NOTIFY changed)
     Q_PROPERTY(QString errorSummary READ errorSummary NOTIFY changed)
     Q_PROPERTY(QString feedEmptyText READ feedEmptyText NOTIFY changed)
+    Q_PROPERTY(QString notesText READ notesText NOTIFY changed)
     Q_PROPERTY(bool privacyMode READ privacyMode NOTIFY changed)
     Q_PROPERTY(QString privacySymbol READ privacySymbol NOTIFY changed)
     Q_PROPERTY(QString privacyTooltip READ privacyTooltip NOTIFY changed)
@@ -99,6 +100,8 @@ public:
     QString errorSummary() const;
     // Why the feed is empty: still pulling, a failed load, or nothing there.
     QString feedEmptyText() const;
+    // Plain-words notes about data that was not used as it is: damaged files kept aside.
+    QString notesText() const;
     bool privacyMode() const;
     QString privacySymbol() const;
     QString privacyTooltip() const;

@@ -42,7 +42,8 @@ QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Accoun
 
 QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 {
-    if (m_isLoading)
+    // Until the keyring has answered, accounts have no keys: the first cycle runs when it has.
+    if (m_isLoading || !m_credentialsReady)
         co_return;
 
     QList<Account> enabled;
@@ -50,6 +51,10 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         if (a.enabled)
             enabled.append(a);
     if (enabled.isEmpty()) {
+        // With the accounts file damaged, the stored feed is the only record of the lost
+        // accounts' history: keep it as it is.
+        if (accountsDamaged())
+            co_return;
         // Nothing to show: no events and no days, not 95 empty ones.
         m_feed.clear();
         Q_EMIT feedChanged();

@@ -1,5 +1,6 @@
 #include "RevenueEngine.h"
 
+#include "engine/Credentials.h"
 #include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
 
@@ -33,6 +34,10 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     m_iconCache = makeIconCache();
     loadFromDisk();
     m_menubarLabel = menubarLabel();
+    if (m_env.secrets) {
+        m_credentialsReady = false;
+        loadCredentials();
+    }
     if (m_env.startLoops)
         startAutoRefresh();
 }
@@ -49,14 +54,15 @@ void RevenueEngine::loadFromDisk()
 {
     const Storage &storage = m_env.storage;
     storage.fileURL(); // creates the data folder on first launch
-    m_accounts = storage.loadAccounts();
-    if (auto preferences = storage.loadPreferences())
+    storage.tightenFolder();
+    m_accounts = storage.loadAccounts(&m_damagedFiles);
+    if (auto preferences = storage.loadPreferences(&m_damagedFiles))
         m_preferences = *preferences;
-    m_syncState = storage.loadSyncState();
-    if (auto achievements = storage.loadAchievements())
+    m_syncState = storage.loadSyncState(&m_damagedFiles);
+    if (auto achievements = storage.loadAchievements(&m_damagedFiles))
         m_achievements = *achievements;
 
-    QList<PaymentEvent> stored = storage.loadFeed();
+    QList<PaymentEvent> stored = storage.loadFeed(&m_damagedFiles);
     if (stored.isEmpty())
         return;
     std::stable_sort(stored.begin(), stored.end(),
@@ -78,6 +84,12 @@ void RevenueEngine::loadFromDisk()
         m_syncState.clear();
         storage.saveSyncState(m_syncState);
     }
+}
+
+bool RevenueEngine::accountsDamaged() const
+{
+    return std::any_of(m_damagedFiles.cbegin(), m_damagedFiles.cend(),
+                       [](const FileDamage &d) { return d.file == QLatin1StringView(Storage::accountsFile); });
 }
 
 QString RevenueEngine::menubarLabel() const
@@ -104,7 +116,10 @@ void RevenueEngine::setSelectedAccountFilter(std::optional<QUuid> accountId)
 
 void RevenueEngine::saveAccounts()
 {
-    m_env.storage.saveAccounts(m_accounts);
+    if (m_keyringUsable && m_credentialsReady)
+        persistAccounts();
+    else
+        m_env.storage.saveAccounts(m_accounts);
 }
 
 void RevenueEngine::upsertAccount(const Account &account)
@@ -121,6 +136,8 @@ void RevenueEngine::upsertAccount(const Account &account)
 void RevenueEngine::removeAccount(const Account &account)
 {
     const auto removed = m_accounts.removeIf([&](const Account &a) { return a.id == account.id; });
+    if (removed > 0 && m_storedCredentials.remove(account.id))
+        m_credentialRemovals.append(Credentials::keyOf(account));
     saveAccounts();
     if (removed > 0)
         Q_EMIT accountsChanged();

@@ -7,6 +7,7 @@
 #include "model/DailyBucket.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "storage/SecretStore.h"
 #include "storage/Storage.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
@@ -38,6 +39,8 @@ struct EngineEnvironment
     TimeContext calendar;
     ProviderEndpoints endpoints;
     bool startLoops = true; // false: the owner calls startAutoRefresh() itself
+    // The desktop keyring for credentials; none: they stay in the private accounts file.
+    std::shared_ptr<SecretStore> secrets;
 };
 
 // The one long-lived object: owns accounts, preferences, the feed and everything derived
@@ -69,6 +72,7 @@ class RevenueEngine : public QObject
     Q_PROPERTY(bool isLoadingAtRisk READ isLoadingAtRisk NOTIFY isLoadingAtRiskChanged)
     Q_PROPERTY(bool isLoadingHistoricalGap READ isLoadingHistoricalGap NOTIFY isLoadingHistoricalGapChanged)
     Q_PROPERTY(QString menubarLabel READ menubarLabel NOTIFY menubarLabelChanged)
+    Q_PROPERTY(QList<FileDamage> damagedFiles READ damagedFiles NOTIFY damagedFilesChanged)
 
 public:
     static constexpr int bootstrapLookbackDays = 30;
@@ -109,6 +113,15 @@ public:
     int atRiskRefreshTotal() const { return m_atRiskRefreshTotal; }
     bool isLoadingAtRisk() const { return m_isLoadingAtRisk; }
     bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
+    // Data files that did not read completely at start, and where their copies were kept.
+    const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
+    // True when the accounts file did not read completely: the feed then holds events of
+    // accounts the engine does not know, and must not be cleared for want of accounts.
+    bool accountsDamaged() const;
+    // False while the credentials are still being read from the keyring; refreshes wait.
+    bool credentialsReady() const { return m_credentialsReady; }
+    // Whether credentials go to the keyring (false: the accounts file keeps them).
+    bool usesKeyring() const { return m_keyringUsable; }
 
     // The running figure for the menu bar: new plus recurring of the selected range.
     QString menubarLabel() const;
@@ -194,6 +207,8 @@ Q_SIGNALS:
     void isLoadingAtRiskChanged();
     void isLoadingHistoricalGapChanged();
     void menubarLabelChanged();
+    void damagedFilesChanged();
+    void credentialsReadyChanged();
     // Events that passed the notification filter, for the notifier.
     void eventsToNotify(const QList<PaymentEvent> &events);
 
@@ -209,6 +224,8 @@ private:
 
     void loadFromDisk();
     void saveAccounts();
+    QCoro::Task<> loadCredentials();
+    QCoro::Task<> persistAccounts();
     void setFeed(QList<PaymentEvent> feed);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
@@ -254,6 +271,13 @@ private:
     int m_atRiskRefreshTotal = 0;
     bool m_isLoadingAtRisk = false;
     bool m_isLoadingHistoricalGap = false;
+    QList<FileDamage> m_damagedFiles;
+    bool m_credentialsReady = true;
+    bool m_keyringUsable = false;
+    bool m_persisting = false;
+    bool m_persistAgain = false;
+    QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
+    QStringList m_credentialRemovals;             // keyring entries of removed accounts
 
     bool m_historicalGapFilled = false;
     QSet<QString> m_seenEventIds;

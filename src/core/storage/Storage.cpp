@@ -1,5 +1,9 @@
 #include "Storage.h"
 
+#include "model/AmountBounds.h"
+#include "storage/FilePermissions.h"
+
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -23,7 +27,29 @@ QString Storage::defaultFolder()
 
 void Storage::ensureFolder(const QString &path) const
 {
-    QDir().mkpath(path); // a failure shows later as failed reads and writes
+    // A failure shows later as failed reads and writes.
+    if (!QFileInfo::exists(path))
+        FilePermissions::restrictFolder(path);
+}
+
+void Storage::tightenFolder() const
+{
+    FilePermissions::tightenFolder(m_folder,
+                                   {QString::fromLatin1(accountsFile), QString::fromLatin1(preferencesFile),
+                                    QString::fromLatin1(feedFile), QString::fromLatin1(achievementsFile),
+                                    QString::fromLatin1(syncStateFile)});
+}
+
+void Storage::reportDamage(const char *fileName, const QByteArray &bytes, qsizetype skipped,
+                           QList<FileDamage> *damaged) const
+{
+    if (bytes.isEmpty())
+        return; // nothing to keep, and nothing was lost
+    const QString name = QString::fromLatin1(fileName);
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+    const QString keptAt = DamagedFiles::keepCopy(m_folder, name, bytes, stamp);
+    if (damaged)
+        damaged->append(FileDamage{name, keptAt, skipped});
 }
 
 QString Storage::fileURL() const
@@ -58,6 +84,11 @@ bool Storage::writeAtomically(const char *fileName, const QByteArray &bytes) con
     QSaveFile file(pathOf(fileName));
     if (!file.open(QIODevice::WriteOnly))
         return false;
+    // The temporary copy is made private before the first byte goes in; the rename keeps it so.
+    if (!FilePermissions::restrictToOwner(file)) {
+        file.cancelWriting();
+        return false;
+    }
     if (file.write(bytes) != bytes.size()) {
         file.cancelWriting();
         return false;
@@ -78,7 +109,7 @@ std::optional<QJsonDocument> parse(const std::optional<QByteArray> &bytes)
     return doc;
 }
 
-// One bad element loses the whole file.
+// One bad element loses the whole list: the fast way, for files as the program writes them.
 template<typename T>
 std::optional<QList<T>> decodeList(const std::optional<QByteArray> &bytes, DateForm form)
 {
@@ -89,6 +120,30 @@ std::optional<QList<T>> decodeList(const std::optional<QByteArray> &bytes, DateF
         *bytes, [&out, form](JsonReader &reader) { out.append(T::decode(reader, form)); });
     if (!error.isEmpty())
         return std::nullopt;
+    return out;
+}
+
+// Element by element, for a file the fast way refused: those that do not decode are counted
+// and left out, the others kept.
+template<typename T>
+std::optional<QList<T>> decodeEach(const QByteArray &bytes, DateForm form, qsizetype &skipped)
+{
+    const auto doc = parse(bytes);
+    if (!doc || !doc->isArray())
+        return std::nullopt;
+    const QJsonArray array = doc->array();
+    QList<T> out;
+    out.reserve(array.size());
+    for (const QJsonValue &value : array) {
+        const auto decoded = value.isObject()
+            ? decodeJsonObject(QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact),
+                               [form](JsonReader &reader) { return T::decode(reader, form); })
+            : Result<T, QString>(QString());
+        if (decoded.ok())
+            out.append(decoded.value());
+        else
+            ++skipped;
+    }
     return out;
 }
 
@@ -103,11 +158,26 @@ std::optional<T> decodeOne(const std::optional<QByteArray> &bytes, DateForm form
     return std::move(decoded).value();
 }
 
+// An amount no payment has; it would break every sum and drawing after it.
+bool insaneAmount(const PaymentEvent &e)
+{
+    return !isSaneAmount(e.amount) || !isSaneAmount(e.usdAmount);
+}
+
 } // namespace
 
-QList<Account> Storage::loadAccounts() const
+QList<Account> Storage::loadAccounts(QList<FileDamage> *damaged) const
 {
-    return decodeList<Account>(read(accountsFile), DateForm::Iso8601).value_or(QList<Account>{});
+    const auto bytes = read(accountsFile);
+    if (!bytes)
+        return {};
+    if (auto accounts = decodeList<Account>(bytes, DateForm::Iso8601))
+        return *accounts;
+    qsizetype skipped = 0;
+    const auto accounts = decodeEach<Account>(*bytes, DateForm::Iso8601, skipped);
+    if (!accounts || skipped > 0)
+        reportDamage(accountsFile, *bytes, skipped, damaged);
+    return accounts.value_or(QList<Account>{});
 }
 
 bool Storage::saveAccounts(const QList<Account> &accounts) const
@@ -119,9 +189,13 @@ bool Storage::saveAccounts(const QList<Account> &accounts) const
     return writeAtomically(accountsFile, QJsonDocument(array).toJson(QJsonDocument::Compact));
 }
 
-std::optional<Preferences> Storage::loadPreferences() const
+std::optional<Preferences> Storage::loadPreferences(QList<FileDamage> *damaged) const
 {
-    return decodeOne<Preferences>(read(preferencesFile), DateForm::ReferenceSeconds);
+    const auto bytes = read(preferencesFile);
+    auto preferences = decodeOne<Preferences>(bytes, DateForm::ReferenceSeconds);
+    if (bytes && !preferences)
+        reportDamage(preferencesFile, *bytes, 0, damaged);
+    return preferences;
 }
 
 bool Storage::savePreferences(const Preferences &preferences) const
@@ -130,9 +204,13 @@ bool Storage::savePreferences(const Preferences &preferences) const
                            QJsonDocument(toJson(preferences, DateForm::ReferenceSeconds)).toJson(QJsonDocument::Compact));
 }
 
-std::optional<AchievementsState> Storage::loadAchievements() const
+std::optional<AchievementsState> Storage::loadAchievements(QList<FileDamage> *damaged) const
 {
-    return decodeOne<AchievementsState>(read(achievementsFile), DateForm::Iso8601);
+    const auto bytes = read(achievementsFile);
+    auto state = decodeOne<AchievementsState>(bytes, DateForm::Iso8601);
+    if (bytes && !state)
+        reportDamage(achievementsFile, *bytes, 0, damaged);
+    return state;
 }
 
 bool Storage::saveAchievements(const AchievementsState &state) const
@@ -141,12 +219,29 @@ bool Storage::saveAchievements(const AchievementsState &state) const
                            QJsonDocument(toJson(state, DateForm::Iso8601)).toJson(QJsonDocument::Compact));
 }
 
-QList<PaymentEvent> Storage::loadFeed() const
+QList<PaymentEvent> Storage::loadFeed(QList<FileDamage> *damaged) const
 {
     QFile file(pathOf(feedFile));
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    return decodeFeedFile(file).value_or(QList<PaymentEvent>{});
+    qsizetype skipped = 0;
+    auto feed = decodeFeedFile(file);
+    if (feed) {
+        skipped = feed->removeIf(insaneAmount);
+    } else if (file.seek(0)) {
+        // The fast reader takes a file whole or not at all; event by event, only the events
+        // that do not decode (an unknown kind from a newer version, a damaged record) are lost.
+        const QByteArray bytes = file.readAll();
+        feed = decodeEach<PaymentEvent>(bytes, DateForm::Iso8601, skipped);
+        if (feed)
+            skipped += feed->removeIf(insaneAmount);
+        if (!feed || skipped > 0)
+            reportDamage(feedFile, bytes, skipped, damaged);
+        return feed.value_or(QList<PaymentEvent>{});
+    }
+    if (skipped > 0 && file.seek(0))
+        reportDamage(feedFile, file.readAll(), skipped, damaged);
+    return feed.value_or(QList<PaymentEvent>{});
 }
 
 bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
@@ -154,21 +249,26 @@ bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
     return writeAtomically(feedFile, encodeFeed(feed));
 }
 
-QHash<QUuid, Date> Storage::loadSyncState() const
+QHash<QUuid, Date> Storage::loadSyncState(QList<FileDamage> *damaged) const
 {
     QHash<QUuid, Date> out;
-    const auto doc = parse(read(syncStateFile));
-    if (!doc || !doc->isObject())
+    const auto bytes = read(syncStateFile);
+    if (!bytes)
         return out;
+    const auto doc = parse(bytes);
+    if (!doc || !doc->isObject()) {
+        reportDamage(syncStateFile, *bytes, 0, damaged);
+        return out;
+    }
     const QJsonObject object = doc->object();
     // The whole mapping must decode; only keys that are not UUID text are dropped one by one.
     QHash<QUuid, Date> decoded;
     for (auto it = object.begin(); it != object.end(); ++it) {
-        if (!it.value().isString())
+        const auto date = it.value().isString() ? Date::fromIsoString(it.value().toString()) : std::nullopt;
+        if (!date) {
+            reportDamage(syncStateFile, *bytes, 0, damaged);
             return out;
-        const auto date = Date::fromIsoString(it.value().toString());
-        if (!date)
-            return out;
+        }
         const QUuid id = QUuid::fromString(it.key());
         if (!id.isNull() && it.key().size() == 36)
             decoded.insert(id, *date);
