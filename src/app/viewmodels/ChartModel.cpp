@@ -48,9 +48,21 @@ QList<double> yAxisMarks(double minimum, double maximum, int target)
 {
     minimum = std::min(0.0, minimum);
     maximum = std::max(0.0, maximum);
+    // Where round steps cannot be had (the span overflows, or underflows to no step at
+    // all), the extremes and zero are the marks.
+    const auto extremes = [&] {
+        QList<double> ends{0.0};
+        if (minimum < 0)
+            ends.prepend(minimum);
+        if (maximum > 0)
+            ends.append(maximum);
+        return ends;
+    };
     const double span = maximum - minimum;
-    if (!(span > 0) || !std::isfinite(span))
+    if (!(span > 0))
         return {0.0};
+    if (!std::isfinite(span))
+        return extremes();
     const double raw = span / std::max(1, target);
     const double magnitude = std::pow(10.0, std::floor(std::log10(raw)));
     double step = magnitude;
@@ -62,8 +74,17 @@ QList<double> yAxisMarks(double minimum, double maximum, int target)
     QList<double> marks;
     const double first = std::floor(minimum / step) * step;
     const double last = std::ceil(maximum / step) * step;
-    for (double v = first; v <= last + step / 2; v += step)
+    // Near the top of the double range `last` overflows and adding a step stops moving the
+    // value: count the marks instead of trusting the sum.
+    if (!(step > 0) || !std::isfinite(first) || !std::isfinite(last))
+        return extremes();
+    const int maxMarks = 4 * std::max(1, target) + 4;
+    for (int i = 0; i < maxMarks; ++i) {
+        const double v = first + i * step;
+        if (v > last + step / 2)
+            break;
         marks.append(std::abs(v) < step / 1e6 ? 0.0 : v);
+    }
     return marks;
 }
 

@@ -2,6 +2,8 @@
 
 #include <QPainter>
 #include <QPainterPath>
+#include <algorithm>
+#include <cmath>
 
 RevenueChart::RevenueChart(QQuickItem *parent)
     : QQuickPaintedItem(parent)
@@ -70,8 +72,12 @@ void RevenueChart::paint(QPainter *painter)
     const QRectF plot = plotArea(metrics);
     const double top = marks.isEmpty() ? 1 : marks.last();
     const double bottom = marks.isEmpty() ? 0 : marks.first();
-    const double span = top - bottom > 0 ? top - bottom : 1;
-    const auto yOf = [&](double v) { return plot.bottom() - (v - bottom) / span * plot.height(); };
+    // Halves keep the span finite for any finite marks; a stack that overflowed is clamped.
+    const double halfSpan = top / 2 - bottom / 2 > 0 ? top / 2 - bottom / 2 : 0.5;
+    const auto yOf = [&](double v) {
+        const double share = std::clamp((v / 2 - bottom / 2) / halfSpan, -0.05, 1.05);
+        return plot.bottom() - (std::isnan(share) ? 0.0 : share) * plot.height();
+    };
 
     const int days = std::max(1, m_model->dayCount());
     const qreal slot = plot.width() / days;

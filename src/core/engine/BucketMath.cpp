@@ -2,8 +2,12 @@
 
 DayIndex::DayIndex(const TimeContext &calendar, Date first, Date last)
 {
-    const QDate firstDay = calendar.local(first).date();
+    // A custom range may span millennia; no feed reaches back that far, so only the most
+    // recent `maxDays` get buckets and the loop stays bounded.
     const QDate lastDay = calendar.local(last).date();
+    QDate firstDay = calendar.local(first).date();
+    if (firstDay.isValid() && lastDay.isValid() && firstDay.daysTo(lastDay) >= maxDays)
+        firstDay = lastDay.addDays(-(maxDays - 1));
     const qint64 count = std::max<qint64>(0, firstDay.daysTo(lastDay) + 1);
     m_starts.reserve(count + 1);
     for (qint64 i = 0; i <= count; ++i)

@@ -9,7 +9,11 @@
 class DayIndex
 {
 public:
-    // Days from the local day of `first` through the local day of `last`, inclusive.
+    // About ten years: far more than any feed holds.
+    static constexpr qint64 maxDays = 3660;
+
+    // Days from the local day of `first` through the local day of `last`, inclusive, but
+    // no more than the last `maxDays` of them.
     DayIndex(const TimeContext &calendar, Date first, Date last);
 
     qsizetype size() const { return m_starts.size() - 1; }

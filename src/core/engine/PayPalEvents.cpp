@@ -1,5 +1,6 @@
 #include "PayPalEvents.h"
 
+#include "model/AmountBounds.h"
 #include "model/CurrencyConverter.h"
 
 #include <charconv>
@@ -34,7 +35,7 @@ std::optional<double> parsePayPalAmount(QStringView text)
     // from_chars never consults the locale, so "12,50" can never be read as 12.5.
     double value = 0;
     const auto [end, error] = std::from_chars(buffer, buffer + pos, value);
-    if (error != std::errc() || end != buffer + pos || !std::isfinite(value))
+    if (error != std::errc() || end != buffer + pos || !isSaneAmount(value))
         return std::nullopt;
     return value;
 }

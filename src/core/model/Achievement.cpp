@@ -11,7 +11,7 @@ Achievement Achievement::decode(JsonReader &r, DateForm form)
 {
     Achievement a;
     a.period = r.enumeration<AchievementPeriod>("period"_L1);
-    a.thresholdUSD = r.number("thresholdUSD"_L1);
+    a.thresholdUSD = r.amount("thresholdUSD"_L1);
     a.achievedAt = r.date("achievedAt"_L1, form);
     return a;
 }
@@ -34,11 +34,11 @@ AchievementsState AchievementsState::decode(JsonReader &r, DateForm form)
     AchievementsState s;
     r.forEachObject("achievements"_L1,
                     [&s, form](JsonReader &element) { s.achievements.append(Achievement::decode(element, form)); });
-    s.bestDayUSD = r.number("bestDayUSD"_L1);
+    s.bestDayUSD = r.amount("bestDayUSD"_L1);
     s.bestDayDate = r.optDate("bestDayDate"_L1, form);
-    s.bestWeekUSD = r.number("bestWeekUSD"_L1);
+    s.bestWeekUSD = r.amount("bestWeekUSD"_L1);
     s.bestWeekStartDate = r.optDate("bestWeekStartDate"_L1, form);
-    s.bestMonthUSD = r.number("bestMonthUSD"_L1);
+    s.bestMonthUSD = r.amount("bestMonthUSD"_L1);
     s.bestMonthStartDate = r.optDate("bestMonthStartDate"_L1, form);
     return s;
 }

@@ -13,9 +13,9 @@ AtRiskSub AtRiskSub::decode(JsonReader &r, DateForm form)
     s.customerEmail = r.optString("customerEmail"_L1);
     s.customerName = r.optString("customerName"_L1);
     s.planLabel = r.string("planLabel"_L1);
-    s.monthlyAmount = r.number("monthlyAmount"_L1);
+    s.monthlyAmount = r.amount("monthlyAmount"_L1);
     s.currency = r.string("currency"_L1);
-    s.monthlyUSD = r.number("monthlyUSD"_L1);
+    s.monthlyUSD = r.amount("monthlyUSD"_L1);
     s.kind = r.enumeration<AtRiskKind>("kind"_L1);
     s.sinceDate = r.date("sinceDate"_L1, form);
     s.latestInvoiceId = r.optString("latestInvoiceId"_L1);

@@ -6,9 +6,9 @@ DailyBucket DailyBucket::decode(JsonReader &r, DateForm form)
 {
     DailyBucket b;
     b.date = r.date("date"_L1, form);
-    b.newMRR = r.number("newMRR"_L1);
-    b.recurringMRR = r.number("recurringMRR"_L1);
-    b.churn = r.number("churn"_L1);
+    b.newMRR = r.amount("newMRR"_L1);
+    b.recurringMRR = r.amount("recurringMRR"_L1);
+    b.churn = r.amount("churn"_L1);
     return b;
 }
 

@@ -1,5 +1,7 @@
 #include "JsonReader.h"
 
+#include "model/AmountBounds.h"
+
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -270,6 +272,16 @@ double JsonReader::number(Key key)
     return readScalar<double>(*this, cursor(), key, true, "a number", getDouble).value_or(0);
 }
 
+double JsonReader::amount(Key key)
+{
+    const std::optional<double> value = readScalar<double>(*this, cursor(), key, true, "a number", getDouble);
+    if (value && !isSaneAmount(*value)) {
+        failKey(key, "an amount within a trillion");
+        return 0;
+    }
+    return value.value_or(0);
+}
+
 std::optional<double> JsonReader::optNumber(Key key)
 {
     return readScalar<double>(*this, cursor(), key, false, "a number", getDouble);
@@ -328,6 +340,11 @@ std::optional<Date> readDate(JsonReader &reader, JsonReader::Cursor &cursor, QLa
     const char *what = form == DateForm::Iso8601 ? "an ISO 8601 date" : "a number of seconds";
     if (form == DateForm::ReferenceSeconds) {
         const auto seconds = readScalar<double>(reader, cursor, key, required, what, getDouble);
+        // Years 1 to 9999, as the text form can hold them; beyond, calendar arithmetic fails.
+        if (seconds && !(std::fabs(*seconds) < 2.5e11)) {
+            reader.failKey(key, what);
+            return std::nullopt;
+        }
         return seconds ? std::optional(Date::fromReferenceSeconds(*seconds)) : std::nullopt;
     }
     const auto text = readScalar<std::string_view>(reader, cursor, key, required, what, getString);

@@ -53,6 +53,8 @@ public:
     QString string(Key key);
     std::optional<QString> optString(Key key);
     double number(Key key);
+    // A number that must be a sane amount (see AmountBounds): beyond ±10^12 it fails.
+    double amount(Key key);
     std::optional<double> optNumber(Key key);
     qint64 integer(Key key);
     std::optional<qint64> optInteger(Key key);

@@ -1,5 +1,7 @@
 #include "Preferences.h"
 
+#include "model/CurrencyConverter.h"
+
 using namespace Qt::StringLiterals;
 
 Preferences Preferences::defaults(Date now, const TimeContext &calendar)
@@ -20,11 +22,16 @@ Preferences Preferences::decode(JsonReader &r, DateForm form)
     p.showNewSubscriptions = r.boolean("showNewSubscriptions"_L1);
     p.showCanceledSubscriptions = r.boolean("showCanceledSubscriptions"_L1);
     p.showNotifications = r.boolean("showNotifications"_L1);
-    p.dashboardCurrency = r.string("dashboardCurrency"_L1);
+    // Enumerated choices outside their table fall back to their default rather than losing
+    // the whole file, and never reach a formatter (an unknown code would become the prefix of
+    // every figure). Any code of the rate table formats, so any is kept.
+    const QString currency = r.string("dashboardCurrency"_L1);
+    if (currency.size() == 3 && CurrencyConverter::symbol(currency))
+        p.dashboardCurrency = currency;
     p.darkMode = r.boolean("darkMode"_L1);
     p.startAtLogin = r.boolean("startAtLogin"_L1);
     p.refreshSeconds = r.integer("refreshSeconds"_L1);
-    p.selectedRange = r.enumeration<TimeRange>("selectedRange"_L1);
+    p.selectedRange = fromRaw<TimeRange>(r.string("selectedRange"_L1)).value_or(TimeRange::Mtd);
     p.customRangeStart = r.date("customRangeStart"_L1, form);
     p.customRangeEnd = r.date("customRangeEnd"_L1, form);
     p.privacyMode = r.boolean("privacyMode"_L1);
