@@ -3,6 +3,7 @@
 #include "StripeDecoding.h"
 #include "net/Http.h"
 
+#include <QSet>
 #include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
@@ -85,15 +86,18 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
 }
 
 template<typename Page, typename Out, typename Keep>
-StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query query, int maxPages,
+StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query query, int pageCap,
                                                            CancellationToken token, Keep keep,
                                                            QByteArray apiVersionOverride) const
 {
     QList<Out> results;
     std::optional<QString> cursor;
-    for (int pageNumber = 0; maxPages <= 0 || pageNumber < maxPages; ++pageNumber) {
+    QSet<QString> cursors; // every cursor asked for: a repeat means the list goes round
+    for (int pageNumber = 0; pageCap <= 0 || pageNumber < pageCap; ++pageNumber) {
         if (token.isCancelled())
             co_return StripeError::cancelled(cancelledText);
+        if (pageCap <= 0 && pageNumber >= listingPageLimit)
+            co_return StripeError::paging(u"%1 has more than %2 pages"_s.arg(path, QString::number(listingPageLimit)));
         Query pageQuery = query;
         if (cursor)
             pageQuery.append({u"starting_after"_s, *cursor});
@@ -107,7 +111,12 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
             keep(element, results);
         if (!page->has_more || page->data.isEmpty())
             break;
+        // A server (or a cache in between) that ignores starting_after answers the same
+        // page again and again while saying there is more.
+        if (cursors.contains(page->data.last().id))
+            co_return StripeError::paging(u"%1 repeated a page (after %2)"_s.arg(path, page->data.last().id));
         cursor = page->data.last().id;
+        cursors.insert(*cursor);
     }
     co_return results;
 }

@@ -60,6 +60,10 @@ public:
     // pins, which is why the records decode the newer shape too.
     static constexpr QLatin1StringView apiVersion{"2025-02-24.acacia"};
     static constexpr int historicalChargePageCap = 50;
+    // Every other listing ends with an error past this many pages: 200,000 records is far
+    // beyond a 30-day window of any account, and a server that never ends a list would
+    // otherwise be asked for ever.
+    static constexpr int listingPageLimit = 2000;
 
     StripeClient(Account account, QUrl baseUrl);
 
@@ -108,7 +112,9 @@ private:
     Reply<QByteArray> send(QByteArray verb, QString path, Query query, CancellationToken token,
                            QByteArray apiVersionOverride = {}) const;
     template<typename Page, typename Out, typename Keep>
-    Reply<QList<Out>> collectPages(QString path, Query query, int maxPages, CancellationToken token, Keep keep,
+    // Pages through a list. `pageCap` > 0 ends the list quietly after that many pages; 0
+    // fails past listingPageLimit. A list whose cursor does not move fails at once.
+    Reply<QList<Out>> collectPages(QString path, Query query, int pageCap, CancellationToken token, Keep keep,
                                    QByteArray apiVersionOverride = {}) const;
     template<typename Event, typename Out, typename Make>
     Reply<QList<Out>> collectEvents(QString type, Date since, CancellationToken token, Make make) const;

@@ -34,6 +34,11 @@ StripeError StripeError::invalidRequest(QString text)
     return StripeError(Kind::InvalidRequest, 0, std::move(text));
 }
 
+StripeError StripeError::paging(QString text)
+{
+    return StripeError(Kind::Paging, 0, std::move(text));
+}
+
 QString StripeError::description() const
 {
     switch (m_kind) {
@@ -43,6 +48,8 @@ QString StripeError::description() const
         return u"Stripe decode error: "_s + m_text;
     case Kind::MissingKey:
         return u"No Stripe API key configured"_s;
+    case Kind::Paging:
+        return u"Stripe listing stopped: "_s + m_text;
     case Kind::Transport:
     case Kind::Cancelled:
     case Kind::InvalidRequest:

@@ -15,6 +15,7 @@ public:
         Transport,      // no HTTP answer: connection, TLS, timeout, size cap
         Cancelled,      // the caller's token was cancelled
         InvalidRequest, // an argument that must not reach the URL; nothing was sent
+        Paging,         // a list that does not advance or does not end
     };
 
     static StripeError http(int status, const QByteArray &body);
@@ -23,6 +24,7 @@ public:
     static StripeError transport(QString networkText);
     static StripeError cancelled(QString networkText);
     static StripeError invalidRequest(QString text);
+    static StripeError paging(QString text);
 
     Kind kind() const { return m_kind; }
     // The HTTP status of an Http error, 0 for every other kind.
