@@ -2,6 +2,7 @@
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 
+#include <limits>
 #include <QTimeZone>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -131,14 +132,18 @@ TEST(Chart, PlotsStackNewAndRecurringAboveAndChurnBelow)
     EXPECT_EQ(plotData(buckets), expected);
 }
 
-TEST(Chart, AxisMarksIncludeZeroAndCoverBothSides)
+TEST(Chart, AxisMarksIncludeZeroAndCoverBothSidesForAnyFiniteExtent)
 {
-    const QList<double> marks = yAxisMarks(-120, 950);
-    ASSERT_FALSE(marks.isEmpty());
-    EXPECT_LE(marks.first(), -120);
-    EXPECT_GE(marks.last(), 950);
-    EXPECT_TRUE(marks.contains(0.0));
-    EXPECT_LE(marks.size(), 9);
+    const double top = std::numeric_limits<double>::max();
+    for (const auto &[low, high] : {std::pair{-120.0, 950.0}, {0.0, top}, {-top, top}, {-top, 1.0}, {0.0, 5e-324}}) {
+        SCOPED_TRACE(high);
+        const QList<double> marks = yAxisMarks(low, high); // used to loop for ever near the top
+        ASSERT_FALSE(marks.isEmpty());
+        EXPECT_LE(marks.first(), low);
+        EXPECT_GE(marks.last(), high);
+        EXPECT_TRUE(marks.contains(0.0));
+        EXPECT_LE(marks.size(), 9);
+    }
     EXPECT_EQ(yAxisMarks(0, 0), QList<double>{0.0});
 }
 
@@ -235,4 +240,16 @@ TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
         EXPECT_EQ(summary.details.isEmpty(), c.lastError.isEmpty());
     }
     EXPECT_TRUE(summarizeError(u"[Acme] Stripe HTTP 401: "_s + stripeBody).details.contains(u"api_key_expired"_s));
+
+TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)
+{
+    QList<PaymentEvent> feed;
+    for (const char *currency : {"usd", "xyz", "eur", "XYZ", "abc"}) {
+        PaymentEvent e;
+        e.currency = QString::fromLatin1(currency);
+        feed.append(e);
+    }
+    EXPECT_EQ(Formatting::unconvertedNotes(feed, {0, 1, 2, 3, 4}),
+              (QStringList{QStringLiteral("2 payments in XYZ not converted"), QStringLiteral("1 payment in ABC not converted")}));
+    EXPECT_EQ(Formatting::unconvertedNotes(feed, {0, 2}), QStringList());
 }

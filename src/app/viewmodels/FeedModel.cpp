@@ -108,7 +108,13 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
             return event.kind == RevenueKind::Churn ? Formatting::negated(u"$ "_s + number) : QString(u"$ "_s + number);
         return number;
     }
-    case CurrencyCodeRole: return prefs.privacyMode || isUsd ? QString() : event.currency.toUpper();
+    case CurrencyCodeRole: {
+        if (prefs.privacyMode || isUsd)
+            return QString();
+        // Such an event counts as nothing in the totals; the row says so beside its code.
+        return CurrencyConverter::rate(event.currency) ? event.currency.toUpper()
+                                                       : event.currency.toUpper() + u" not converted"_s;
+    }
     case AmountColorRole: {
         // Primary comes from the theme; transparent tells the view to use it.
         return Formatting::kindAmountColor(event.kind, QColor(Qt::transparent));

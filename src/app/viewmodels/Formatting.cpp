@@ -187,4 +187,26 @@ QString linkLabel(const QUrl &url)
     return host.replace(u"dashboard."_s, QString());
 }
 
+QStringList unconvertedNotes(const QList<PaymentEvent> &feed, const QList<qsizetype> &indices)
+{
+    QStringList codes;
+    QHash<QString, int> counts;
+    for (qsizetype i : indices) {
+        const QString &currency = feed.at(i).currency;
+        if (CurrencyConverter::rate(currency))
+            continue;
+        const QString code = currency.toUpper();
+        if (!counts.contains(code))
+            codes.append(code);
+        ++counts[code];
+    }
+    QStringList lines;
+    for (const QString &code : std::as_const(codes)) {
+        const int n = counts.value(code);
+        lines.append(u"%1 %2 in %3 not converted"_s.arg(QString::number(n), n == 1 ? u"payment"_s : u"payments"_s,
+                                                        code.left(12)));
+    }
+    return lines;
+}
+
 } // namespace Formatting

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Enums.h"
+#include "model/PaymentEvent.h"
 #include "model/Preferences.h"
 #include "util/Date.h"
 #include "util/TimeContext.h"
@@ -52,5 +53,9 @@ inline const QColor atRiskOrange = QColor::fromRgbF(0.95f, 0.55f, 0.20f);
 
 // "dashboard.stripe.com" → "stripe.com"; "Open" when the URL has no host.
 QString linkLabel(const QUrl &url);
+
+// Events in a currency the rate table does not know count as nothing in every total; these
+// lines say so per currency ("1 payment in XYZ not converted"), in order of first appearance.
+QStringList unconvertedNotes(const QList<PaymentEvent> &feed, const QList<qsizetype> &indices);
 
 } // namespace Formatting
