@@ -240,6 +240,7 @@ TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
         EXPECT_EQ(summary.details.isEmpty(), c.lastError.isEmpty());
     }
     EXPECT_TRUE(summarizeError(u"[Acme] Stripe HTTP 401: "_s + stripeBody).details.contains(u"api_key_expired"_s));
+}
 
 TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)
 {

@@ -29,6 +29,7 @@ struct RawCharge;
 namespace GapFill {
 struct Window;
 }
+class StripeError;
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
 // a virtual clock, a fixed time zone and loopback provider endpoints.
@@ -241,6 +242,7 @@ private:
     QCoro::Task<> atRiskLoop(CancellationToken token);
     QString accountName(const QUuid &id) const;
     void markMissingEventScope(const QUuid &accountId);
+    void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
     void startIconCaching(const Account &account);
     // Where an account's Stripe records come from: the REST API, or the demo business.
     std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;

@@ -73,7 +73,9 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     if (!invoices.ok())
         co_return invoices.error().description();
     load.loadedKinds << RevenueKind::New << RevenueKind::Recurring;
-    // A failed charge listing only means no charges.
+    // Without the charges the totals lack every one-off sale: say so rather than show less.
+    if (!charges.ok())
+        reportListingFailure(account, u"charges"_s, charges.error());
     const QList<SucceededChargeEvent> standalone = charges.ok() ? charges.value() : QList<SucceededChargeEvent>{};
 
     // A subscription payment appears both as the paid invoice and as its charge; only the
@@ -160,6 +162,19 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
         markMissingEventScope(account.id);
     }
     co_return load;
+}
+
+void RevenueEngine::reportListingFailure(const Account &account, const QString &listing, const StripeError &error)
+{
+    // A key without the permission is what the missing-scope flag tells; anything else is a line.
+    if (isScopeRefusal(error)) {
+        markMissingEventScope(account.id);
+        return;
+    }
+    const QString line = error.kind() == StripeError::Kind::Http
+        ? u"[%1] %2 fetch HTTP %3: %4"_s.arg(account.name, listing, QString::number(error.status()), error.body().left(140))
+        : u"[%1] %2 fetch: %3"_s.arg(account.name, listing, error.description());
+    assign(m_lastError, std::optional<QString>(line), &RevenueEngine::lastErrorChanged);
 }
 
 void RevenueEngine::markMissingEventScope(const QUuid &accountId)
