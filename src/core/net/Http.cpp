@@ -8,6 +8,9 @@
 #include <QPointer>
 #include <QStringDecoder>
 #include <QTimer>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -116,6 +119,16 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
         response.errorText = reply->errorString();
     }
     co_return response;
+}
+
+void releaseFreedMemory(qsizetype largestBody)
+{
+#ifdef __GLIBC__
+    if (largestBody >= 4 * 1024 * 1024)
+        malloc_trim(0);
+#else
+    Q_UNUSED(largestBody);
+#endif
 }
 
 } // namespace Http

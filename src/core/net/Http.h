@@ -49,4 +49,9 @@ QString bodyText(const QByteArray &body);
 // A request with the defaults every provider call uses.
 QNetworkRequest makeRequest(const QUrl &url);
 
+// After bodies of `largestBody` bytes are freed: glibc keeps freed heap for reuse, so a
+// 30 MB answer would keep the process hundreds of MB larger for good; past a few MB the
+// free pages are handed back. Other allocators give large blocks back by themselves.
+void releaseFreedMemory(qsizetype largestBody);
+
 } // namespace Http

@@ -3,6 +3,7 @@
 #include "StripeDecoding.h"
 #include "net/Http.h"
 
+#include <QScopeGuard>
 #include <QSet>
 #include <QUrlQuery>
 
@@ -93,6 +94,9 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
     QList<Out> results;
     std::optional<QString> cursor;
     QSet<QString> cursors; // every cursor asked for: a repeat means the list goes round
+    qsizetype largestBody = 0;
+    // Each page's body and decoded records go at the end of its turn; what stays is what is kept.
+    const auto released = qScopeGuard([&largestBody] { Http::releaseFreedMemory(largestBody); });
     for (int pageNumber = 0; pageCap <= 0 || pageNumber < pageCap; ++pageNumber) {
         if (token.isCancelled())
             co_return StripeError::cancelled(cancelledText);
@@ -104,6 +108,7 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
         auto body = co_await send("GET", path, pageQuery, token, apiVersionOverride);
         if (!body)
             co_return body.error();
+        largestBody = std::max(largestBody, body.value().size());
         auto page = StripeWire::decode<Page>(body.value());
         if (!page)
             co_return page.error();
