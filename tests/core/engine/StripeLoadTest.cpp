@@ -104,7 +104,7 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
     const Row rows[] = {
         {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
         {"charges failing otherwise", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false,
-         u"[Main] charges fetch HTTP 500: oops"_s, std::nullopt},
+         u"[Acme %1 & %3 Co] charges fetch HTTP 500: oops"_s, std::nullopt},
         {"charges without the events scope", u"charge.succeeded"_s, FakeResponse::json(403, "{}"), false, true, {}, std::nullopt},
         {"cancellations without the events scope", u"customer.subscription.deleted"_s,
          FakeResponse::json(403, error(u"invalid_request_error"_s, {}, u"The provided key does not have the required permissions"_s)),
