@@ -6,6 +6,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString html = QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
-    (void)scanIconLinks(html, QUrl(QStringLiteral("https://acme.example/")));
+    (void)IconSources::scanIconLinks(html, QUrl(QStringLiteral("https://acme.example/")));
     return 0;
 }
