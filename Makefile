@@ -38,8 +38,6 @@ asan: setup
 
 # Each decoder of outside input under libFuzzer for FUZZ_SECONDS, one after another, from a
 # corpus seeded with the tests' bodies; crashes land in $(FUZZ)/crashes. Not part of `test`.
-# Release, not RelWithDebInfo: clang 14 cannot emit debug info for the coroutines under the
-# sanitizers ("Cannot represent a difference across sections").
 fuzz: setup
 	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ) -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVANE_FUZZ=ON \
 	  -DQUORVANE_BUILD_APP=OFF -DQUORVANE_BUILD_BENCH=OFF >/dev/null
