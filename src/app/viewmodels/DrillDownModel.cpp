@@ -81,8 +81,12 @@ DrillDownModel::DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *p
     , m_engine(engine)
     , m_locale(std::move(locale))
 {
-    for (auto signal : {&RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
-                        &RevenueEngine::selectedAccountFilterChanged, &RevenueEngine::accountsChanged})
+    connect(engine, &RevenueEngine::feedChanged, this, [this] {
+        m_customers = {};
+        rebuild();
+    });
+    for (auto signal : {&RevenueEngine::preferencesChanged, &RevenueEngine::selectedAccountFilterChanged,
+                        &RevenueEngine::accountsChanged})
         connect(engine, signal, this, &DrillDownModel::rebuild);
     rebuild();
 }
@@ -104,7 +108,9 @@ void DrillDownModel::rebuild()
     beginResetModel();
     const QList<qsizetype> events = rangeEvents(m_kind);
     m_eventCount = events.size();
-    m_groups = DrillDown::groups(m_engine->feed(), events);
+    if (m_customers.customerOf.size() != m_engine->feed().size())
+        m_customers = DrillDown::customerIndex(m_engine->feed());
+    m_groups = DrillDown::groups(m_engine->feed(), m_customers, events);
     m_iconByAccountName.clear();
     const QDir icons(m_engine->storage().iconsDir());
     for (const Account &account : m_engine->accounts()) {

@@ -97,6 +97,7 @@ private:
     RevenueEngine *m_engine;
     QLocale m_locale;
     RevenueKind m_kind = RevenueKind::New;
+    DrillDown::CustomerIndex m_customers; // of the engine's feed, dropped when it changes
     QList<CustomerGroup> m_groups; // positions into the engine's feed, rebuilt when it changes
     qsizetype m_eventCount = 0;
     std::optional<QString> m_copiedEmail;

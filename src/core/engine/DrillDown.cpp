@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <numeric>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -70,32 +71,51 @@ size_t qHash(const EmailKey &key, size_t seed)
 
 } // namespace
 
-QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions)
+CustomerIndex customerIndex(const QList<PaymentEvent> &feed)
+{
+    CustomerIndex index;
+    index.customerOf.resize(feed.size());
+    QHash<EmailKey, qint32> customerByEmail;
+    customerByEmail.reserve(feed.size() / 4);
+    for (qsizetype i = 0; i < feed.size(); ++i) {
+        const std::optional<QString> &email = feed.at(i).customerEmail;
+        if (!email || email->isEmpty()) {
+            index.customerOf[i] = index.customerCount++;
+            continue;
+        }
+        const EmailKey key(*email);
+        if (auto it = customerByEmail.constFind(key); it != customerByEmail.cend()) {
+            index.customerOf[i] = *it;
+        } else {
+            customerByEmail.insert(key, index.customerCount);
+            index.customerOf[i] = index.customerCount++;
+        }
+    }
+    return index;
+}
+
+QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const CustomerIndex &index, const QList<qsizetype> &positions)
 {
     QList<CustomerGroup> out;
-    QHash<EmailKey, qsizetype> indexByEmail;
-    indexByEmail.reserve(positions.size() / 4);
+    std::vector<qint32> groupOfCustomer(size_t(index.customerCount), -1);
     // First pass: the group of every event and the groups' sums; the position lists are
     // filled afterwards at their final size.
-    QList<qsizetype> groupOf(positions.size());
+    QList<qint32> groupOf(positions.size());
     for (qsizetype n = 0; n < positions.size(); ++n) {
         const PaymentEvent &e = feed.at(positions.at(n));
-        const bool hasEmail = e.customerEmail && !e.customerEmail->isEmpty();
-        qsizetype index = out.size();
-        if (hasEmail) {
-            const EmailKey key(*e.customerEmail);
-            if (auto it = indexByEmail.constFind(key); it != indexByEmail.cend()) {
-                index = *it;
-                groupOf[n] = index;
-                CustomerGroup &g = out[index];
-                g.totalUSD += e.usdAmount;
-                g.totalNative += e.amount;
-                ++g.count;
-                g.lastDate = std::max(g.lastDate, e.date);
-                continue;
-            }
-            indexByEmail.insert(key, index);
+        qint32 &group = groupOfCustomer[size_t(index.customerOf.at(positions.at(n)))];
+        if (group >= 0) {
+            groupOf[n] = group;
+            CustomerGroup &g = out[group];
+            g.totalUSD += e.usdAmount;
+            g.totalNative += e.amount;
+            ++g.count;
+            g.lastDate = std::max(g.lastDate, e.date);
+            continue;
         }
+        group = qint32(out.size());
+        groupOf[n] = group;
+        const bool hasEmail = e.customerEmail && !e.customerEmail->isEmpty();
         CustomerGroup g;
         g.id = hasEmail ? e.customerEmail->toLower() : u"__noemail__"_s + e.id;
         g.displayName = hasEmail ? *e.customerEmail : e.description;
@@ -106,7 +126,6 @@ QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const QList<qsizety
         g.totalUSD = e.usdAmount;
         g.totalNative = e.amount;
         g.count = 1;
-        groupOf[n] = index;
         out.append(std::move(g));
     }
     for (CustomerGroup &g : out)

@@ -37,9 +37,22 @@ struct Selection
 QList<qsizetype> events(const QList<PaymentEvent> &feed, const Selection &selection);
 QList<PaymentEvent> eventsAt(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions);
 
-// The events at `positions` (newest first) grouped per customer: by e-mail ignoring case,
-// every event without an e-mail on its own; biggest total first, equal totals in order of
-// their newest event.
-QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions);
+// Every event's customer as a small number: by e-mail ignoring case, every event without an
+// e-mail its own customer. Hashing e-mails is most of what grouping costs, so a view builds
+// this once when the feed changes and reuses it for every tile, range and filter until then.
+struct CustomerIndex
+{
+    QList<qint32> customerOf; // per feed position
+    qint32 customerCount = 0;
+};
+CustomerIndex customerIndex(const QList<PaymentEvent> &feed);
+
+// The events at `positions` (newest first) grouped per customer; biggest total first, equal
+// totals in order of their newest event. `index` must have been built from `feed`.
+QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const CustomerIndex &index, const QList<qsizetype> &positions);
+inline QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const QList<qsizetype> &positions)
+{
+    return groups(feed, customerIndex(feed), positions);
+}
 
 } // namespace DrillDown
