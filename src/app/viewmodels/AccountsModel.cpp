@@ -92,7 +92,7 @@ void AccountsModel::openEditor(const Account &account)
         m_engine->upsertAccount(saved);
         closeEditor();
         // The new credentials are tried at once; the cycle reports its own errors.
-        m_engine->refresh();
+        m_engine->triggerRefresh();
         Q_EMIT accountSaved();
     });
     connect(m_editor, &AccountEditor::cancelled, this, &AccountsModel::closeEditor);
