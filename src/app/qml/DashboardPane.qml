@@ -144,6 +144,7 @@ ColumnLayout {
     ColumnLayout {
         visible: !pane.dashboard.hasAccounts
         Layout.fillWidth: true
+        Layout.alignment: Qt.AlignHCenter
         Layout.topMargin: 24
         Layout.bottomMargin: 24
         spacing: 10
