@@ -1,5 +1,5 @@
 #include "AppFixture.h"
-#include "support/CannedProviders.h"
+#include "support/FakeHttpServer.h"
 #include "support/TestUtil.h"
 #include "viewmodels/AccountsModel.h"
 #include "viewmodels/DashboardModel.h"
@@ -243,27 +243,6 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
-}
-
-TEST_F(AppFixture, DashboardRefreshesFromLoopbackStripe)
-{
-    FakeHttpServer stripe;
-    Account acme;
-    acme.name = u"Acme"_s;
-    acme.stripeRestrictedKey = u"rk_test_canned"_s;
-    storage().saveAccounts({acme});
-    EngineEnvironment env = environment();
-    env.endpoints.stripeApi = stripe.baseUrl();
-    CannedProviders::installStripe(stripe, CannedProviders::Scenario::TodayOnly, now());
-    engine = std::make_unique<RevenueEngine>(env);
-    DashboardModel dashboard(engine.get(), locale);
-    QCoro::waitFor(engine->refresh());
-    EXPECT_FALSE(engine->lastError().has_value()) << engine->lastError().value_or(QString()).toStdString();
-    EXPECT_EQ(dashboard.headlineState(), u"amount");
-    EXPECT_EQ(dashboard.headlineAmount(), u"$1348");
-    EXPECT_EQ(engine->menubarLabel(), u"$1348");
-    EXPECT_TRUE(dashboard.updatedText().startsWith(u"Updated "_s));
-    EXPECT_TRUE(dashboard.tookText().startsWith(u"Took "_s));
 }
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)

@@ -1,10 +1,10 @@
 // Whole refresh cycles against loopback Stripe and PayPal servers: two Stripe accounts (one
 // failing) and one PayPal account, then an incremental second cycle.
 #include "EngineFixture.h"
+#include "core/paypal/PayPalBodies.h"
 #include "support/FakeHttpServer.h"
 #include "support/StripeBodies.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
@@ -50,26 +50,6 @@ struct StripeScript
     }
 };
 
-QByteArray paypalPage(const QJsonArray &rows)
-{
-    return QJsonDocument(QJsonObject{{"transaction_details"_L1, rows}, {"account_number"_L1, "XZXSPECYZZTGG"_L1},
-                                     {"page"_L1, 1}, {"total_items"_L1, rows.size()}, {"total_pages"_L1, 1}})
-        .toJson(QJsonDocument::Compact);
-}
-
-QJsonObject paypalRow(const QString &id, const QString &code, const QString &status, const QString &value,
-                      const QString &currency, const QString &date, const QString &subject)
-{
-    return QJsonObject{{"transaction_info"_L1,
-                        QJsonObject{{"transaction_id"_L1, id},
-                                    {"transaction_event_code"_L1, code},
-                                    {"transaction_initiation_date"_L1, date},
-                                    {"transaction_updated_date"_L1, date},
-                                    {"transaction_amount"_L1, QJsonObject{{"currency_code"_L1, currency}, {"value"_L1, value}}},
-                                    {"transaction_status"_L1, status},
-                                    {"transaction_subject"_L1, subject}}}};
-}
-
 } // namespace
 
 class RefreshEndToEnd : public EngineFixture
@@ -94,20 +74,13 @@ protected:
         // 2026-11-20 12:00 UTC; the events below happen on 19 and 20 November.
         clock->set(Date::fromUnix(1'795'262'400));
         script.install(stripe);
-        paypal.enqueue("POST", "/v1/oauth2/token",
-                       FakeResponse::json(200, R"({"scope":"https://uri.paypal.com/services/reporting/search/read",)"
-                                               R"("access_token":"A21AAFake","token_type":"Bearer","app_id":"APP-80W284485P519543T",)"
-                                               R"("expires_in":32400,"nonce":"2026-11-20T11:59:00Zabc"})"));
+        paypal.enqueue("POST", "/v1/oauth2/token", FakeResponse::json(200, PayPalBodies::tokenBody()));
         paypal.enqueue("GET", "/v1/reporting/transactions",
-                       FakeResponse::json(200, paypalPage({
-                           paypalRow(u"5TY05013RG002845M"_s, u"T0006"_s, u"S"_s, u"25.00"_s, u"EUR"_s,
-                                     u"2026-11-20T09:30:00+0000"_s, u"Team plan"_s),
-                           paypalRow(u"9PX12345AB678901C"_s, u"T0400"_s, u"S"_s, u"-100.00"_s, u"EUR"_s,
-                                     u"2026-11-20T09:40:00+0000"_s, u"Withdrawal"_s),
-                           paypalRow(u"1AB23456CD789012E"_s, u"T0006"_s, u"P"_s, u"40.00"_s, u"USD"_s,
-                                     u"2026-11-20T09:50:00+0000"_s, u"Pending"_s),
+                       FakeResponse::json(200, PayPalBodies::pageOf({
+                           {"5TY05013RG002845M", "T0006", "2026-11-20T09:30:00+0000", "EUR", "25.00", "S", "Team plan"},
+                           {"9PX12345AB678901C", "T0400", "2026-11-20T09:40:00+0000", "EUR", "-100.00", "S", "Withdrawal"},
+                           {"1AB23456CD789012E", "T0006", "2026-11-20T09:50:00+0000", "USD", "40.00", "P", "Pending"},
                        })));
-        broken.name = u"Broken"_s;
     }
 
     EngineEnvironment env()

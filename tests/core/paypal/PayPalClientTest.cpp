@@ -104,25 +104,6 @@ TEST_F(PayPalClientTest, SendsTheTokenAndSearchRequestsExactly)
     EXPECT_TRUE(sandbox.requests().isEmpty());
 }
 
-TEST_F(PayPalClientTest, TheAccountChoosesTheHost)
-{
-    for (const bool isLive : {true, false}) {
-        SCOPED_TRACE(isLive ? "live" : "sandbox");
-        live.clearRecords();
-        sandbox.clearRecords();
-        FakeHttpServer &chosen = isLive ? live : sandbox;
-        FakeHttpServer &other = isLive ? sandbox : live;
-        serveToken(chosen);
-        chosen.enqueue("GET", "/v1/reporting/transactions", FakeResponse::json(200, pageOf({})));
-
-        const auto result = fetch(paypalAccount(isLive));
-
-        ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
-        EXPECT_EQ(chosen.requests().size(), 2);
-        EXPECT_TRUE(other.requests().isEmpty());
-    }
-}
-
 TEST_F(PayPalClientTest, MissingCredentialsSendNothing)
 {
     struct Row
@@ -164,18 +145,10 @@ TEST_F(PayPalClientTest, DecodesTheRowsTheLoaderReads)
     const auto result = fetch(paypalAccount());
 
     ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+    // Field by field the rows are checked where the loader reads them; here: all of them arrive.
     ASSERT_EQ(result->size(), 7);
-    const PPInfo &first = result->at(0).transaction_info;
-    EXPECT_EQ(first.transaction_id, u"5TY05013RG002845M"_s);
-    EXPECT_EQ(first.transaction_event_code, u"T0006"_s);
-    EXPECT_EQ(first.transaction_initiation_date, u"2026-11-20T09:41:07+0000"_s);
-    EXPECT_EQ(first.transaction_amount, (PPAmount{u"USD"_s, u"465.00"_s}));
-    EXPECT_EQ(first.transaction_status, u"S"_s);
-    EXPECT_EQ(first.transaction_subject, u"Annual plan – Example Pro"_s);
-    const PPInfo &withdrawal = result->at(3).transaction_info;
-    EXPECT_EQ(withdrawal.transaction_amount, (PPAmount{u"USD"_s, u"-500.00"_s}));
-    EXPECT_FALSE(withdrawal.transaction_subject.has_value());
-    EXPECT_EQ(result->at(4).transaction_info.transaction_amount->value, u"1500"_s);
+    EXPECT_EQ(result->at(0).transaction_info.transaction_id, u"5TY05013RG002845M"_s);
+    EXPECT_EQ(result->at(5).transaction_info.transaction_amount, (PPAmount{u"USD"_s, u".50"_s}));
     EXPECT_FALSE(result->at(6).transaction_info.transaction_subject.has_value());
 }
 
@@ -208,20 +181,12 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
          u"PayPal HTTP 502: "_s},
         {"token without access_token", FakeResponse::json(200, R"({"token_type":"Bearer","expires_in":32400})"),
          okSearch, PPError::Kind::Decoding, u"PayPal decode error: key not found: access_token"_s},
-        {"token of wrong type", FakeResponse::json(200, R"({"access_token":42})"), okSearch, PPError::Kind::Decoding,
-         u"PayPal decode error: access_token: expected a string"_s},
         {"token body not JSON", FakeResponse::json(200, "<html>maintenance</html>"), okSearch,
          PPError::Kind::Decoding, {}},
         {"search body an array", okToken, FakeResponse::json(200, "[]"), PPError::Kind::Decoding,
          u"PayPal decode error: expected a JSON object at the top level"_s},
         {"row without transaction_info", okToken, FakeResponse::json(200, R"({"transaction_details":[{"payer_info":{}}]})"),
          PPError::Kind::Decoding, u"PayPal decode error: key not found: transaction_details[0].transaction_info"_s},
-        {"amount without value", okToken,
-         FakeResponse::json(200, R"({"transaction_details":[{"transaction_info":{"transaction_amount":{"currency_code":"USD"}}}]})"),
-         PPError::Kind::Decoding,
-         u"PayPal decode error: key not found: transaction_details[0].transaction_info.transaction_amount.value"_s},
-        {"row not an object", okToken, FakeResponse::json(200, R"({"transaction_details":["T0006"]})"),
-         PPError::Kind::Decoding, u"PayPal decode error: transaction_details[0]: expected an object"_s},
         {"truncated search body", okToken, truncated, PPError::Kind::Transport, {}},
         {"connection dropped", okToken, FakeResponse::drop(), PPError::Kind::Transport, {}},
     };
@@ -309,41 +274,16 @@ TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
     }
 }
 
-TEST_F(PayPalClientTest, PagingIsBounded)
+TEST_F(PayPalClientTest, PagingIsBoundedAndASandboxAccountUsesTheSandbox)
 {
-    serveToken(live);
-    live.setHandler("GET", "/v1/reporting/transactions", [&](const RecordedRequest &) {
-        const int number = live.requestsTo("/v1/reporting/transactions").size();
+    serveToken(sandbox);
+    sandbox.setHandler("GET", "/v1/reporting/transactions", [&](const RecordedRequest &) {
+        const int number = sandbox.requestsTo("/v1/reporting/transactions").size();
         return FakeResponse::json(200, pageOf({{"row"}}, number, 1'000'000));
     });
-    const auto result = fetch(paypalAccount());
+    const auto result = fetch(paypalAccount(false));
     ASSERT_TRUE(result.ok());
-    EXPECT_EQ(live.requestsTo("/v1/reporting/transactions").size(), PayPalClient::maxPages);
+    EXPECT_TRUE(live.requests().isEmpty());
+    EXPECT_EQ(sandbox.requestsTo("/v1/reporting/transactions").size(), PayPalClient::maxPages);
     EXPECT_EQ(result->size(), PayPalClient::maxPages);
-}
-
-TEST(PayPalPaging, NextPageDecision)
-{
-    struct Row
-    {
-        const char *name;
-        int page;
-        qsizetype rows;
-        std::optional<qint64> totalPages;
-        bool expected;
-    };
-    const Row rows[] = {
-        {"more pages", 1, 100, 3, true},
-        {"last page", 3, 100, 3, false},
-        {"past the last", 4, 10, 3, false},
-        {"empty page", 1, 0, 3, false},
-        {"no totals", 1, 100, std::nullopt, false},
-        {"zero totals", 1, 0, 0, false},
-        {"cap reached", PayPalClient::maxPages, 100, 1000, false},
-        {"just under the cap", PayPalClient::maxPages - 1, 100, 1000, true},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(payPalHasNextPage(row.page, row.rows, row.totalPages), row.expected);
-    }
 }

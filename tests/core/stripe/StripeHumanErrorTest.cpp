@@ -32,12 +32,9 @@ TEST(StripeHumanError, ParseHumanErrorBranches)
         {"message only", R"({"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})",
          u"Invalid API Key provided: rk_test_***3dZx"_s},
         {"nulls everywhere", R"({"error":{"code":null,"decline_code":null,"message":null}})", std::nullopt},
-        {"empty error", R"({"error":{}})", std::nullopt},
         {"error null", R"({"error":null})", std::nullopt},
-        {"no error key", R"({"id":"in_1","status":"paid"})", std::nullopt},
         {"error not an object", R"({"error":"card_declined"})", std::nullopt},
         {"not JSON", "Bad Gateway", std::nullopt},
-        {"empty body", "", std::nullopt},
         {"array", R"([{"error":{"code":"lost_card"}}])", std::nullopt},
     };
     for (const Row &row : rows) {

@@ -63,6 +63,8 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         server.clearRecords();
+        row.call(client(QString())); // without a key nothing is sent
+        ASSERT_TRUE(server.requests().isEmpty());
         row.call(client());
         ASSERT_EQ(server.requests().size(), 1);
         const RecordedRequest &r = server.requests().first();
@@ -76,31 +78,12 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
     }
 }
 
-TEST_F(StripeClientTest, MissingKeyFailsEveryQueryBeforeSending)
+TEST_F(StripeClientTest, MissingKeyFailsBeforeSending)
 {
-    const StripeClient c = client(QString());
-    std::vector<StripeError> seen;
-    auto collect = [&seen](const auto &result) {
-        EXPECT_FALSE(result.ok());
-        if (!result.ok())
-            seen.push_back(result.error());
-    };
-    collect(run(c.fetchPaidInvoices(since)));
-    collect(run(c.fetchFailedPayments(since)));
-    collect(run(c.fetchRefunds(since)));
-    collect(run(c.fetchStandaloneCharges(since)));
-    collect(run(c.fetchSubscriptionCancellations(since)));
-    collect(run(c.fetchSucceededChargesHistorical(since, until)));
-    collect(run(c.fetchSubscriptionsByStatus(u"unpaid"_s)));
-    collect(run(c.fetchAccountInfo()));
-    collect(run(c.retryInvoice(u"not a valid id"_s)));
-    collect(run(c.fetchPaidInvoicePayments(since)));
-    EXPECT_EQ(seen.size(), 10u);
-    for (const StripeError &e : seen) {
-        EXPECT_EQ(e.kind(), StripeError::Kind::MissingKey);
-        EXPECT_EQ(e.description(), u"No Stripe API key configured"_s);
-    }
-    EXPECT_TRUE(server.requests().isEmpty());
+    const auto result = run(client(QString()).fetchPaidInvoices(since));
+    ASSERT_FALSE(result.ok());
+    EXPECT_EQ(result.error().kind(), StripeError::Kind::MissingKey);
+    EXPECT_EQ(result.error().description(), u"No Stripe API key configured"_s);
 }
 
 TEST_F(StripeClientTest, InvoiceIdsThatAreNotPlainStripeIdsAreRefusedUnsent)
@@ -165,10 +148,6 @@ TEST_F(StripeClientTest, HttpErrorsKeepStatusAndRawBody)
     const Row rows[] = {
         {"invalid key", 401, R"({"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})",
          uR"(Stripe HTTP 401: {"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})"_s},
-        {"missing permission", 403, R"({"error":{"message":"Having the 'rak_event_read' permission would allow this request to continue.","type":"invalid_request_error"}})",
-         uR"(Stripe HTTP 403: {"error":{"message":"Having the 'rak_event_read' permission would allow this request to continue.","type":"invalid_request_error"}})"_s},
-        {"rate limited", 429, R"({"error":{"code":"rate_limit","type":"invalid_request_error"}})",
-         uR"(Stripe HTTP 429: {"error":{"code":"rate_limit","type":"invalid_request_error"}})"_s},
         {"plain text", 500, "upstream exploded\n", u"Stripe HTTP 500: upstream exploded\n"_s},
         {"not UTF-8", 502, QByteArray("\xff\xfe broken", 9), u"Stripe HTTP 502: "_s},
         {"empty body", 400, QByteArray(), u"Stripe HTTP 400: "_s},
@@ -183,30 +162,6 @@ TEST_F(StripeClientTest, HttpErrorsKeepStatusAndRawBody)
         EXPECT_EQ(result.error().status(), row.status);
         EXPECT_EQ(result.error().description(), row.description);
         EXPECT_EQ(server.requests().size(), 1);
-    }
-}
-
-TEST_F(StripeClientTest, SuccessfulAnswerThatIsNotJsonIsADecodeError)
-{
-    struct Row
-    {
-        const char *name;
-        QByteArray body;
-        QString description;
-    };
-    const Row rows[] = {
-        // The parser's own words follow the prefix.
-        {"html", "<html><body>Bad gateway</body></html>", u"Stripe decode error: "_s},
-        {"empty", "", u"Stripe decode error: "_s},
-        {"list without has_more", R"({"object":"list","data":[]})", u"Stripe decode error: key not found: has_more"_s},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        server.setHandler("GET", "/v1/events", [&row](const RecordedRequest &) { return FakeResponse::json(200, row.body); });
-        const auto result = run(client().fetchPaidInvoices(since));
-        ASSERT_FALSE(result.ok());
-        EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
-        EXPECT_TRUE(result.error().description().startsWith(row.description)) << result.error().description().toStdString();
     }
 }
 
