@@ -107,11 +107,8 @@ TEST(Formatting, XStrideGivesAboutSixLabels)
     }
 }
 
-TEST(Formatting, RangeTextsAndLinkLabels)
+TEST(Formatting, LinkLabels)
 {
-    EXPECT_EQ(rangeMenuLabel(TimeRange::Mtd), u"This month");
-    EXPECT_EQ(rangeTitle(TimeRange::Mtd), u"Revenue • Month-to-date");
-    EXPECT_EQ(rangeTitle(TimeRange::Custom), u"Revenue • Custom range");
     EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://dashboard.stripe.com/acct_1/invoices/in_1"))), u"stripe.com");
     EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://www.paypal.com/activity"))), u"www.paypal.com");
     EXPECT_EQ(linkLabel(QUrl(QStringLiteral("relative/path"))), u"Open");

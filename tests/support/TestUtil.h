@@ -20,6 +20,15 @@ inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
     return true;
 }
 
+// Runs `task` to its end. QCoro::waitFor wants a default-constructible result, which Result is not.
+template<typename T>
+T run(QCoro::Task<T> task)
+{
+    std::optional<T> out;
+    QCoro::waitFor([&]() -> QCoro::Task<> { out.emplace(co_await std::move(task)); }());
+    return std::move(*out);
+}
+
 inline QByteArray readFile(const QString &path)
 {
     QFile f(path);

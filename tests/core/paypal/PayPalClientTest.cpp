@@ -1,6 +1,7 @@
 #include "PayPalBodies.h"
 #include "paypal/PayPalClient.h"
 #include "support/FakeHttpServer.h"
+#include "support/TestUtil.h"
 
 #include <QCoroTask>
 #include <QSet>
@@ -12,15 +13,6 @@ using namespace PayPalBodies;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// QCoro::waitFor needs a default-constructible result; Result has no empty state.
-template<typename T>
-T run(QCoro::Task<T> task)
-{
-    std::optional<T> out;
-    QCoro::waitFor([&]() -> QCoro::Task<> { out.emplace(co_await std::move(task)); }());
-    return std::move(*out);
-}
 
 const Date since = Date::fromUnix(1773144000); // 2026-03-10T12:00:00Z
 const Date now = Date::fromUnix(1773230400);   // 2026-03-11T12:00:00Z

@@ -277,14 +277,6 @@ TEST_F(StorageTest, WritesFailCleanlyWhereNoFolderCanBe)
     EXPECT_EQ(readFile(blocker), "x");
 }
 
-TEST_F(StorageTest, ALeftoverTemporaryFileDoesNotDisturbLoading)
-{
-    // What a crash in the middle of a save leaves: the old file plus a half-written sibling.
-    writeAll(storage);
-    ASSERT_TRUE(writeFile(path(Storage::feedFile) + u".aB3xYz"_s, "[{\"id\":\"in_2\",\"da"));
-    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
-}
-
 TEST_F(StorageTest, ALargeFeedLoadsThroughTheMapping)
 {
     // Large enough that pages are handed back while the reader goes on.

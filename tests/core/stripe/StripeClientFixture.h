@@ -3,17 +3,12 @@
 #include "stripe/StripeClient.h"
 #include "support/FakeHttpServer.h"
 #include "support/StripeBodies.h"
+#include "support/TestUtil.h"
 
 #include <QCoroTask>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <gtest/gtest.h>
-
-template<typename T>
-QCoro::Task<> storeInto(QCoro::Task<T> task, std::optional<T> &out)
-{
-    out.emplace(co_await std::move(task));
-}
 
 // A client pointed at a loopback server that fails the test on any request not scripted.
 class StripeClientTest : public ::testing::Test
@@ -34,15 +29,6 @@ protected:
         account.name = QStringLiteral("Acme");
         account.stripeRestrictedKey = restrictedKey;
         return StripeClient(account, server.baseUrl());
-    }
-
-    // QCoro::waitFor wants a default-constructible result, which Result is not.
-    template<typename T>
-    static T run(QCoro::Task<T> &&task)
-    {
-        std::optional<T> out;
-        QCoro::waitFor(storeInto(std::move(task), out));
-        return std::move(*out);
     }
 
     static QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }

@@ -13,13 +13,6 @@ const Date until = Date::fromUnix(1'700'086'400.2);
 // A call that is checked for its request only; its result is discarded.
 using Call = std::function<void(const StripeClient &)>;
 
-template<typename T>
-void await(QCoro::Task<T> &&task)
-{
-    std::optional<T> ignored;
-    QCoro::waitFor(storeInto(std::move(task), ignored));
-}
-
 } // namespace
 
 TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
@@ -34,27 +27,27 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
         QByteArray stripeVersion = "2025-02-24.acacia";
     };
     const Row rows[] = {
-        {"paid invoices", [](const StripeClient &c) { await(c.fetchPaidInvoices(since)); }, "GET", "/v1/events",
+        {"paid invoices", [](const StripeClient &c) { run(c.fetchPaidInvoices(since)); }, "GET", "/v1/events",
          "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"failed payments", [](const StripeClient &c) { await(c.fetchFailedPayments(since)); }, "GET", "/v1/events",
+        {"failed payments", [](const StripeClient &c) { run(c.fetchFailedPayments(since)); }, "GET", "/v1/events",
          "type=invoice.payment_failed&limit=100&created%5Bgte%5D=1700000000"},
-        {"refunds", [](const StripeClient &c) { await(c.fetchRefunds(since)); }, "GET", "/v1/events",
+        {"refunds", [](const StripeClient &c) { run(c.fetchRefunds(since)); }, "GET", "/v1/events",
          "type=charge.refunded&limit=100&created%5Bgte%5D=1700000000"},
-        {"standalone charges", [](const StripeClient &c) { await(c.fetchStandaloneCharges(since)); }, "GET", "/v1/events",
+        {"standalone charges", [](const StripeClient &c) { run(c.fetchStandaloneCharges(since)); }, "GET", "/v1/events",
          "type=charge.succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"cancellations", [](const StripeClient &c) { await(c.fetchSubscriptionCancellations(since)); }, "GET",
+        {"cancellations", [](const StripeClient &c) { run(c.fetchSubscriptionCancellations(since)); }, "GET",
          "/v1/events", "type=customer.subscription.deleted&limit=100&created%5Bgte%5D=1700000000"},
-        {"historical charges with end", [](const StripeClient &c) { await(c.fetchSucceededChargesHistorical(since, until)); },
+        {"historical charges with end", [](const StripeClient &c) { run(c.fetchSucceededChargesHistorical(since, until)); },
          "GET", "/v1/charges", "limit=100&created%5Bgte%5D=1700000000&created%5Blte%5D=1700086400"},
         {"historical charges open-ended",
-         [](const StripeClient &c) { await(c.fetchSucceededChargesHistorical(since, std::nullopt)); }, "GET",
+         [](const StripeClient &c) { run(c.fetchSucceededChargesHistorical(since, std::nullopt)); }, "GET",
          "/v1/charges", "limit=100&created%5Bgte%5D=1700000000"},
-        {"subscriptions by status", [](const StripeClient &c) { await(c.fetchSubscriptionsByStatus(u"past_due"_s)); },
+        {"subscriptions by status", [](const StripeClient &c) { run(c.fetchSubscriptionsByStatus(u"past_due"_s)); },
          "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"},
-        {"account", [](const StripeClient &c) { await(c.fetchAccountInfo()); }, "GET", "/v1/account", ""},
-        {"retry", [](const StripeClient &c) { await(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s)); }, "POST",
+        {"account", [](const StripeClient &c) { run(c.fetchAccountInfo()); }, "GET", "/v1/account", ""},
+        {"retry", [](const StripeClient &c) { run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s)); }, "POST",
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
-        {"paid invoice payments", [](const StripeClient &c) { await(c.fetchPaidInvoicePayments(since)); }, "GET",
+        {"paid invoice payments", [](const StripeClient &c) { run(c.fetchPaidInvoicePayments(since)); }, "GET",
          "/v1/invoice_payments", "status=paid&limit=100&created%5Bgte%5D=1700000000", "2025-03-31.basil"},
     };
     server.setFallback([](const RecordedRequest &r) {
