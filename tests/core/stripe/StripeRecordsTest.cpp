@@ -42,16 +42,6 @@ TEST(StripeRecords, NewShapeInvoiceTakesItsPaymentLinksFromThePaidPayment)
     EXPECT_EQ(invoice.paid, std::nullopt);
 }
 
-TEST(StripeRecords, TopLevelPeriodEndWinsOverTheItems)
-{
-    const auto sub = decodeOk<RawSubscription>(R"({"id": "sub_1", "currency": "usd", "current_period_end": 100,
-        "items": {"data": [{"current_period_end": 200}, {"current_period_end": 300}]}})");
-    EXPECT_EQ(sub.current_period_end, 100);
-    const auto itemsOnly = decodeOk<ExpandedSubscription>(R"({"id": "sub_1", "currency": "usd",
-        "items": {"data": [{"current_period_end": 200}, {"current_period_end": 300}]}})");
-    EXPECT_EQ(itemsOnly.current_period_end, 200);
-}
-
 TEST(StripeRecords, DecodeFailuresNameTheKeyPath)
 {
     struct Row
