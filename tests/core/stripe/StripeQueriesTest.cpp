@@ -97,7 +97,7 @@ TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
     EXPECT_TRUE(server.requests().isEmpty());
 
     // Cancelled while the second page is served: no third page is asked for, and the pages
-    // already read are not returned.
+    // already read are not returned (as with any page that fails).
     CancellationToken token;
     const auto pages = chargePages(10);
     server.setHandler("GET", "/v1/charges", [&](const RecordedRequest &request) {
@@ -240,19 +240,6 @@ TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
     EXPECT_EQ(refunds->at(0).refundedAt, Date::fromUnix(1'795'200'001));
     EXPECT_EQ(refunds->at(1).charge.amount_refunded, 1500);
     EXPECT_EQ(refunds->at(0).charge.amount_refunded, refunds->at(1).charge.amount_refunded);
-}
-
-TEST_F(StripeClientTest, AFailedPageFailsTheWholeQuery)
-{
-    StripeBodies::InvoiceFields fields;
-    fields.id = u"in_1"_s;
-    const QJsonArray first{StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1, StripeBodies::invoice(fields, Shape::Legacy), Shape::Legacy)};
-    server.enqueue("GET", "/v1/events", FakeResponse::json(200, StripeBodies::page(first, true)));
-    server.enqueue("GET", "/v1/events", FakeResponse::json(500, R"({"error":{"type":"api_error"}})"));
-    const auto result = run(client().fetchPaidInvoices(since));
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().description(), uR"(Stripe HTTP 500: {"error":{"type":"api_error"}})"_s);
-    EXPECT_EQ(server.requests().size(), 2);
 }
 
 TEST_F(StripeClientTest, InvoicePaymentsNameWhatPaidEachInvoice)
