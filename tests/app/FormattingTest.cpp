@@ -251,3 +251,15 @@ TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)
               (QStringList{QStringLiteral("2 payments in XYZ not converted"), QStringLiteral("1 payment in ABC not converted")}));
     EXPECT_EQ(Formatting::unconvertedNotes(feed, {0, 2}), QStringList());
 }
+
+TEST(Formatting, SkippedRecordsAreCountedPerAccountInTheAccountsOrder)
+{
+    QList<Account> accounts;
+    for (const char *name : {"Acme", "Beta", "Quiet"}) {
+        accounts.append(Account::newAccount(AccountProvider::Stripe));
+        accounts.last().name = QString::fromLatin1(name);
+    }
+    EXPECT_EQ(Formatting::skippedRecordNotes({{accounts[1].id, 1}, {accounts[0].id, 2}, {QUuid::createUuid(), 4}}, accounts),
+              (QStringList{QStringLiteral("2 records from Acme could not be read and were skipped"),
+                           QStringLiteral("1 record from Beta could not be read and was skipped")}));
+}

@@ -72,7 +72,7 @@ DashboardModel::DashboardModel(RevenueEngine *engine, QLocale locale, QObject *p
                         &RevenueEngine::lastRefreshedChanged, &RevenueEngine::lastRefreshDurationChanged,
                         &RevenueEngine::refreshProgressChanged, &RevenueEngine::refreshStartTimeChanged,
                         &RevenueEngine::unavailableKindsChanged, &RevenueEngine::isLoadingHistoricalGapChanged,
-                        &RevenueEngine::damagedFilesChanged})
+                        &RevenueEngine::damagedFilesChanged, &RevenueEngine::skippedRecordsChanged})
         connect(engine, signal, this, &DashboardModel::recompute);
 
     connect(&m_accountFilters, &ChoiceListModel::chosen, this, [this](int row) {
@@ -271,6 +271,7 @@ QString DashboardModel::notesText() const
     for (const FileDamage &damage : m_engine->damagedFiles())
         lines.append(DamagedFiles::describe(damage));
     lines.append(Formatting::unconvertedNotes(m_engine->feed(), m_engine->filteredFeedIndices()));
+    lines.append(Formatting::skippedRecordNotes(m_engine->skippedRecords(), m_engine->accounts()));
     return lines.join(u'\n');
 }
 

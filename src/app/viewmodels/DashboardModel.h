@@ -100,7 +100,8 @@ public:
     QString errorSummary() const;
     // Why the feed is empty: still pulling, a failed load, or nothing there.
     QString feedEmptyText() const;
-    // Plain-words notes about data that was not used as it is: damaged files kept aside.
+    // Plain-words notes about data that was not used as it is: damaged files kept aside,
+    // payments in unknown currencies, records a load could not read.
     QString notesText() const;
     bool privacyMode() const;
     QString privacySymbol() const;

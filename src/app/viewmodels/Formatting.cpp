@@ -209,4 +209,17 @@ QStringList unconvertedNotes(const QList<PaymentEvent> &feed, const QList<qsizet
     return lines;
 }
 
+QStringList skippedRecordNotes(const QHash<QUuid, qsizetype> &skipped, const QList<Account> &accounts)
+{
+    QStringList lines;
+    for (const Account &account : accounts) {
+        const qsizetype n = skipped.value(account.id);
+        if (n <= 0)
+            continue;
+        lines.append(n == 1 ? u"1 record from %1 could not be read and was skipped"_s.arg(account.name)
+                            : u"%1 records from %2 could not be read and were skipped"_s.arg(QString::number(n), account.name));
+    }
+    return lines;
+}
+
 } // namespace Formatting

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/Account.h"
 #include "model/Enums.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
@@ -57,5 +58,9 @@ QString linkLabel(const QUrl &url);
 // Events in a currency the rate table does not know count as nothing in every total; these
 // lines say so per currency ("1 payment in XYZ not converted"), in order of first appearance.
 QStringList unconvertedNotes(const QList<PaymentEvent> &feed, const QList<qsizetype> &indices);
+
+// Records a load left out because they did not decode, one line per account in the order
+// of `accounts` ("2 records from Acme could not be read and were skipped").
+QStringList skippedRecordNotes(const QHash<QUuid, qsizetype> &skipped, const QList<Account> &accounts);
 
 } // namespace Formatting

@@ -25,6 +25,10 @@ struct StripeLoad
     // Ids of charges found to have paid an invoice: if an earlier cycle stored one of them
     // as a sale before its invoice arrived, the merge drops it.
     QSet<QString> supersededEventIds;
+    // Records of the account left out because they did not decode; the rest were used.
+    qsizetype skippedRecords = 0;
+    // Part of the window could not be placed yet: the next load starts where this one did.
+    bool askAgainFromSameStart = false;
 };
 
 inline size_t qHash(RevenueKind kind, size_t seed = 0)

@@ -1,44 +1,10 @@
 #include "PayPalEvents.h"
 
-#include "model/AmountBounds.h"
 #include "model/CurrencyConverter.h"
 
-#include <charconv>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
-
-std::optional<double> parsePayPalAmount(QStringView text)
-{
-    // PayPal's money pattern is ^((-?[0-9]+)|(-?([0-9]+)?[.][0-9]+))$, at most 32 characters.
-    if (text.isEmpty() || text.size() > 32)
-        return std::nullopt;
-    char buffer[33];
-    qsizetype pos = 0;
-    qsizetype intDigits = 0;
-    qsizetype fractionDigits = 0;
-    bool seenPoint = false;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t c = text[i].unicode();
-        if (c == u'-' && i == 0) {
-        } else if (c == u'.' && !seenPoint) {
-            seenPoint = true;
-        } else if (c >= u'0' && c <= u'9') {
-            ++(seenPoint ? fractionDigits : intDigits);
-        } else {
-            return std::nullopt;
-        }
-        buffer[pos++] = static_cast<char>(c);
-    }
-    if (seenPoint ? fractionDigits == 0 : intDigits == 0)
-        return std::nullopt;
-    // from_chars never consults the locale, so "12,50" can never be read as 12.5.
-    double value = 0;
-    const auto [end, error] = std::from_chars(buffer, buffer + pos, value);
-    if (error != std::errc() || end != buffer + pos || !isSaneAmount(value))
-        return std::nullopt;
-    return value;
-}
 
 bool isCompletedIncomingPayment(const PPInfo &info, double amount)
 {

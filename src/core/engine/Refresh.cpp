@@ -21,11 +21,7 @@ QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Accoun
     if (engine && account.hasStripeRecords()) {
         result = co_await engine->loadFromStripe(account, since, token);
     } else if (engine) {
-        auto events = co_await engine->loadFromPayPal(account, since, token);
-        if (events.ok())
-            result = StripeLoad{std::move(events).value(), {RevenueKind::Recurring}, {}};
-        else
-            result = events.error();
+        result = co_await engine->loadFromPayPal(account, since, token);
     }
     loads->finished.append({account.id, std::move(result)});
     // A cancelled or superseded cycle publishes nothing more.
@@ -104,6 +100,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     QHash<QUuid, Date> syncUpdates;
     QStringList errorLines;
     QSet<QString> superseded;
+    QHash<QUuid, qsizetype> skipped;
     bool anySuccess = false;
     for (const auto &[id, result] : std::as_const(loads.finished)) {
         if (token.isCancelled()) {
@@ -117,7 +114,10 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         newEvents.append(result.value().events);
         superseded.unite(result.value().supersededEventIds);
         loadedKinds.unite(result.value().loadedKinds);
-        syncUpdates.insert(id, now());
+        if (result.value().skippedRecords > 0)
+            skipped.insert(id, result.value().skippedRecords);
+        if (!result.value().askAgainFromSameStart)
+            syncUpdates.insert(id, now());
         anySuccess = true;
     }
 
@@ -139,6 +139,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         co_return;
     }
 
+    assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
     setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon(), superseded));
     m_env.storage.saveFeed(m_feed);
 

@@ -74,6 +74,7 @@ class RevenueEngine : public QObject
     Q_PROPERTY(bool isLoadingHistoricalGap READ isLoadingHistoricalGap NOTIFY isLoadingHistoricalGapChanged)
     Q_PROPERTY(QString menubarLabel READ menubarLabel NOTIFY menubarLabelChanged)
     Q_PROPERTY(QList<FileDamage> damagedFiles READ damagedFiles NOTIFY damagedFilesChanged)
+    Q_PROPERTY(QHash<QUuid, qsizetype> skippedRecords READ skippedRecords NOTIFY skippedRecordsChanged)
 
 public:
     static constexpr int bootstrapLookbackDays = 30;
@@ -116,6 +117,8 @@ public:
     bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
     // Data files that did not read completely at start, and where their copies were kept.
     const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
+    // Per account, the records its last successful load left out because they did not decode.
+    const QHash<QUuid, qsizetype> &skippedRecords() const { return m_skippedRecords; }
     // True when the accounts file did not read completely: the feed then holds events of
     // accounts the engine does not know, and must not be cleared for want of accounts.
     bool accountsDamaged() const;
@@ -145,7 +148,7 @@ public:
 
     // Loading one account (the refresh cycle runs these for every enabled account).
     QCoro::Task<Result<StripeLoad, QString>> loadFromStripe(Account account, Date since, CancellationToken token = {});
-    QCoro::Task<Result<QList<PaymentEvent>, QString>> loadFromPayPal(Account account, Date since,
+    QCoro::Task<Result<StripeLoad, QString>> loadFromPayPal(Account account, Date since,
                                                                       CancellationToken token = {});
 
     // Ranges, totals and buckets in the user's calendar.
@@ -209,6 +212,7 @@ Q_SIGNALS:
     void isLoadingHistoricalGapChanged();
     void menubarLabelChanged();
     void damagedFilesChanged();
+    void skippedRecordsChanged();
     void credentialsReadyChanged();
     // Events that passed the notification filter, for the notifier.
     void eventsToNotify(const QList<PaymentEvent> &events);
@@ -274,6 +278,7 @@ private:
     bool m_isLoadingAtRisk = false;
     bool m_isLoadingHistoricalGap = false;
     QList<FileDamage> m_damagedFiles;
+    QHash<QUuid, qsizetype> m_skippedRecords;
     bool m_credentialsReady = true;
     bool m_keyringUsable = false;
     bool m_persisting = false;

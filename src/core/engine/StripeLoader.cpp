@@ -84,11 +84,14 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     const bool linksRefused = !payments.ok() && isScopeRefusal(payments.error());
     QList<RawInvoicePayment> invoicePayments = payments.ok() ? payments.value() : QList<RawInvoicePayment>{};
     QSet<QString> paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
-    if (!linksRefused && hasUnplacedCharges(standalone, paying)) {
-        // Without the links a current-shape charge cannot be told from a sale: the account
-        // fails and asks again from the same point next time.
-        if (!payments.ok())
-            co_return payments.error().description();
+    // The invoice payments only link charges to invoices. When they fail, the invoices still
+    // count and so does every charge whose own shape says it is a sale; the current-shape
+    // charges that cannot be told from a subscription payment wait, and the account asks
+    // again from the same point next time, when the links may be there.
+    std::optional<StripeError> linkFailure;
+    if (!payments.ok() && !linksRefused)
+        linkFailure = payments.error();
+    if (!linksRefused && payments.ok() && hasUnplacedCharges(standalone, paying)) {
         std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> lookups;
         for (const QString &invoiceId : StripeClassifier::invoicesWithoutListedPayment(invoices.value(), invoicePayments))
             lookups.push_back(client->fetchPaidInvoicePaymentsOf(invoiceId, token));
@@ -102,10 +105,14 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
         }
         if (!self || token.isCancelled())
             co_return cancelledText();
-        if (lookupFailure)
-            co_return lookupFailure->description();
         if (!lookups.empty())
             paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
+        linkFailure = lookupFailure;
+    }
+    const bool chargesWait = linkFailure && hasUnplacedCharges(standalone, paying);
+    if (chargesWait) {
+        reportListingFailure(account, u"invoice payments"_s, *linkFailure);
+        load.askAgainFromSameStart = true;
     }
     // A key refused the invoice payments keeps the links the older object shape carries, and
     // the account is flagged so the user learns why totals may be high.
@@ -140,6 +147,8 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
         for (const SucceededChargeEvent &charge : standalone) {
             if (paying.contains(charge.charge.id) || charge.charge.amount.value_or(0) <= 0)
                 continue;
+            if (chargesWait && !charge.charge.carriesInvoiceLink)
+                continue;
             load.events.append(StripeClassifier::fromStandaloneCharge(charge, account));
         }
     }
@@ -161,6 +170,7 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     } else if (refunds && isScopeRefusal(refunds->error())) {
         markMissingEventScope(account.id);
     }
+    load.skippedRecords = client->skippedRecords();
     co_return load;
 }
 
@@ -192,8 +202,7 @@ void RevenueEngine::startIconCaching(const Account &account)
     m_iconCache->start(account);
 }
 
-QCoro::Task<Result<QList<PaymentEvent>, QString>> RevenueEngine::loadFromPayPal(Account account, Date since,
-                                                                                 CancellationToken token)
+QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromPayPal(Account account, Date since, CancellationToken token)
 {
     QPointer<RevenueEngine> self(this);
     const PayPalClient client(account, m_env.endpoints.paypalLive, m_env.endpoints.paypalSandbox);
@@ -202,5 +211,5 @@ QCoro::Task<Result<QList<PaymentEvent>, QString>> RevenueEngine::loadFromPayPal(
         co_return cancelledText();
     if (!transactions.ok())
         co_return transactions.error().description();
-    co_return paypalEvents(transactions.value(), account);
+    co_return StripeLoad{paypalEvents(transactions.value(), account), {RevenueKind::Recurring}, {}, client.skippedRecords()};
 }

@@ -297,6 +297,26 @@ std::optional<qint64> JsonReader::optInteger(Key key)
     return readScalar<qint64>(*this, cursor(), key, false, "an integer", getInteger);
 }
 
+qint64 JsonReader::minorAmount(Key key)
+{
+    return optMinorAmount(key, true).value_or(0);
+}
+
+std::optional<qint64> JsonReader::optMinorAmount(Key key)
+{
+    return optMinorAmount(key, false);
+}
+
+std::optional<qint64> JsonReader::optMinorAmount(Key key, bool required)
+{
+    const auto value = readScalar<qint64>(*this, cursor(), key, required, "an integer", getInteger);
+    if (value && !isSaneAmount(double(*value))) {
+        failKey(key, "an amount within a trillion");
+        return std::nullopt;
+    }
+    return value;
+}
+
 bool JsonReader::boolean(Key key)
 {
     return readScalar<bool>(*this, cursor(), key, true, "a boolean", getBool).value_or(false);
@@ -417,7 +437,7 @@ qsizetype JsonReader::arraySize(Key key)
     return value && value->get_array().get(array) == simdjson::SUCCESS ? qsizetype(array.size()) : 0;
 }
 
-bool JsonReader::eachObject(Key key, bool required, Visit visit, void *context)
+bool JsonReader::eachObject(Key key, bool required, Visit visit, void *context, const SkipHandler *skip)
 {
     if (failed())
         return false;
@@ -433,14 +453,25 @@ bool JsonReader::eachObject(Key key, bool required, Visit visit, void *context)
     for (const dom::element element : array) {
         dom::object object;
         if (element.get_object().get(object)) {
+            if (skip) {
+                skip->visit(skip->context, nullptr);
+                ++index;
+                continue;
+            }
             fail(pathOf(key) + u'[' + QString::number(index) + QStringLiteral("]: expected an object"));
             break;
         }
         JsonReader reader(m_state, this, key, index++);
         reader.start(&object);
         visit(context, reader);
-        if (failed())
+        if (!failed())
+            continue;
+        if (!skip)
             break;
+        m_state->error.clear();
+        reader.start(&object);
+        skip->visit(skip->context, &reader);
+        m_state->error.clear();
     }
     return true;
 }

@@ -58,6 +58,9 @@ public:
     std::optional<double> optNumber(Key key);
     qint64 integer(Key key);
     std::optional<qint64> optInteger(Key key);
+    // A whole number of minor units (cents, yen) held to the same bounds as amount().
+    qint64 minorAmount(Key key);
+    std::optional<qint64> optMinorAmount(Key key);
     bool boolean(Key key);
     std::optional<bool> optBoolean(Key key);
     QUuid uuid(Key key);
@@ -100,6 +103,16 @@ public:
     {
         return eachObject(key, false, &visit<F>, &f);
     }
+    // Like forEachOptObject (or forEachObject when `required`), except that one bad element
+    // does not fail the array: an element that is not an object, or that `decode` fails on,
+    // has its failure dropped, and `skipped` hears of it with a fresh reader of the element
+    // (null when it is not an object) to read what it can, its own failures dropped as well.
+    template<typename F, typename S>
+    bool forEachObjectSkippingBad(Key key, bool required, F &&decode, S &&skipped)
+    {
+        SkipHandler handler{&visitSkipped<S>, &skipped};
+        return eachObject(key, required, &visit<F>, &decode, &handler);
+    }
     // The number of elements of the array `key`; 0 when it is not an array.
     qsizetype arraySize(Key key);
 
@@ -114,10 +127,22 @@ private:
         (*static_cast<F *>(context))(element);
     }
 
+    struct SkipHandler
+    {
+        void (*visit)(void *context, JsonReader *element);
+        void *context;
+    };
+    template<typename S>
+    static void visitSkipped(void *context, JsonReader *element)
+    {
+        (*static_cast<S *>(context))(element);
+    }
+
     JsonReader(State *state, const JsonReader *parent, Key key, qsizetype index);
-    bool eachObject(Key key, bool required, Visit visit, void *context);
+    bool eachObject(Key key, bool required, Visit visit, void *context, const SkipHandler *skip = nullptr);
     QString ownPath() const;
     std::optional<QString> optRecurringString(Key key, bool required);
+    std::optional<qint64> optMinorAmount(Key key, bool required);
     Cursor &cursor();
     void start(const void *object); // a simdjson::dom::object
 

@@ -107,7 +107,8 @@ QCoro::Task<Result<QList<PPTransaction>, PPError>> PayPalClient::fetchTransactio
             co_return PPError::decoding(decoded.error());
         PPListResp list = std::move(decoded).value();
 
-        const qsizetype rows = list.transaction_details ? list.transaction_details->size() : 0;
+        *self.m_skipped += list.skipped;
+        const qsizetype rows = (list.transaction_details ? list.transaction_details->size() : 0) + list.skipped;
         if (list.transaction_details)
             transactions.append(std::move(*list.transaction_details));
         if (!payPalHasNextPage(page, rows, list.total_pages))

@@ -8,6 +8,7 @@
 
 #include <QCoroTask>
 #include <QUrl>
+#include <memory>
 
 // Reads one PayPal account's recent transactions: an OAuth token from the client
 // credentials, then the transaction search for a window. Made per use; holds no state
@@ -25,6 +26,8 @@ public:
     const Account &account() const { return m_account; }
     // The live or sandbox host, as the account's paypalLive selects.
     QUrl baseUrl() const;
+    // Transactions this client and its copies have left out because they did not decode.
+    qsizetype skippedRecords() const { return *m_skipped; }
 
     // A fresh access token; tokens are never cached. Everything the call needs from the
     // client is read before its first suspension.
@@ -39,6 +42,7 @@ private:
     Account m_account;
     QUrl m_liveBase;
     QUrl m_sandboxBase;
+    std::shared_ptr<qsizetype> m_skipped = std::make_shared<qsizetype>(0); // shared by the copies
 };
 
 // Whether another page should be asked for after `page` (1-based) returned `rowsOnPage`

@@ -1,5 +1,9 @@
 #include "PayPalRecords.h"
 
+#include "model/AmountBounds.h"
+
+#include <charconv>
+
 using namespace Qt::StringLiterals;
 
 PPAmount PPAmount::decode(JsonReader &r)
@@ -7,6 +11,8 @@ PPAmount PPAmount::decode(JsonReader &r)
     PPAmount a;
     a.currency_code = r.string("currency_code"_L1);
     a.value = r.string("value"_L1);
+    if (!r.failed() && !parsePayPalAmount(a.value))
+        r.fail(r.pathOf("value"_L1) + u": expected an amount within a trillion"_s);
     return a;
 }
 
@@ -35,8 +41,15 @@ PPListResp PPListResp::decode(JsonReader &r)
 {
     PPListResp resp;
     QList<PPTransaction> list;
-    if (r.forEachOptObject("transaction_details"_L1,
-                           [&list](JsonReader &element) { list.append(PPTransaction::decode(element)); }))
+    list.reserve(r.arraySize("transaction_details"_L1));
+    if (r.forEachObjectSkippingBad(
+            "transaction_details"_L1, false,
+            [&list](JsonReader &element) {
+                PPTransaction transaction = PPTransaction::decode(element);
+                if (!element.failed())
+                    list.append(std::move(transaction));
+            },
+            [&resp](JsonReader *) { ++resp.skipped; }))
         resp.transaction_details = std::move(list);
     resp.page = r.optInteger("page"_L1);
     resp.total_pages = r.optInteger("total_pages"_L1);
@@ -46,4 +59,36 @@ PPListResp PPListResp::decode(JsonReader &r)
 PPToken PPToken::decode(JsonReader &r)
 {
     return {r.string("access_token"_L1)};
+}
+
+std::optional<double> parsePayPalAmount(QStringView text)
+{
+    // PayPal's money pattern is ^((-?[0-9]+)|(-?([0-9]+)?[.][0-9]+))$, at most 32 characters.
+    if (text.isEmpty() || text.size() > 32)
+        return std::nullopt;
+    char buffer[33];
+    qsizetype pos = 0;
+    qsizetype intDigits = 0;
+    qsizetype fractionDigits = 0;
+    bool seenPoint = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i].unicode();
+        if (c == u'-' && i == 0) {
+        } else if (c == u'.' && !seenPoint) {
+            seenPoint = true;
+        } else if (c >= u'0' && c <= u'9') {
+            ++(seenPoint ? fractionDigits : intDigits);
+        } else {
+            return std::nullopt;
+        }
+        buffer[pos++] = static_cast<char>(c);
+    }
+    if (seenPoint ? fractionDigits == 0 : intDigits == 0)
+        return std::nullopt;
+    // from_chars never consults the locale, so "12,50" can never be read as 12.5.
+    double value = 0;
+    const auto [end, error] = std::from_chars(buffer, buffer + pos, value);
+    if (error != std::errc() || end != buffer + pos || !isSaneAmount(value))
+        return std::nullopt;
+    return value;
 }

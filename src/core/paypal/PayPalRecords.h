@@ -53,13 +53,21 @@ struct PPToken
     static PPToken decode(JsonReader &reader);
 };
 
-// One page of GET /v1/reporting/transactions.
+// One page of GET /v1/reporting/transactions. A transaction that does not decode is left
+// out and counted; the rest of the page is used.
 struct PPListResp
 {
     std::optional<QList<PPTransaction>> transaction_details; // absent: no transactions
+    qsizetype skipped = 0;
     std::optional<qint64> page;                               // 1 for the first page
     std::optional<qint64> total_pages;
 
     static PPListResp decode(JsonReader &reader);
 };
+
+// PayPal's decimal amount text, read the same in every locale: an optional minus, digits,
+// and an optional fraction ("465.00", "-13.79", "1500", ".50"). Anything else
+// ("1,000.00", "1e3", " 5", "5.") is not a number, and
+// neither is an amount beyond the sane bounds (AmountBounds).
+std::optional<double> parsePayPalAmount(QStringView text);
 

@@ -91,6 +91,7 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
                                                            CancellationToken token, Keep keep,
                                                            QByteArray apiVersionOverride) const
 {
+    const std::shared_ptr<qsizetype> skipped = m_skipped;
     QList<Out> results;
     std::optional<QString> cursor;
     QSet<QString> cursors; // every cursor asked for: a repeat means the list goes round
@@ -112,15 +113,18 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
         auto page = StripeWire::decode<Page>(body.value());
         if (!page)
             co_return page.error();
+        *skipped += page->skipped;
         for (const auto &element : page->data)
             keep(element, results);
-        if (!page->has_more || page->data.isEmpty())
+        if (!page->has_more || page->records() == 0)
             break;
+        if (!page->lastId)
+            co_return StripeError::paging(u"%1 sent a page without a single id to go on from"_s.arg(path));
         // A server (or a cache in between) that ignores starting_after answers the same
         // page again and again while saying there is more.
-        if (cursors.contains(page->data.last().id))
-            co_return StripeError::paging(u"%1 repeated a page (after %2)"_s.arg(path, page->data.last().id));
-        cursor = page->data.last().id;
+        if (cursors.contains(*page->lastId))
+            co_return StripeError::paging(u"%1 repeated a page (after %2)"_s.arg(path, *page->lastId));
+        cursor = page->lastId;
         cursors.insert(*cursor);
     }
     co_return results;

@@ -10,6 +10,7 @@
 #include <QCoroTask>
 #include <QUrl>
 #include <array>
+#include <memory>
 
 // A Stripe decline or error code and the short sentence shown for it.
 struct DeclineSentence
@@ -69,6 +70,9 @@ public:
 
     const Account &account() const { return m_account; }
     const QUrl &baseUrl() const { return m_baseUrl; }
+    // Records this client and its copies have left out of listings because they did not
+    // decode; the rest of each page was used.
+    qsizetype skippedRecords() const { return *m_skipped; }
 
     // Invoices paid since `since`, with `created` set to when Stripe reported the payment.
     Reply<QList<RawInvoice>> fetchPaidInvoices(Date since, CancellationToken token = {}) const;
@@ -121,4 +125,5 @@ private:
 
     Account m_account;
     QUrl m_baseUrl;
+    std::shared_ptr<qsizetype> m_skipped = std::make_shared<qsizetype>(0); // shared by the copies
 };

@@ -47,20 +47,47 @@ using RefundRawEvent = StripeEventRecord<RawCharge, true>;
 using SucceededChargeRawEvent = StripeEventRecord<RawCharge, false>;
 using RawEvent = StripeEventRecord<RawSubscription, true>;
 
+// One page of a list. A record that does not decode is left out and counted rather than
+// failing the page: the rest is still good. A body that is not JSON, or has no `data` list,
+// fails as a whole.
 template<typename T>
 struct ListResponse
 {
     QList<T> data;
     bool has_more = false;
+    qsizetype skipped = 0; // records left out because they did not decode
+    // The id of the page's last record that has one, decoded or not: where the next page starts.
+    std::optional<QString> lastId;
 
     static ListResponse decode(JsonReader &reader)
     {
         using namespace Qt::StringLiterals;
         ListResponse page;
-        page.data = StripeJson::arrayOf<T>(reader, "data"_L1);
+        page.data.reserve(reader.arraySize("data"_L1));
+        std::optional<QString> skippedId; // of a skipped record after the last decoded one
+        reader.forEachObjectSkippingBad(
+            "data"_L1, true,
+            [&page, &skippedId](JsonReader &element) {
+                T record = T::decode(element);
+                if (element.failed())
+                    return;
+                page.data.append(std::move(record));
+                skippedId.reset();
+            },
+            [&page, &skippedId](JsonReader *element) {
+                ++page.skipped;
+                auto id = element ? element->optString("id"_L1) : std::nullopt;
+                if (id && !id->isEmpty())
+                    skippedId = std::move(id);
+            });
         page.has_more = reader.boolean("has_more"_L1);
+        if (skippedId)
+            page.lastId = std::move(skippedId);
+        else if (!page.data.isEmpty())
+            page.lastId = page.data.last().id;
         return page;
     }
+    qsizetype records() const { return data.size() + skipped; }
     friend bool operator==(const ListResponse &, const ListResponse &) = default;
 };
 

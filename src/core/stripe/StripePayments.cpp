@@ -63,8 +63,8 @@ std::optional<QString> pickPayment(const QList<InvoicePaymentEntry> &entries,
 RawInvoice RawInvoice::decode(JsonReader &reader)
 {
     RawInvoice invoice;
-    invoice.amount_due = reader.optInteger("amount_due"_L1);
-    invoice.amount_paid = reader.integer("amount_paid"_L1);
+    invoice.amount_due = reader.optMinorAmount("amount_due"_L1);
+    invoice.amount_paid = reader.minorAmount("amount_paid"_L1);
     invoice.billing_reason = reader.optRecurringString("billing_reason"_L1);
     invoice.charge = StripeJson::expandableId(reader, "charge"_L1);
     invoice.created = reader.integer("created"_L1);
@@ -115,8 +115,8 @@ RawCharge RawCharge::decode(JsonReader &reader)
 {
     RawCharge charge;
     charge.id = reader.string("id"_L1);
-    charge.amount = reader.optInteger("amount"_L1);
-    charge.amount_refunded = reader.optInteger("amount_refunded"_L1);
+    charge.amount = reader.optMinorAmount("amount"_L1);
+    charge.amount_refunded = reader.optMinorAmount("amount_refunded"_L1);
     charge.billing_details = StripeJson::optObjectOf<BillingDetailsDecoder, BillingDetails>(reader, "billing_details"_L1);
     charge.created = reader.optInteger("created"_L1);
     charge.currency = reader.recurringString("currency"_L1);

@@ -30,6 +30,8 @@ public:
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const = 0;
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId,
                                                                        CancellationToken token) const = 0;
+    // Records the listings of this source have left out so far because they did not decode.
+    virtual qsizetype skippedRecords() const { return 0; }
 };
 
 // The Stripe REST API as a source.
@@ -81,6 +83,7 @@ public:
     {
         return m_client.fetchPaidInvoicePaymentsOf(std::move(invoiceId), token);
     }
+    qsizetype skippedRecords() const override { return m_client.skippedRecords(); }
 
 private:
     StripeClient m_client;

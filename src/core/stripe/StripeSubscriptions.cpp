@@ -17,7 +17,7 @@ RawSubscription::SubscriptionPrice RawSubscription::SubscriptionPrice::decode(Js
     SubscriptionPrice price;
     price.nickname = reader.optString("nickname"_L1);
     price.recurring = StripeJson::optObjectOf<Recurring>(reader, "recurring"_L1);
-    price.unit_amount = reader.optInteger("unit_amount"_L1);
+    price.unit_amount = reader.optMinorAmount("unit_amount"_L1);
     return price;
 }
 
@@ -122,7 +122,7 @@ ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(
 {
     LatestInvoice invoice;
     invoice.id = reader.optString("id"_L1);
-    invoice.amount_due = reader.optInteger("amount_due"_L1);
+    invoice.amount_due = reader.optMinorAmount("amount_due"_L1);
     invoice.next_payment_attempt = reader.optInteger("next_payment_attempt"_L1);
     invoice.status = reader.optString("status"_L1);
     return invoice;

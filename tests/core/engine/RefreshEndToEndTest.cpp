@@ -80,6 +80,7 @@ protected:
                            {"5TY05013RG002845M", "T0006", "2026-11-20T09:30:00+0000", "EUR", "25.00", "S", "Team plan"},
                            {"9PX12345AB678901C", "T0400", "2026-11-20T09:40:00+0000", "EUR", "-100.00", "S", "Withdrawal"},
                            {"1AB23456CD789012E", "T0006", "2026-11-20T09:50:00+0000", "USD", "40.00", "P", "Pending"},
+                           {"3ZZ00000AB000000Z", "T0006", "2026-11-20T09:55:00+0000", "USD", "9000000000000.00", "S", "Damaged"},
                        })));
     }
 
@@ -147,6 +148,10 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                            .paymentIntent = u"pi_legacy_sale"_s, .description = u"Sticker pack"_s},
                           Shape::Legacy),
                    Shape::Legacy));
+    // A record that does not decode is left out and counted; the rest of its page is used.
+    addEvent(main, u"charge.succeeded"_s,
+             StripeBodies::event(u"evt_5c"_s, u"charge.succeeded"_s, 1'795'212'000,
+                                 QJsonObject{{"id"_L1, "ch_bad"_L1}, {"amount"_L1, "12.00"_L1}}, Shape::Current));
     // Yen are whole units: 5000 is ¥5000.
     addEvent(main, u"invoice.payment_succeeded"_s,
              StripeBodies::event(u"evt_6"_s, u"invoice.payment_succeeded"_s, 1'795'220'000,
@@ -215,6 +220,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                                                     + QString::fromUtf8(error(u"invalid_request_error"_s, {},
                                                                               u"Invalid API Key provided: rk_test_****"_s))));
     EXPECT_EQ(e.unavailableKinds(), QSet<RevenueKind>{RevenueKind::Refund}) << "refunds are off by default";
+    EXPECT_EQ(e.skippedRecords(), (QHash<QUuid, qsizetype>{{main.id, 1}, {pp.id, 1}}));
     EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{20 + 99 + 15, 52.92 + 32 + 27, 10}));
     EXPECT_EQ(e.menubarLabel(), u"$245"_s);
     ASSERT_GE(progress.size(), 4);

@@ -177,8 +177,8 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
          PPError::Kind::Decoding, {}},
         {"search body an array", okToken, FakeResponse::json(200, "[]"), PPError::Kind::Decoding,
          u"PayPal decode error: expected a JSON object at the top level"_s},
-        {"row without transaction_info", okToken, FakeResponse::json(200, R"({"transaction_details":[{"payer_info":{}}]})"),
-         PPError::Kind::Decoding, u"PayPal decode error: key not found: transaction_details[0].transaction_info"_s},
+        {"transactions not a list", okToken, FakeResponse::json(200, R"({"transaction_details":{"0":{}}})"),
+         PPError::Kind::Decoding, u"PayPal decode error: transaction_details: expected an array"_s},
         {"truncated search body", okToken, truncated, PPError::Kind::Transport, {}},
         {"connection dropped", okToken, FakeResponse::drop(), PPError::Kind::Transport, {}},
     };

@@ -1,4 +1,5 @@
 // Decoding of the Stripe wire records and their derived values.
+#include "paypal/PayPalRecords.h"
 #include "stripe/StripeDecoding.h"
 #include "stripe/StripeRecords.h"
 
@@ -42,43 +43,100 @@ TEST(StripeRecords, NewShapeInvoiceTakesItsPaymentLinksFromThePaidPayment)
     EXPECT_EQ(invoice.paid, std::nullopt);
 }
 
-TEST(StripeRecords, DecodeFailuresNameTheKeyPath)
+TEST(StripeRecords, ABadRecordIsSkippedAndCountedTheRestOfThePageUsed)
 {
+    // Pages of Stripe events or PayPal transactions: a good record, the row's bad one, a good one.
+    const auto stripeEvent = [](const char *id, const char *object) -> QByteArray {
+        return QByteArray(R"({"id":")") + id + R"(","created":1,"type":"charge.refunded","data":{"object":)" + object + "}}";
+    };
+    const auto stripePage = [&](const QByteArray &bad) -> QByteArray {
+        return "{\"data\":[" + stripeEvent("evt_1", R"({"id":"ch_1","currency":"usd","amount":100})") + ',' + bad + ','
+            + stripeEvent("evt_3", R"({"id":"ch_3","currency":"usd","amount":300})") + R"(],"has_more":false})";
+    };
+    const auto paypalPage = [](const QByteArray &bad) -> QByteArray {
+        const auto row = [](const char *id) -> QByteArray {
+            return QByteArray(R"({"transaction_info":{"transaction_id":")") + id
+                + R"(","transaction_amount":{"currency_code":"USD","value":"5.00"}}})";
+        };
+        return "{\"transaction_details\":[" + row("PP1") + ',' + bad + ',' + row("PP3") + "]}";
+    };
     struct Row
     {
         const char *name;
-        QByteArray body;
-        QString description;
+        bool paypal;
+        QByteArray bad;
     };
     const Row rows[] = {
-        {"list without has_more", R"({"object":"list","data":[]})", u"Stripe decode error: key not found: has_more"_s},
-        {"event without created", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded"},{"id":"evt_2","type":"charge.refunded"}],"has_more":false})",
-         u"Stripe decode error: key not found: data[1].created"_s},
-        {"amount as text", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","amount":"20.00"}}}],"has_more":false})",
-         u"Stripe decode error: data[0].data.object.amount: expected an integer"_s},
-        {"fractional amount", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","amount":20.5}}}],"has_more":false})",
-         u"Stripe decode error: data[0].data.object.amount: expected an integer"_s},
-        {"required currency null", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":null}}}],"has_more":false})",
-         u"Stripe decode error: data[0].data.object.currency: expected a string, found null"_s},
-        {"metadata value not text", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","metadata":{"plan":3}}}}],"has_more":false})",
-         u"Stripe decode error: data[0].data.object.metadata.plan: expected a string"_s},
-        {"expandable of wrong type", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","invoice":7}}}],"has_more":false})",
-         u"Stripe decode error: data[0].data.object.invoice: expected an id or an object"_s},
-        {"expanded object without id", R"({"data":[{"id":"evt_1","created":1,"type":"charge.refunded","data":{"object":{"id":"ch_1","currency":"usd","invoice":{"object":"invoice"}}}}],"has_more":false})",
-         u"Stripe decode error: key not found: data[0].data.object.invoice.id"_s},
-        {"element not an object", R"({"data":[7],"has_more":false})", u"Stripe decode error: data[0]: expected an object"_s},
-        {"top level array", R"([1,2])", u"Stripe decode error: expected a JSON object at the top level"_s},
+        {"amount as text", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":"20.00"})")},
+        {"fractional amount", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":20.5})")},
+        {"absurd amount", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":10000000000000})")},
+        {"event without id", false, R"({"created":1,"type":"charge.refunded"})"},
+        {"event without created", false, R"({"id":"evt_2","type":"charge.refunded"})"},
+        {"currency null", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":null})")},
+        {"metadata value not text", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","metadata":{"plan":3}})")},
+        {"expandable of wrong type", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","invoice":7})")},
+        {"expanded object without id", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","invoice":{}})")},
+        {"object of unknown shape", false, stripeEvent("evt_2", "[1]")},
+        {"element not an object", false, "7"},
+        {"transaction info missing", true, R"({"payer_info":{}})"},
+        {"transaction info of wrong type", true, R"({"transaction_info":"T0006"})"},
+        {"amount value not text", true, R"({"transaction_info":{"transaction_amount":{"currency_code":"USD","value":5}}})"},
+        {"absurd PayPal amount", true,
+         R"({"transaction_info":{"transaction_amount":{"currency_code":"USD","value":"2000000000000.00"}}})"},
+        {"PayPal element not an object", true, "null"},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
-        const auto result = StripeWire::decode<RefundEventListResponse>(row.body);
+        QStringList kept;
+        qsizetype skipped = -1;
+        if (row.paypal) {
+            const auto page = decodeJsonObject(paypalPage(row.bad), [](JsonReader &r) { return PPListResp::decode(r); });
+            ASSERT_TRUE(page.ok()) << page.error().toStdString();
+            for (const PPTransaction &t : page->transaction_details.value_or(QList<PPTransaction>{}))
+                kept.append(t.transaction_info.transaction_id.value_or(QString()));
+            skipped = page->skipped;
+        } else {
+            const auto page = StripeWire::decode<RefundEventListResponse>(stripePage(row.bad));
+            ASSERT_TRUE(page.ok()) << page.error().description().toStdString();
+            for (const RefundRawEvent &event : page->data)
+                kept.append(event.id);
+            skipped = page->skipped;
+            EXPECT_EQ(page->lastId, u"evt_3"_s);
+        }
+        EXPECT_EQ(kept, (row.paypal ? QStringList{u"PP1"_s, u"PP3"_s} : QStringList{u"evt_1"_s, u"evt_3"_s}));
+        EXPECT_EQ(skipped, 1);
+    }
+
+    // The next page starts after the last record, even one that was skipped.
+    const auto lastBad = StripeWire::decode<RefundEventListResponse>(
+        "{\"data\":[" + stripeEvent("evt_1", R"({"id":"ch_1","currency":"usd"})") + ","
+        + stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":true})") + R"(],"has_more":true})");
+    ASSERT_TRUE(lastBad.ok());
+    EXPECT_EQ(lastBad->lastId, u"evt_2"_s);
+}
+
+TEST(StripeRecords, APageThatIsNotAListFailsWhole)
+{
+    const std::pair<QByteArray, QString> rows[] = {
+        {R"({"object":"list","has_more":false})", u"Stripe decode error: key not found: data"_s},
+        {R"({"data":{},"has_more":false})", u"Stripe decode error: data: expected an array"_s},
+        {R"({"object":"list","data":[]})", u"Stripe decode error: key not found: has_more"_s},
+        {R"([1,2])", u"Stripe decode error: expected a JSON object at the top level"_s},
+        {"<html>502 Bad Gateway</html>", u"Stripe decode error: "_s}, // then the parser's own words
+    };
+    for (const auto &[body, description] : rows) {
+        SCOPED_TRACE(body.toStdString());
+        const auto result = StripeWire::decode<RefundEventListResponse>(body);
         ASSERT_FALSE(result.ok());
         EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
-        EXPECT_EQ(result.error().description(), row.description);
+        const bool parserWords = description.endsWith(u' ');
+        EXPECT_EQ(parserWords ? result.error().description().left(description.size()) : result.error().description(),
+                  description);
     }
-    const auto notJson = StripeWire::decode<RefundEventListResponse>("<html>502 Bad Gateway</html>");
-    ASSERT_FALSE(notJson.ok());
-    EXPECT_TRUE(notJson.error().description().startsWith(u"Stripe decode error: "_s));
+    const auto paypal = decodeJsonObject(QByteArray(R"({"transaction_details":{}})"),
+                                         [](JsonReader &r) { return PPListResp::decode(r); });
+    ASSERT_FALSE(paypal.ok());
+    EXPECT_EQ(paypal.error(), u"transaction_details: expected an array"_s);
 }
 
 namespace {
