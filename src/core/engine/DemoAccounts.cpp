@@ -12,9 +12,21 @@ void RevenueEngine::addDemoAccount()
 
 std::shared_ptr<const StripeSource> RevenueEngine::stripeSource(const Account &account) const
 {
-    if (!account.isDemo())
-        return std::make_shared<HttpStripeSource>(StripeClient(account, m_env.endpoints.stripeApi));
+    if (!account.isDemo()) {
+        StripeClient client(account, m_env.endpoints.stripeApi, stripeBudget(account.stripeRestrictedKey));
+        client.setMaxSlices(m_env.stripeMaxSlices);
+        return std::make_shared<HttpStripeSource>(std::move(client));
+    }
     if (!m_demoRetries)
         m_demoRetries = std::make_shared<DemoRetryBook>();
     return std::make_shared<DemoStripeSource>(account, m_env.clock, m_demoRetries);
+}
+
+std::shared_ptr<RequestBudget> RevenueEngine::stripeBudget(const QString &restrictedKey) const
+{
+    std::shared_ptr<RequestBudget> &budget = m_stripeBudgets[restrictedKey];
+    if (!budget)
+        budget = std::make_shared<RequestBudget>(
+            m_env.stripeRequestsPerSecond.value_or(RequestBudget::requestsPerSecondFor(restrictedKey)), m_env.clock);
+    return budget;
 }

@@ -9,6 +9,7 @@
 #include "model/Preferences.h"
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
+#include "stripe/ListingSlices.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
@@ -23,6 +24,7 @@
 #include <memory>
 
 class IconCache;
+class RequestBudget;
 class StripeSource;
 struct DemoRetryBook;
 struct RawCharge;
@@ -42,6 +44,10 @@ struct EngineEnvironment
     bool startLoops = true; // false: the owner calls startAutoRefresh() itself
     // The desktop keyring for credentials; none: they stay in the private accounts file.
     std::shared_ptr<SecretStore> secrets;
+    // Stripe requests per second and account; none: by the key's mode (RequestBudget).
+    std::optional<int> stripeRequestsPerSecond;
+    // Slices a long Stripe event listing is paged in side by side (1: page after page).
+    int stripeMaxSlices = ListingSlices::maxSlices;
 };
 
 // The one long-lived object: owns accounts, preferences, the feed and everything derived
@@ -250,6 +256,7 @@ private:
     void startIconCaching(const Account &account);
     // Where an account's Stripe records come from: the REST API, or the demo business.
     std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;
+    std::shared_ptr<RequestBudget> stripeBudget(const QString &restrictedKey) const;
     std::unique_ptr<IconCache> makeIconCache();
 
     EngineEnvironment m_env;
@@ -303,6 +310,8 @@ private:
     QString m_menubarLabel;
     // Invoices paid by hand on demo accounts, kept for the life of the engine.
     mutable std::shared_ptr<DemoRetryBook> m_demoRetries; // made on first use
+    // One request budget per Stripe key, shared by every request made with it.
+    mutable QHash<QString, std::shared_ptr<RequestBudget>> m_stripeBudgets;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

@@ -6,8 +6,10 @@
 #include <QCoroSignal>
 #include <QNetworkAccessManager>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QStringDecoder>
 #include <QTimer>
+#include <array>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -16,16 +18,36 @@ using namespace Qt::StringLiterals;
 
 namespace Http {
 
-QNetworkAccessManager &sharedSession()
+namespace {
+
+struct SessionPool
+{
+    std::array<QNetworkAccessManager *, sessionCount> sessions{};
+    std::array<int, sessionCount> inFlight{};
+
+    int leastBusy() const { return int(std::min_element(inFlight.begin(), inFlight.end()) - inFlight.begin()); }
+};
+
+SessionPool &pool()
 {
     // Created on first use on the main thread; lives for the process.
-    static QNetworkAccessManager *session = [] {
-        auto *nam = new QNetworkAccessManager();
-        nam->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-        nam->setAutoDeleteReplies(false);
-        return nam;
+    static SessionPool *sessions = [] {
+        auto *made = new SessionPool;
+        for (QNetworkAccessManager *&session : made->sessions) {
+            session = new QNetworkAccessManager();
+            session->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+            session->setAutoDeleteReplies(false);
+        }
+        return made;
     }();
-    return *session;
+    return *sessions;
+}
+
+} // namespace
+
+QNetworkAccessManager &sharedSession()
+{
+    return *pool().sessions[0];
 }
 
 QString bodyText(const QByteArray &body)
@@ -50,7 +72,12 @@ QNetworkRequest makeRequest(const QUrl &url)
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body, CancellationToken token,
                                qint64 maxBody)
 {
-    return sendVia(sharedSession(), std::move(request), std::move(verb), std::move(body), std::move(token), maxBody);
+    SessionPool &sessions = pool();
+    const int chosen = sessions.leastBusy();
+    ++sessions.inFlight[chosen];
+    const auto done = qScopeGuard([&sessions, chosen] { --sessions.inFlight[chosen]; });
+    co_return co_await sendVia(*sessions.sessions[chosen], std::move(request), std::move(verb), std::move(body),
+                               std::move(token), maxBody);
 }
 
 QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkRequest request, QByteArray verb,
@@ -114,6 +141,7 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
         response.body.resize(length);
         response.body.resize(std::max<qint64>(reply->read(response.body.data(), length), 0));
         response.redirectTarget = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+        response.retryAfter = reply->rawHeader("Retry-After");
     } else {
         response.error = reply->error() == QNetworkReply::NoError ? QNetworkReply::UnknownNetworkError : reply->error();
         response.errorText = reply->errorString();

@@ -18,6 +18,7 @@ struct HttpResponse
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     QString errorText;
     QUrl redirectTarget; // the Location of a 3xx answer, possibly relative; never followed here
+    QByteArray retryAfter; // the Retry-After header as sent, empty when there was none
 
     bool isTransportFailure() const { return status == 0 && error != QNetworkReply::NoError; }
     bool isCancelled() const { return error == QNetworkReply::OperationCanceledError; }
@@ -29,10 +30,12 @@ inline constexpr int idleTimeoutMs = 30'000;
 inline constexpr int wholeTransferTimeoutMs = 60'000;
 inline constexpr qint64 maxBodyBytes = 32 * 1024 * 1024;
 
-// The one network session of the process, shared by the provider clients and icon fetches.
+// The network session of the process, shared by the provider clients and icon fetches.
 // Over HTTPS it negotiates HTTP/2, which multiplexes all requests to a host over one
-// connection, so the 6-connections-per-host cap of HTTP/1.1 in Qt does not bound them.
+// connection. Over HTTP/1.1 Qt opens at most six connections per host and session, so
+// send() spreads requests over a few sessions: 24 connections per host in all.
 QNetworkAccessManager &sharedSession();
+inline constexpr int sessionCount = 4;
 
 // Sends one request and waits for the whole body. Redirects are never followed, so
 // credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.

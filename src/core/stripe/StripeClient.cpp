@@ -6,6 +6,7 @@
 #include <QScopeGuard>
 #include <QSet>
 #include <QUrlQuery>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -33,9 +34,10 @@ QByteArray encodeQuery(const QList<std::pair<QString, QString>> &items)
 
 } // namespace
 
-StripeClient::StripeClient(Account account, QUrl baseUrl)
+StripeClient::StripeClient(Account account, QUrl baseUrl, std::shared_ptr<RequestBudget> budget)
     : m_account(std::move(account))
     , m_baseUrl(std::move(baseUrl))
+    , m_budget(budget ? std::move(budget) : std::make_shared<RequestBudget>(0, std::make_shared<SystemClock>()))
 {
 }
 
@@ -76,7 +78,26 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
     request.setRawHeader("Stripe-Version", apiVersionOverride.isEmpty() ? QByteArray(apiVersion.data(), apiVersion.size())
                                                                         : apiVersionOverride);
 
-    const HttpResponse response = co_await Http::send(request, verb, {}, token);
+    // A GET refused for the rate limit is asked again once the wait Stripe names is over
+    // (or, without one, after a wait that doubles), holding back the account's other
+    // requests meanwhile; past rateLimitWaitLimit in all the 429 stands.
+    const std::shared_ptr<RequestBudget> budget = self.m_budget;
+    HttpResponse response;
+    double waited = 0.0;
+    double backoff = 1.0;
+    for (;;) {
+        if (!co_await budget->acquire(token))
+            co_return StripeError::cancelled(cancelledText);
+        response = co_await Http::send(request, verb, {}, token);
+        if (response.status != 429 || verb != "GET")
+            break;
+        const double wait = retryAfterSeconds(response.retryAfter, budget->clock()->now()).value_or(backoff);
+        backoff *= 2.0;
+        if (waited + wait > rateLimitWaitLimit)
+            break;
+        waited += wait;
+        budget->pause(wait);
+    }
     if (response.isCancelled() && token.isCancelled())
         co_return StripeError::cancelled(response.errorText);
     if (response.status == 0)
@@ -86,27 +107,41 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
     co_return response.body;
 }
 
-template<typename Page, typename Out, typename Keep>
-StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query query, int pageCap,
-                                                           CancellationToken token, Keep keep,
-                                                           QByteArray apiVersionOverride) const
+template<typename Out>
+struct StripeClient::Run
 {
+    ListingSlices::Part<Out> part;
+    bool hasMore = false; // the run stopped at its page cap with more to come
+    std::optional<QString> lastId;
+    ListingSlices::FirstPage first; // what the run's first page held
+};
+
+template<typename Page, typename Out, typename Keep>
+StripeClient::Reply<StripeClient::Run<Out>> StripeClient::pageRun(QString path, Query query, std::optional<QString> cursor,
+                                                                  int pageCap, std::shared_ptr<int> pagesUsed,
+                                                                  CancellationToken token, Keep &keep,
+                                                                  QByteArray apiVersionOverride) const
+{
+    using Element = typename decltype(Page::data)::value_type;
+    const StripeClient self = *this;
+    Run<Out> run;
     const std::shared_ptr<qsizetype> skipped = m_skipped;
-    QList<Out> results;
-    std::optional<QString> cursor;
     QSet<QString> cursors; // every cursor asked for: a repeat means the list goes round
+    if (cursor)
+        cursors.insert(*cursor);
     qsizetype largestBody = 0;
     // Each page's body and decoded records go at the end of its turn; what stays is what is kept.
     const auto released = qScopeGuard([&largestBody] { Http::releaseFreedMemory(largestBody); });
     for (int pageNumber = 0; pageCap <= 0 || pageNumber < pageCap; ++pageNumber) {
         if (token.isCancelled())
             co_return StripeError::cancelled(cancelledText);
-        if (pageCap <= 0 && pageNumber >= listingPageLimit)
+        if (*pagesUsed >= listingPageLimit)
             co_return StripeError::paging(u"%1 has more than %2 pages"_s.arg(path, QString::number(listingPageLimit)));
+        ++*pagesUsed;
         Query pageQuery = query;
         if (cursor)
             pageQuery.append({u"starting_after"_s, *cursor});
-        auto body = co_await send("GET", path, pageQuery, token, apiVersionOverride);
+        auto body = co_await self.send("GET", path, pageQuery, token, apiVersionOverride);
         if (!body)
             co_return body.error();
         largestBody = std::max(largestBody, body.value().size());
@@ -114,9 +149,21 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
         if (!page)
             co_return page.error();
         *skipped += page->skipped;
-        for (const auto &element : page->data)
-            keep(element, results);
-        if (!page->has_more || page->records() == 0)
+        for (const Element &element : page->data) {
+            const qsizetype before = run.part.records.size();
+            keep(element, run.part.records);
+            if (run.part.records.size() > before)
+                run.part.ids.append(element.id);
+        }
+        if constexpr (requires(const Element &e) { qint64(e.created); }) {
+            if (pageNumber == 0 && !page->data.isEmpty()) {
+                const auto [oldest, newest] = std::minmax_element(
+                    page->data.cbegin(), page->data.cend(), [](const Element &a, const Element &b) { return a.created < b.created; });
+                run.first = {page->records(), newest->created, oldest->created};
+            }
+        }
+        run.hasMore = page->has_more && page->records() > 0;
+        if (!run.hasMore)
             break;
         if (!page->lastId)
             co_return StripeError::paging(u"%1 sent a page without a single id to go on from"_s.arg(path));
@@ -126,21 +173,93 @@ StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query q
             co_return StripeError::paging(u"%1 repeated a page (after %2)"_s.arg(path, *page->lastId));
         cursor = page->lastId;
         cursors.insert(*cursor);
+        run.lastId = cursor;
     }
-    co_return results;
+    co_return run;
 }
+
+template<typename Page, typename Out, typename Keep>
+StripeClient::Reply<QList<Out>> StripeClient::collectPages(QString path, Query query, int pageCap,
+                                                           CancellationToken token, Keep keep,
+                                                           QByteArray apiVersionOverride) const
+{
+    const StripeClient self = *this;
+    auto run = co_await self.pageRun<Page, Out>(path, query, std::nullopt, pageCap, std::make_shared<int>(0), token, keep,
+                                                apiVersionOverride);
+    if (!run)
+        co_return run.error();
+    co_return std::move(run->part.records);
+}
+
+namespace {
+
+// Awaits one slice's run and, should it fail, stops its siblings at once.
+template<typename T>
+QCoro::Task<T> stoppingSiblingsOnFailure(QCoro::Task<T> run, CancellationToken siblings)
+{
+    auto result = co_await std::move(run);
+    if (!result)
+        siblings.cancel();
+    co_return result;
+}
+
+} // namespace
 
 template<typename Event, typename Out, typename Make>
 StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date since, CancellationToken token,
                                                             Make make) const
 {
-    const Query query{{u"type"_s, type}, {u"limit"_s, u"100"_s}, {u"created[gte]"_s, unixSeconds(since)}};
-    co_return co_await collectPages<ListResponse<Event>, Out>(
-        u"/v1/events"_s, query, 0, token, [&make](const Event &event, QList<Out> &out) {
-            // An event whose object is missing carries nothing to count.
-            if (event.data && event.data->object)
-                make(event, *event.data->object, out);
-        });
+    using Page = ListResponse<Event>;
+    const StripeClient self = *this;
+    const QString path = u"/v1/events"_s;
+    const qint64 start = since.unixSecondsTruncated();
+    const Query query{{u"type"_s, type}, {u"limit"_s, u"100"_s}, {u"created[gte]"_s, QString::number(start)}};
+    auto keep = [&make](const Event &event, QList<Out> &out) {
+        // An event whose object is missing carries nothing to count.
+        if (event.data && event.data->object)
+            make(event, *event.data->object, out);
+    };
+    const auto pagesUsed = std::make_shared<int>(0);
+    auto first = co_await self.pageRun<Page, Out>(path, query, std::nullopt, 1, pagesUsed, token, keep);
+    if (!first)
+        co_return first.error();
+    if (!first->hasMore)
+        co_return std::move(first->part.records);
+
+    const int sliceCount = self.m_maxSlices > 1 ? ListingSlices::sliceCount(first->first, start, self.m_maxSlices) : 1;
+    if (sliceCount <= 1) {
+        auto rest = co_await self.pageRun<Page, Out>(path, query, first->lastId, 0, pagesUsed, token, keep);
+        if (!rest)
+            co_return rest.error();
+        co_return first->part.records + rest->part.records;
+    }
+
+    // The rest of the window, from its start to the first page's oldest second (included:
+    // records of that second may not all have fitted on the first page), in slices.
+    const CancellationToken siblings = token.linked();
+    std::vector<Reply<Run<Out>>> runs;
+    for (const ListingSlices::Slice &slice : ListingSlices::split(start, first->first.oldest, sliceCount)) {
+        const Query sliceQuery{{u"type"_s, type},
+                               {u"limit"_s, u"100"_s},
+                               {u"created[gte]"_s, QString::number(slice.from)},
+                               {u"created[lte]"_s, QString::number(slice.to)}};
+        runs.push_back(stoppingSiblingsOnFailure(
+            self.pageRun<Page, Out>(path, sliceQuery, std::nullopt, 0, pagesUsed, siblings, keep), siblings));
+    }
+    QList<ListingSlices::Part<Out>> parts{std::move(first->part)};
+    std::optional<StripeError> failure;
+    for (auto &run : runs) {
+        auto done = co_await run;
+        if (done)
+            parts.append(std::move(done->part));
+        else if (!failure || failure->kind() == StripeError::Kind::Cancelled)
+            failure = done.error(); // the slice that failed first, not the ones it stopped
+    }
+    if (token.isCancelled())
+        co_return StripeError::cancelled(cancelledText);
+    if (failure)
+        co_return *failure;
+    co_return ListingSlices::merge(std::move(parts));
 }
 
 StripeClient::Reply<QList<RawInvoice>> StripeClient::fetchPaidInvoices(Date since, CancellationToken token) const
@@ -288,4 +407,19 @@ std::optional<QString> StripeClient::parseHumanError(const QByteArray &body)
     if (!key.isEmpty())
         return u"Charge declined: "_s + QString(key).replace(u'_', u' ');
     return std::nullopt;
+}
+
+std::optional<double> StripeClient::retryAfterSeconds(const QByteArray &value, Date now)
+{
+    const QByteArray text = value.trimmed();
+    if (text.isEmpty())
+        return std::nullopt;
+    bool isNumber = false;
+    const double seconds = text.toDouble(&isNumber);
+    if (isNumber)
+        return std::isfinite(seconds) ? std::optional<double>(std::max(0.0, seconds)) : std::nullopt;
+    const QDateTime at = QDateTime::fromString(QString::fromLatin1(text), Qt::RFC2822Date);
+    if (!at.isValid())
+        return std::nullopt;
+    return std::max(0.0, Date::fromDateTime(at).secondsSince(now));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ListingSlices.h"
+#include "RequestBudget.h"
 #include "StripeError.h"
 #include "StripeRecords.h"
 #include "model/Account.h"
@@ -46,7 +48,8 @@ inline constexpr std::array<DeclineSentence, 22> stripeFriendlyDeclineMap{{
 
 // The Stripe REST API for one account. A value: cheap to make per use and to copy; every
 // query copies what it needs before its first suspension, so the client may go away while
-// a query runs. Nothing is retried and nothing is logged here.
+// a query runs. Requests start within the account's budget; a GET Stripe refuses with 429 is
+// asked again once the wait it names is over. Nothing else is retried and nothing is logged.
 class StripeClient
 {
 public:
@@ -65,8 +68,15 @@ public:
     // beyond a 30-day window of any account, and a server that never ends a list would
     // otherwise be asked for ever.
     static constexpr int listingPageLimit = 2000;
+    // How long a request waits in all for Stripe's rate limit before it fails with the 429.
+    static constexpr double rateLimitWaitLimit = 30.0;
 
-    StripeClient(Account account, QUrl baseUrl);
+    // Without a budget requests start at once.
+    StripeClient(Account account, QUrl baseUrl, std::shared_ptr<RequestBudget> budget = {});
+
+    // Event listings with more than a page are split by `created` into at most this many
+    // slices paged side by side (1: paged one page after another).
+    void setMaxSlices(int slices) { m_maxSlices = std::max(1, slices); }
 
     const Account &account() const { return m_account; }
     const QUrl &baseUrl() const { return m_baseUrl; }
@@ -109,15 +119,24 @@ public:
     static std::optional<QString> parseHumanError(const QByteArray &body);
     // Letters, digits and underscores only: what Stripe ids are made of, and safe in a path.
     static bool isPlainStripeId(QStringView id);
+    // The seconds a Retry-After value asks for (seconds or an HTTP date), none when unreadable.
+    static std::optional<double> retryAfterSeconds(const QByteArray &value, Date now);
 
 private:
     using Query = QList<std::pair<QString, QString>>;
+    template<typename Out>
+    struct Run; // one run of pages and how it ended
 
     Reply<QByteArray> send(QByteArray verb, QString path, Query query, CancellationToken token,
                            QByteArray apiVersionOverride = {}) const;
+    // Pages through a list from `cursor` on. `pageCap` > 0 ends the run quietly after that
+    // many pages; 0 fails once `pagesUsed`, shared by the runs of one listing, passes
+    // listingPageLimit. A list whose cursor does not move fails at once.
     template<typename Page, typename Out, typename Keep>
-    // Pages through a list. `pageCap` > 0 ends the list quietly after that many pages; 0
-    // fails past listingPageLimit. A list whose cursor does not move fails at once.
+    Reply<Run<Out>> pageRun(QString path, Query query, std::optional<QString> cursor, int pageCap,
+                       std::shared_ptr<int> pagesUsed, CancellationToken token, Keep &keep,
+                       QByteArray apiVersionOverride = {}) const;
+    template<typename Page, typename Out, typename Keep>
     Reply<QList<Out>> collectPages(QString path, Query query, int pageCap, CancellationToken token, Keep keep,
                                    QByteArray apiVersionOverride = {}) const;
     template<typename Event, typename Out, typename Make>
@@ -126,4 +145,6 @@ private:
     Account m_account;
     QUrl m_baseUrl;
     std::shared_ptr<qsizetype> m_skipped = std::make_shared<qsizetype>(0); // shared by the copies
+    std::shared_ptr<RequestBudget> m_budget;
+    int m_maxSlices = ListingSlices::maxSlices;
 };

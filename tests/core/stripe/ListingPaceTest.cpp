@@ -1,0 +1,200 @@
+// Long listings paged in slices side by side, within the account's request budget, waiting
+// out Stripe's rate limit.
+#include "StripeClientFixture.h"
+#include "stripe/ListingSlices.h"
+#include "support/StripeListing.h"
+#include "support/TestUtil.h"
+#include "support/VirtualClock.h"
+
+using namespace Qt::StringLiterals;
+using ListingSlices::Slice;
+
+TEST(ListingSlicesTest, SplitCoversTheWindowNewestFirst)
+{
+    const struct
+    {
+        const char *name;
+        qint64 from, to;
+        int count;
+        QList<Slice> expected;
+    } cases[] = {
+        {"empty window", 100, 99, 4, {}},
+        {"one huge slice", 0, 2'591'999, 1, {{0, 2'591'999}}},
+        {"uneven split gives the newest slices the extra seconds", 0, 9, 3, {{6, 9}, {3, 5}, {0, 2}}},
+        {"more slices than seconds", 10, 11, 5, {{11, 11}, {10, 10}}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(ListingSlices::split(c.from, c.to, c.count), c.expected);
+    }
+}
+
+TEST(ListingSlicesTest, SliceCountFollowsTheFirstPagesDensity)
+{
+    const struct
+    {
+        const char *name;
+        ListingSlices::FirstPage first;
+        qint64 windowStart;
+        int expected;
+    } cases[] = {
+        {"short page", {60, 1000, 100}, 0, 1},
+        {"100 a day over 29 more days", {100, 30 * 86400, 29 * 86400 + 1}, 0, 24},
+        {"100 a day over 3 more days", {100, 4 * 86400, 3 * 86400 + 1}, 0, 4},
+        {"a burst within one second", {100, 5000, 5000}, 0, 24},
+        {"nothing left before the page", {100, 5000, 4000}, 4000, 1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(ListingSlices::sliceCount(c.first, c.windowStart), c.expected);
+    }
+}
+
+TEST(ListingSlicesTest, MergeKeepsOrderAndDropsRepeatsAcrossEdges)
+{
+    using Part = ListingSlices::Part<int>;
+    const QList<Part> parts{{{u"a"_s, u"b"_s}, {1, 2}}, {}, {{u"b"_s, u"c"_s}, {20, 3}}, {{u"d"_s}, {4}}};
+    EXPECT_EQ(ListingSlices::merge(parts), (QList<int>{1, 2, 3, 4}));
+    EXPECT_TRUE(ListingSlices::merge(QList<Part>{{}, {}}).isEmpty());
+}
+
+namespace {
+
+// Keeps a task's result where the test can look while it drives the clock.
+template<typename T>
+QCoro::Task<> storeInto(QCoro::Task<T> task, std::optional<T> &out)
+{
+    out.emplace(co_await std::move(task));
+}
+
+// Refund events over a month; every tenth second holds three events, so page and slice
+// edges fall inside seconds that hold more than one.
+StripeListing refunds(int count)
+{
+    StripeListing listing;
+    for (int i = 0; i < count; ++i) {
+        const qint64 created = 1'795'000'000 + qint64(i / 3) * 7919;
+        listing.add(StripeBodies::event(u"evt_%1"_s.arg(i, 5, 10, QChar(u'0')), u"charge.refunded"_s, created,
+                                        StripeBodies::charge({.id = u"ch_%1"_s.arg(i)}, StripeBodies::Shape::Legacy),
+                                        StripeBodies::Shape::Legacy));
+    }
+    listing.finish();
+    return listing;
+}
+
+} // namespace
+
+TEST_F(StripeClientTest, SlicedListingsEqualPagedOnes)
+{
+    const StripeListing listing = refunds(1000);
+    server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
+        const auto [status, body] = listing.answer(r.queryItems());
+        return FakeResponse::json(status, body);
+    });
+    QList<QStringList> results;
+    for (int slices : {1, 24}) {
+        SCOPED_TRACE(slices);
+        server.clearRecords();
+        StripeClient paged = client();
+        paged.setMaxSlices(slices);
+        const auto result = run(paged.fetchRefunds(Date::fromUnix(1'795'000'000)));
+        ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
+        QStringList ids;
+        for (const RefundEvent &r : result.value())
+            ids.append(r.eventId);
+        results.append(ids);
+        EXPECT_EQ(server.requests().size() > 10, slices > 1);
+    }
+    EXPECT_EQ(results[0].size(), 1000);
+    EXPECT_EQ(results[0], results[1]);
+}
+
+TEST_F(StripeClientTest, SlicesStopWhenOneFailsOrTheCallerCancels)
+{
+    const StripeListing listing = refunds(3000); // 24 slices of two pages
+    CancellationToken token;
+    const struct
+    {
+        const char *name;
+        bool cancel;
+        StripeError::Kind kind;
+    } cases[] = {{"a slice answered 500", false, StripeError::Kind::Http}, {"cancelled mid-way", true, StripeError::Kind::Cancelled}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        server.clearRecords();
+        server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
+            if (server.requests().size() == 2) { // the first slice to ask
+                if (c.cancel)
+                    token.cancel();
+                else
+                    return FakeResponse::json(500, R"({"error":{"message":"boom"}})");
+            }
+            const auto [status, body] = listing.answer(r.queryItems());
+            return FakeResponse::json(status, body);
+        });
+        const auto result = run(client().fetchRefunds(Date::fromUnix(1'795'000'000), token));
+        ASSERT_FALSE(result.ok());
+        EXPECT_EQ(result.error().kind(), c.kind);
+        // The slices already asked answer; none asks for its next page.
+        EXPECT_LE(server.requests().size(), 1 + ListingSlices::maxSlices);
+    }
+}
+
+TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
+{
+    auto clock = std::make_shared<VirtualClock>();
+    const auto waitForRequests = [&](int n) { return waitUntil([&] { return server.requests().size() >= n; }, 3000); };
+    const QByteArray emptyPage = StripeBodies::page({}, false);
+
+    // Five a second: the sixth request waits for the first one's second to pass.
+    server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, "{}"); });
+    const StripeClient budgeted(client().account(), server.baseUrl(), std::make_shared<RequestBudget>(5, clock));
+    std::vector<std::optional<Result<StripeAccountInfo, StripeError>>> infos(6);
+    std::vector<QCoro::Task<>> lookups;
+    for (auto &info : infos)
+        lookups.push_back(storeInto(budgeted.fetchAccountInfo(), info));
+    ASSERT_TRUE(waitForRequests(5));
+    VirtualClock::settle();
+    EXPECT_EQ(server.requests().size(), 5);
+    clock->advance(1.0);
+    ASSERT_TRUE(waitForRequests(6));
+
+    const struct
+    {
+        const char *name;
+        QByteArray retryAfter;
+        QList<double> advances; // after each: one more request, the last one answered
+        bool ok;
+    } cases[] = {
+        {"seconds", "7", {7.0}, true},
+        {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, false},
+        {"longer than the wait allowed", "120", {}, false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        server.clearRecords();
+        server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) {
+            if (c.ok && server.requests().size() > 1)
+                return FakeResponse::json(200, emptyPage);
+            FakeResponse limited = FakeResponse::json(429, R"({"error":{"type":"rate_limit_error"}})");
+            if (!c.retryAfter.isEmpty())
+                limited.headers.append({"Retry-After", c.retryAfter});
+            return limited;
+        });
+        std::optional<Result<QList<RefundEvent>, StripeError>> result;
+        auto task = storeInto(budgeted.fetchRefunds(Date::fromUnix(1'795'000'000)), result);
+        for (double seconds : c.advances) {
+            ASSERT_TRUE(waitUntil([&] { return clock->sleepingCount() > 0; }, 3000));
+            const qsizetype before = server.requests().size();
+            clock->advance(seconds - 0.01);
+            EXPECT_EQ(server.requests().size(), before);
+            clock->advance(0.01);
+            ASSERT_TRUE(waitForRequests(before + 1));
+        }
+        ASSERT_TRUE(waitUntil([&] { return result.has_value(); }, 3000));
+        EXPECT_EQ(result->ok(), c.ok);
+        if (!c.ok)
+            EXPECT_EQ(result->error().description(), uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s);
+        EXPECT_EQ(server.requests().size(), c.advances.size() + 1);
+    }
+}
