@@ -38,8 +38,8 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
         m_credentialsReady = false;
         loadCredentials();
     }
-    if (m_env.startLoops)
-        startAutoRefresh();
+    if (m_env.startLoops && !m_feedPending)
+        startAutoRefresh(); // else once the feed is in
 }
 
 RevenueEngine::~RevenueEngine()
@@ -62,28 +62,7 @@ void RevenueEngine::loadFromDisk()
     if (auto achievements = storage.loadAchievements(&m_damagedFiles))
         m_achievements = *achievements;
 
-    QList<PaymentEvent> stored = storage.loadFeed(&m_damagedFiles);
-    if (stored.isEmpty())
-        return;
-    std::stable_sort(stored.begin(), stored.end(),
-                     [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
-    m_feed = std::move(stored);
-    rebuildBucketsFromFeed();
-    for (const PaymentEvent &event : std::as_const(m_feed))
-        m_seenEventIds.insert(event.id);
-    // Events already on disk never produce a notification.
-    m_notifierInitialized = true;
-    for (const Date &synced : std::as_const(m_syncState))
-        if (!m_lastRefreshed || synced > *m_lastRefreshed)
-            m_lastRefreshed = synced;
-
-    // A stored feed covering less than 25 days was cut short (first run, long pause): load
-    // every account's whole bootstrap window again.
-    const Date horizon = m_env.calendar.addingDays(now(), -25);
-    if (m_feed.last().date > horizon && !m_accounts.isEmpty()) {
-        m_syncState.clear();
-        storage.saveSyncState(m_syncState);
-    }
+    loadStoredFeed();
 }
 
 bool RevenueEngine::accountsDamaged() const
@@ -218,8 +197,9 @@ void RevenueEngine::cancelCurrentRefresh()
     // Progress first, so whoever reacts to isLoading sees a consistent idle state.
     assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
     assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
-    assign(m_isLoading, false, &RevenueEngine::isLoadingChanged);
-    startAutoRefresh();
+    assign(m_isLoading, m_feedPending, &RevenueEngine::isLoadingChanged);
+    if (!m_feedPending)
+        startAutoRefresh();
 }
 
 QCoro::Task<> RevenueEngine::refresh()

@@ -46,6 +46,9 @@ struct EngineEnvironment
     std::shared_ptr<SecretStore> secrets;
     // Stripe requests per second and account; none: by the key's mode (RequestBudget).
     std::optional<int> stripeRequestsPerSecond;
+    // Whether the stored feed is read on a worker thread, so the constructor returns before
+    // it is in; the engine is loading until then and its loops start afterwards.
+    bool readFeedInBackground = false;
     // Slices a long Stripe event listing is paged in side by side (1: page after page).
     int stripeMaxSlices = ListingSlices::maxSlices;
 };
@@ -234,6 +237,9 @@ private:
     }
 
     void loadFromDisk();
+    void loadStoredFeed();
+    QCoro::Task<> readFeedInBackground(CancellationToken token);
+    void adoptStoredFeed(QList<PaymentEvent> stored);
     void saveAccounts();
     QCoro::Task<> loadCredentials();
     QCoro::Task<> persistAccounts();
@@ -293,6 +299,7 @@ private:
     QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
     QStringList m_credentialRemovals;             // keyring entries of removed accounts
 
+    bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
     QSet<QString> m_seenEventIds;
     bool m_notifierInitialized = false;

@@ -1,5 +1,7 @@
 #include "EngineFixture.h"
 
+#include <QThreadPool>
+
 using namespace Qt::StringLiterals;
 
 using EngineLifecycle = EngineFixture;
@@ -47,14 +49,32 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         // Stored oldest first to prove start-up sorts newest first.
         ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
                                 event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
-        ASSERT_TRUE(s.saveSyncState({{accountId, synced}}));
-
-        RevenueEngine &e = start();
-        ASSERT_EQ(e.feed().size(), 2);
-        EXPECT_EQ(e.feed().first().id, u"new"_s);
-        EXPECT_EQ(e.lastRefreshed(), std::optional<Date>(Date::fromUnix(std::floor(synced.unixSeconds()))));
-        EXPECT_EQ(s.loadSyncState().isEmpty(), !row.syncKept);
+        for (bool background : {false, true}) {
+            SCOPED_TRACE(background ? "read in the background" : "read at once");
+            ASSERT_TRUE(s.saveSyncState({{accountId, synced}}));
+            EngineEnvironment env = environment();
+            env.readFeedInBackground = background;
+            engine = std::make_unique<RevenueEngine>(env);
+            RevenueEngine &e = *engine;
+            int feedChanges = 0;
+            QObject::connect(&e, &RevenueEngine::feedChanged, [&feedChanges] { ++feedChanges; });
+            EXPECT_EQ(e.isLoading(), background);
+            ASSERT_TRUE(waitUntil([&] { return !e.isLoading(); }));
+            EXPECT_EQ(feedChanges, background ? 1 : 0); // handed over in one step
+            ASSERT_EQ(e.feed().size(), 2);
+            EXPECT_EQ(e.feed().first().id, u"new"_s);
+            EXPECT_EQ(e.dailyBuckets().isEmpty(), false);
+            EXPECT_EQ(e.lastRefreshed(), std::optional<Date>(Date::fromUnix(std::floor(synced.unixSeconds()))));
+            EXPECT_EQ(s.loadSyncState().isEmpty(), !row.syncKept);
+            engine.reset();
+        }
+        // An engine gone before its read ends: the read finishes without touching it.
+        EngineEnvironment env = environment();
+        env.readFeedInBackground = true;
+        engine = std::make_unique<RevenueEngine>(env);
         engine.reset();
+        QThreadPool::globalInstance()->waitForDone();
+        VirtualClock::settle();
     }
 }
 
