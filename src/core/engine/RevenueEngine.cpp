@@ -75,6 +75,10 @@ QString RevenueEngine::menubarLabel() const
 {
     if (m_preferences.privacyMode)
         return CurrencyConverter::mask(m_preferences.dashboardCurrency);
+    // While the stored feed is still being read the totals are not known yet: "$0" would be
+    // a wrong figure, not a pending one.
+    if (m_feedPending)
+        return u"…"_s;
     const Totals t = totals(m_preferences.selectedRange);
     return CurrencyConverter::formatCompact(t.newMRR + t.recurringMRR, m_preferences.dashboardCurrency);
 }

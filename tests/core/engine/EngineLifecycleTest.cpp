@@ -59,7 +59,9 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
             int feedChanges = 0;
             QObject::connect(&e, &RevenueEngine::feedChanged, [&feedChanges] { ++feedChanges; });
             EXPECT_EQ(e.isLoading(), background);
+            EXPECT_EQ(e.menubarLabel() == u"…"_s, background); // never a wrong "$0" meanwhile
             ASSERT_TRUE(waitUntil([&] { return !e.isLoading(); }));
+            EXPECT_NE(e.menubarLabel(), u"…"_s);
             EXPECT_EQ(feedChanges, background ? 1 : 0); // handed over in one step
             ASSERT_EQ(e.feed().size(), 2);
             EXPECT_EQ(e.feed().first().id, u"new"_s);
