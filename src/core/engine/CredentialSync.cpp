@@ -49,8 +49,11 @@ QCoro::Task<> RevenueEngine::loadCredentials()
     Q_EMIT credentialsReadyChanged();
     if (usable && plainInFile)
         co_await persistAccounts();
-    if (self && m_env.startLoops)
+    if (self && m_env.startLoops) {
         triggerRefresh();
+        // The loop's first run found no keys: list the at-risk subscriptions now.
+        m_atRiskTask.start([this](CancellationToken token) { return runAtRiskRefresh(token); });
+    }
 }
 
 QCoro::Task<> RevenueEngine::persistAccounts()

@@ -50,5 +50,6 @@ struct RetryOutcome
 {
     bool succeeded = false;
     QString errorDescription;
+    bool throttled = false; // refused for the spacing between retries; clears itself
     friend bool operator==(const RetryOutcome &, const RetryOutcome &) = default;
 };

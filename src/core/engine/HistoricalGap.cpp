@@ -80,7 +80,7 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
                 historical.append(std::move(*event));
     // Old revenue is never announced, also when a later refresh sees it again.
     for (const GapFill::HistoricalEvent &h : std::as_const(historical))
-        m_seenEventIds.insert(h.event.id);
+        m_notifications.markSeen(h.event.id);
     setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
     m_env.storage.saveFeed(m_feed);
     updateAchievements();

@@ -207,30 +207,12 @@ void RevenueEngine::setFeed(QList<PaymentEvent> feed)
 
 void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)
 {
-    // The first hand-off of a process only learns what exists, so a fresh start with no
-    // stored feed does not announce the whole backlog.
-    if (!m_notifierInitialized) {
-        for (const PaymentEvent &e : events)
-            m_seenEventIds.insert(e.id);
-        m_notifierInitialized = true;
+    const NotifierBookkeeping::Decision decision =
+        m_notifications.handOff(events, m_preferences.showNotifications, now());
+    if (!m_env.notifier)
         return;
-    }
-    const Date cutoff = now().addingSeconds(-600);
-    QList<PaymentEvent> fresh;
-    for (const PaymentEvent &e : events) {
-        if (m_seenEventIds.contains(e.id))
-            continue;
-        m_seenEventIds.insert(e.id);
-        if (m_preferences.showNotifications && e.date >= cutoff)
-            fresh.append(e);
-    }
-    if (!fresh.isEmpty())
-        Q_EMIT eventsToNotify(fresh);
+    if (decision.requestPermission)
+        m_env.notifier->requestAuthorizationIfNeeded();
+    if (decision.post)
+        m_env.notifier->notify(decision.events);
 }
-
-QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken)
-{
-    // At-risk subscriptions are loaded by the at-risk feature.
-    co_return;
-}
-

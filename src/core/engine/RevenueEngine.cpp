@@ -34,6 +34,8 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     m_iconCache = makeIconCache();
     loadFromDisk();
     m_menubarLabel = menubarLabel();
+    if (m_env.notifier)
+        m_env.notifier->requestAuthorizationIfNeeded();
     if (m_env.secrets) {
         m_credentialsReady = false;
         loadCredentials();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "engine/EngineTypes.h"
+#include "engine/Notifier.h"
+#include "engine/NotifierBookkeeping.h"
 #include "model/Account.h"
 #include "model/Achievement.h"
 #include "model/AtRiskSub.h"
@@ -51,6 +53,8 @@ struct EngineEnvironment
     bool readFeedInBackground = false;
     // Slices a long Stripe event listing is paged in side by side (1: page after page).
     int stripeMaxSlices = ListingSlices::maxSlices;
+    // Where notifications of new events go; none: they go nowhere.
+    std::shared_ptr<Notifier> notifier;
 };
 
 // The one long-lived object: owns accounts, preferences, the feed and everything derived
@@ -80,6 +84,7 @@ class RevenueEngine : public QObject
     Q_PROPERTY(int atRiskRefreshDone READ atRiskRefreshDone NOTIFY atRiskRefreshDoneChanged)
     Q_PROPERTY(int atRiskRefreshTotal READ atRiskRefreshTotal NOTIFY atRiskRefreshTotalChanged)
     Q_PROPERTY(bool isLoadingAtRisk READ isLoadingAtRisk NOTIFY isLoadingAtRiskChanged)
+    Q_PROPERTY(double atRiskMonthlyTotalUSD READ atRiskMonthlyTotalUSD NOTIFY atRiskSubsChanged)
     Q_PROPERTY(bool isLoadingHistoricalGap READ isLoadingHistoricalGap NOTIFY isLoadingHistoricalGapChanged)
     Q_PROPERTY(QString menubarLabel READ menubarLabel NOTIFY menubarLabelChanged)
     Q_PROPERTY(QList<FileDamage> damagedFiles READ damagedFiles NOTIFY damagedFilesChanged)
@@ -123,6 +128,8 @@ public:
     int atRiskRefreshDone() const { return m_atRiskRefreshDone; }
     int atRiskRefreshTotal() const { return m_atRiskRefreshTotal; }
     bool isLoadingAtRisk() const { return m_isLoadingAtRisk; }
+    // What the at-risk subscriptions bring in a month, in US dollars.
+    double atRiskMonthlyTotalUSD() const;
     bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
     // Data files that did not read completely at start, and where their copies were kept.
     const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
@@ -159,6 +166,13 @@ public:
     QCoro::Task<Result<StripeLoad, QString>> loadFromStripe(Account account, Date since, CancellationToken token = {});
     QCoro::Task<Result<StripeLoad, QString>> loadFromPayPal(Account account, Date since,
                                                                       CancellationToken token = {});
+
+    // Pays a subscription's latest invoice again; the outcome lands in retryResults. The
+    // engine owns the task: this is what views call.
+    void startRetry(const AtRiskSub &sub);
+    QCoro::Task<> retryAtRiskInvoice(AtRiskSub sub, CancellationToken token = {});
+    // One run of the at-risk loop: lists the failing subscriptions of every enabled Stripe account.
+    QCoro::Task<> runAtRiskRefresh(CancellationToken token = {});
 
     // Ranges, totals and buckets in the user's calendar.
     Date startDate(TimeRange range) const;
@@ -223,8 +237,6 @@ Q_SIGNALS:
     void damagedFilesChanged();
     void skippedRecordsChanged();
     void credentialsReadyChanged();
-    // Events that passed the notification filter, for the notifier.
-    void eventsToNotify(const QList<PaymentEvent> &events);
 
 private:
     template<typename T, typename Signal>
@@ -253,7 +265,13 @@ private:
     QCoro::Task<> runHistoricalGapFill(QList<Account> accounts, GapFill::Window window, CancellationToken token);
     Date retentionHorizon() const;
     QCoro::Task<> refreshCycle(CancellationToken token);
-    QCoro::Task<> runAtRiskRefresh(CancellationToken token);
+    struct AtRiskListings;
+    static QCoro::Task<> listAtRisk(QPointer<RevenueEngine> engine, Account account, QString status,
+                                    CancellationToken token, AtRiskListings *listings);
+    QCoro::Task<> refreshAtRiskSubs(QList<Account> accounts, CancellationToken token);
+    static QCoro::Task<> clearThrottleAfter(QPointer<RevenueEngine> engine, std::shared_ptr<Clock> clock,
+                                            QString subscriptionId, int seconds, CancellationToken token);
+    void setRetryResult(const QString &subscriptionId, const RetryOutcome &outcome);
     QCoro::Task<> autoRefreshLoop(CancellationToken token);
     QCoro::Task<> atRiskLoop(CancellationToken token);
     QString accountName(const QUuid &id) const;
@@ -301,14 +319,14 @@ private:
 
     bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
-    QSet<QString> m_seenEventIds;
-    bool m_notifierInitialized = false;
+    NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
     TaskGroup m_refreshTask;        // the auto-refresh loop
     TaskGroup m_atRiskTask;         // the at-risk loop
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
     TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
+    TaskGroup m_retryTasks;         // invoice retries and the timers that lift a throttle
     std::optional<Date> m_lastRetryAttemptAt;
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.

@@ -78,11 +78,8 @@ void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
         return;
     m_feed = std::move(stored);
     rebuildBucketsFromFeed();
-    m_seenEventIds.reserve(m_feed.size());
-    for (const PaymentEvent &event : std::as_const(m_feed))
-        m_seenEventIds.insert(event.id);
     // Events already on disk never produce a notification.
-    m_notifierInitialized = true;
+    m_notifications.primeFromStoredFeed(m_feed);
     for (const Date &synced : std::as_const(m_syncState))
         if (!m_lastRefreshed || synced > *m_lastRefreshed)
             m_lastRefreshed = synced;

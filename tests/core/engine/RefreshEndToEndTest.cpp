@@ -3,6 +3,7 @@
 #include "EngineFixture.h"
 #include "core/paypal/PayPalBodies.h"
 #include "support/FakeHttpServer.h"
+#include "support/RecordingNotifier.h"
 #include "support/StripeBodies.h"
 
 #include <QJsonObject>
@@ -339,12 +340,15 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         const char *name;
         bool storedFeed;
         bool notificationsOn;
+        bool privacyMode;
         QStringList expected;
+        int permissionRequests; // at start-up, and on the first hand-off when nothing was stored
     };
     const Row rows[] = {
-        {"first cycle without a stored feed only learns", false, true, {}},
-        {"after a stored feed: new and recent only", true, true, {u"in_fresh"_s}},
-        {"switched off: nothing", true, false, {}},
+        {"first cycle without a stored feed only learns", false, true, false, {}, 2},
+        {"after a stored feed: new and recent only", true, true, false, {u"in_fresh"_s}, 1},
+        {"privacy mode hides nothing from notifications", true, true, true, {u"in_fresh"_s}, 1},
+        {"switched off: nothing", true, false, false, {}, 1},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
@@ -362,24 +366,24 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         }
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.showNotifications = row.notificationsOn;
+        p.privacyMode = row.privacyMode;
         ASSERT_TRUE(storage().savePreferences(p));
-        RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
-        QStringList notified;
-        QObject::connect(&e, &RevenueEngine::eventsToNotify, [&](const QList<PaymentEvent> &events) {
-            for (const PaymentEvent &ev : events)
-                notified.append(ev.id);
-        });
+        auto notifier = std::make_shared<RecordingNotifier>();
+        EngineEnvironment environment = env();
+        environment.notifier = notifier;
+        RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(environment));
         QCoro::waitFor(e.refresh());
         ASSERT_EQ(e.feed().size(), row.storedFeed ? 4 : 3);
-        EXPECT_EQ(notified, row.expected);
+        EXPECT_EQ(notifier->notifiedIds(), row.expected);
+        EXPECT_EQ(notifier->permissionRequests, row.permissionRequests);
 
         // The same events again later are never announced, whatever the switch says now.
-        notified.clear();
+        notifier->batches.clear();
         p.showNotifications = true;
         e.setPreferences(p);
         clock->advance(60);
         QCoro::waitFor(e.refresh());
-        EXPECT_TRUE(notified.isEmpty());
+        EXPECT_TRUE(notifier->notifiedIds().isEmpty());
         engine.reset();
     }
 }

@@ -1,0 +1,155 @@
+// The at-risk run: every enabled Stripe account's failing subscriptions, listed per status
+// at once, valued per month and sorted for the at-risk pane.
+#include "AtRiskRefresh.h"
+
+#include "RevenueEngine.h"
+#include "model/CurrencyConverter.h"
+#include "stripe/StripeSource.h"
+
+using namespace Qt::StringLiterals;
+
+namespace AtRiskRefresh {
+
+std::optional<AtRiskKind> kindOf(QStringView status)
+{
+    if (status == u"past_due")
+        return AtRiskKind::PastDue;
+    if (status == u"unpaid")
+        return AtRiskKind::Unpaid;
+    if (status == u"incomplete")
+        return AtRiskKind::Incomplete;
+    return std::nullopt;
+}
+
+Date sinceDate(const ExpandedSubscription &sub, Date now)
+{
+    std::optional<qint64> seconds;
+    if (sub.latest_invoice)
+        seconds = sub.latest_invoice->next_payment_attempt;
+    if (!seconds)
+        seconds = sub.current_period_end;
+    if (!seconds)
+        seconds = sub.created;
+    if (!seconds)
+        seconds = now.unixSecondsTruncated();
+    return Date::fromUnix(double(*seconds));
+}
+
+std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &account, QStringView status, Date now)
+{
+    const std::optional<AtRiskKind> kind = kindOf(status);
+    const double monthly = sub.approximateMonthlyAmount();
+    if (!kind || !(monthly > 0))
+        return std::nullopt;
+    AtRiskSub record;
+    record.id = sub.id;
+    record.accountId = account.id;
+    record.accountName = account.name;
+    if (sub.customer) {
+        record.customerEmail = sub.customer->email;
+        record.customerName = sub.customer->name;
+    }
+    record.planLabel = sub.planLabel();
+    record.monthlyAmount = monthly;
+    record.currency = sub.currency;
+    record.monthlyUSD = CurrencyConverter::toUSD(monthly, sub.currency.toLower());
+    record.kind = *kind;
+    record.sinceDate = sinceDate(sub, now);
+    if (sub.latest_invoice)
+        record.latestInvoiceId = sub.latest_invoice->id;
+    record.dashboardURL = RevenueEngine::stripeURL(account, u"subscriptions/"_s + sub.id);
+    return record;
+}
+
+void sortForDisplay(QList<AtRiskSub> &subs)
+{
+    std::stable_sort(subs.begin(), subs.end(), [](const AtRiskSub &a, const AtRiskSub &b) {
+        if (a.kind != b.kind)
+            return a.kind < b.kind;
+        return a.monthlyUSD > b.monthlyUSD;
+    });
+}
+
+double monthlyTotalUSD(const QList<AtRiskSub> &subs)
+{
+    double total = 0;
+    for (const AtRiskSub &s : subs)
+        total += s.monthlyUSD;
+    return total;
+}
+
+QList<Account> accountsToScan(const QList<Account> &accounts)
+{
+    QList<Account> out;
+    for (const Account &a : accounts)
+        if (a.enabled && a.hasStripeRecords())
+            out.append(a);
+    return out;
+}
+
+} // namespace AtRiskRefresh
+
+// What one run's listings report. It lives in the run's frame, and the run awaits every
+// listing before it ends, so none outlives it.
+struct RevenueEngine::AtRiskListings
+{
+    QList<AtRiskSub> collected;
+    int done = 0;
+};
+
+QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken token)
+{
+    const QList<Account> accounts = AtRiskRefresh::accountsToScan(m_accounts);
+    if (accounts.isEmpty() || m_isLoadingAtRisk || !m_credentialsReady)
+        co_return;
+    QPointer<RevenueEngine> self(this);
+    assign(m_isLoadingAtRisk, true, &RevenueEngine::isLoadingAtRiskChanged);
+    co_await refreshAtRiskSubs(accounts, token);
+    if (self)
+        assign(m_isLoadingAtRisk, false, &RevenueEngine::isLoadingAtRiskChanged);
+}
+
+QCoro::Task<> RevenueEngine::listAtRisk(QPointer<RevenueEngine> engine, Account account, QString status,
+                                        CancellationToken token, AtRiskListings *listings)
+{
+    QList<AtRiskSub> found;
+    if (engine) {
+        const std::shared_ptr<const StripeSource> source = engine->stripeSource(account);
+        auto reply = co_await source->fetchSubscriptionsByStatus(status, token);
+        // A failed listing adds nothing; the next run tries again.
+        if (engine && reply.ok()) {
+            const Date now = engine->now();
+            for (const ExpandedSubscription &sub : reply.value())
+                if (auto record = AtRiskRefresh::atRisk(sub, account, status, now))
+                    found.append(std::move(*record));
+        }
+    }
+    listings->collected.append(std::move(found));
+    ++listings->done;
+    if (engine && !token.isCancelled())
+        engine->assign(engine->m_atRiskRefreshDone, listings->done, &RevenueEngine::atRiskRefreshDoneChanged);
+}
+
+QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, CancellationToken token)
+{
+    QPointer<RevenueEngine> self(this);
+    assign(m_atRiskRefreshTotal, int(accounts.size() * AtRiskRefresh::statuses.size()),
+           &RevenueEngine::atRiskRefreshTotalChanged);
+    assign(m_atRiskRefreshDone, 0, &RevenueEngine::atRiskRefreshDoneChanged);
+    AtRiskListings listings;
+    std::vector<QCoro::Task<>> running;
+    for (const Account &account : std::as_const(accounts))
+        for (const QString &status : AtRiskRefresh::statuses)
+            running.push_back(listAtRisk(self, account, status, token, &listings));
+    for (const QCoro::Task<> &listing : running)
+        co_await listing;
+    if (!self || token.isCancelled())
+        co_return;
+    AtRiskRefresh::sortForDisplay(listings.collected);
+    assign(m_atRiskSubs, listings.collected, &RevenueEngine::atRiskSubsChanged);
+}
+
+double RevenueEngine::atRiskMonthlyTotalUSD() const
+{
+    return AtRiskRefresh::monthlyTotalUSD(m_atRiskSubs);
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "model/PaymentEvent.h"
+
+#include <QList>
+
+// Where the engine's notifications go: the desktop's notification service in the
+// application, a recorder in tests. Calls come from the engine on the main thread.
+class Notifier
+{
+public:
+    virtual ~Notifier() = default;
+    // Asks the user for permission if they have never been asked. No result.
+    virtual void requestAuthorizationIfNeeded() = 0;
+    // One notification per event, in order; failures are not reported.
+    virtual void notify(const QList<PaymentEvent> &newEvents) = 0;
+};

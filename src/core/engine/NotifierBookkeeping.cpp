@@ -1,0 +1,47 @@
+#include "NotifierBookkeeping.h"
+
+QList<PaymentEvent> NotifierBookkeeping::recentUnseen(const QList<PaymentEvent> &events, const QSet<QString> &seen,
+                                                      Date now)
+{
+    const Date cutoff = now.addingSeconds(-recencyLimitSeconds);
+    QList<PaymentEvent> selected;
+    for (const PaymentEvent &e : events)
+        if (!seen.contains(e.id) && !(e.date < cutoff))
+            selected.append(e);
+    return selected;
+}
+
+void NotifierBookkeeping::primeFromStoredFeed(const QList<PaymentEvent> &feed)
+{
+    if (feed.isEmpty())
+        return;
+    markSeen(feed);
+    m_initialized = true;
+}
+
+NotifierBookkeeping::Decision NotifierBookkeeping::handOff(const QList<PaymentEvent> &events, bool notificationsOn,
+                                                           Date now)
+{
+    Decision decision;
+    if (!m_initialized) {
+        // The first batch of a process without stored history only learns what exists, so a
+        // fresh start does not announce the whole backlog.
+        m_initialized = true;
+        decision.requestPermission = true;
+        m_seen.clear();
+        markSeen(events);
+        return decision;
+    }
+    if (notificationsOn) {
+        decision.post = true;
+        decision.events = recentUnseen(events, m_seen, now);
+    }
+    markSeen(events); // switching notifications on later must not replay these
+    return decision;
+}
+
+void NotifierBookkeeping::markSeen(const QList<PaymentEvent> &events)
+{
+    for (const PaymentEvent &e : events)
+        m_seen.insert(e.id);
+}

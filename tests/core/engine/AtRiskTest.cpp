@@ -1,0 +1,272 @@
+// At-risk subscriptions: valuing and ordering them, listing them per account and status
+// against a loopback Stripe, and retrying their invoices with the spacing in virtual time.
+#include "EngineFixture.h"
+#include "engine/AtRiskRefresh.h"
+#include "engine/InvoiceRetry.h"
+#include "model/CurrencyConverter.h"
+#include "support/FakeHttpServer.h"
+#include "support/StripeBodies.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency)
+{
+    ExpandedSubscription s;
+    s.id = id;
+    s.currency = currency;
+    RawSubscription::SubscriptionPrice price;
+    price.unit_amount = monthlyMinor;
+    price.recurring = RawSubscription::SubscriptionPrice::Recurring{u"month"_s, 1};
+    s.items = RawSubscription::SubscriptionItems{{RawSubscription::SubscriptionItem{price, std::nullopt}}};
+    return s;
+}
+
+// A subscription as GET /v1/subscriptions lists it with customer and latest invoice expanded.
+QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoiceId)
+{
+    const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
+                            {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
+    return {{"id"_L1, id},
+            {"object"_L1, "subscription"_L1},
+            {"created"_L1, 1'770'000'000},
+            {"currency"_L1, "usd"_L1},
+            {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
+            {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
+            {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};
+}
+
+} // namespace
+
+TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
+{
+    const Date now = Date::fromUnix(1'773'144'000.7);
+    Account account = EngineFixture::stripeAccount(u"Main"_s);
+    account.stripeAccountId = u"acct_9"_s;
+    struct Row
+    {
+        const char *name;
+        ExpandedSubscription sub;
+        const char *status;
+        bool made;
+        double monthlyUSD;
+        qint64 since;
+    };
+    auto withInvoice = subscription(u"sub_a"_s, 5000, u"usd"_s);
+    withInvoice.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_a"_s, u"open"_s, 5000, 1'773'500'000};
+    withInvoice.current_period_end = 1'773'400'000;
+    auto periodEnd = subscription(u"sub_b"_s, 1000, u"EUR"_s);
+    periodEnd.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_b"_s, {}, {}, {}};
+    periodEnd.current_period_end = 1'773'400'000;
+    periodEnd.created = 1'770'000'000;
+    auto created = subscription(u"sub_c"_s, 1000, u"xyz"_s);
+    created.created = 1'770'000'000;
+    const Row rows[] = {
+        {"next attempt first", withInvoice, "past_due", true, 50, 1'773'500'000},
+        {"period end without an attempt; euro rate", periodEnd, "unpaid", true,
+         10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
+        {"created; unknown currency is worth 0", created, "incomplete", true, 0, 1'770'000'000},
+        {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
+        {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
+        {"a status not asked for", subscription(u"sub_f"_s, 100, u"usd"_s), "active", false, 0, 0},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto record = AtRiskRefresh::atRisk(row.sub, account, QString::fromLatin1(row.status), now);
+        ASSERT_EQ(record.has_value(), row.made);
+        if (!record)
+            continue;
+        EXPECT_NEAR(record->monthlyUSD, row.monthlyUSD, 1e-9);
+        EXPECT_EQ(record->sinceDate.unixSeconds(), double(row.since));
+        EXPECT_EQ(record->latestInvoiceId, row.sub.latest_invoice ? row.sub.latest_invoice->id : std::nullopt);
+        EXPECT_EQ(record->dashboardURL, QUrl(u"https://dashboard.stripe.com/acct_9/subscriptions/"_s + row.sub.id));
+    }
+
+    const auto make = [](const char *id, AtRiskKind kind, double usd) {
+        AtRiskSub s;
+        s.id = QString::fromLatin1(id);
+        s.kind = kind;
+        s.monthlyUSD = usd;
+        return s;
+    };
+    QList<AtRiskSub> subs{make("u_big", AtRiskKind::Unpaid, 900), make("p30", AtRiskKind::PastDue, 30),
+                          make("i", AtRiskKind::Incomplete, 5), make("p50", AtRiskKind::PastDue, 50),
+                          make("p30b", AtRiskKind::PastDue, 30)};
+    AtRiskRefresh::sortForDisplay(subs);
+    QStringList order;
+    for (const AtRiskSub &s : subs)
+        order.append(s.id);
+    EXPECT_EQ(order, (QStringList{u"p50"_s, u"p30"_s, u"p30b"_s, u"u_big"_s, u"i"_s}));
+    EXPECT_DOUBLE_EQ(AtRiskRefresh::monthlyTotalUSD(subs), 1015);
+}
+
+TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
+{
+    const Date last = Date::fromUnix(1'773'144'000);
+    struct Row
+    {
+        std::optional<Date> lastAttempt;
+        double secondsLater;
+        std::optional<int> wait;
+    };
+    const Row rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
+                        {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.secondsLater);
+        EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last.addingSeconds(row.secondsLater), 3.0), row.wait);
+    }
+    EXPECT_EQ(RetryThrottleError{2}.description(),
+              u"Wait 2s before next retry. (Spacing retries avoids flooding customers with emails + Stripe's "
+              u"card-testing detection.)"_s);
+}
+
+class AtRiskEngine : public EngineFixture
+{
+protected:
+    FakeHttpServer stripe;
+    Account main = stripeAccount(u"Main"_s, u"rk_main"_s);
+    Account second = stripeAccount(u"Second"_s, u"rk_second"_s);
+    QHash<QString, QJsonArray> byStatus;
+    QByteArray failingKey; // this account's "unpaid" listing answers 500
+
+    void SetUp() override
+    {
+        stripe.setHandler("GET", "/v1/subscriptions", [this](const RecordedRequest &r) {
+            QString status;
+            for (const auto &[k, v] : r.queryItems())
+                if (k == u"status"_s)
+                    status = v;
+            if (status == u"unpaid"_s && r.header("Authorization") == failingKey)
+                return FakeResponse::json(500, StripeBodies::error(u"api_error"_s, {}, u"Boom"_s));
+            return FakeResponse::json(200, StripeBodies::page(byStatus.value(status), false, u"/v1/subscriptions"_s));
+        });
+        byStatus.insert(u"past_due"_s, {listed(u"sub_p"_s, 3000, u"in_p"_s), listed(u"sub_q"_s, 5000, u"in_q"_s)});
+        byStatus.insert(u"unpaid"_s, {listed(u"sub_u"_s, 9900, u"in_u"_s)});
+    }
+
+    RevenueEngine &startWith(const QList<Account> &accounts)
+    {
+        EXPECT_TRUE(storage().saveAccounts(accounts));
+        EngineEnvironment env = environment(false);
+        env.endpoints.stripeApi = stripe.baseUrl();
+        engine = std::make_unique<RevenueEngine>(env);
+        return *engine;
+    }
+
+    static QStringList ids(const QList<AtRiskSub> &subs)
+    {
+        QStringList out;
+        for (const AtRiskSub &s : subs)
+            out.append(s.accountName + u'/' + s.id);
+        return out;
+    }
+};
+
+TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
+{
+    failingKey = "Basic " + QByteArray("rk_second:").toBase64();
+    RevenueEngine &e = startWith({main, second});
+    QList<int> progress;
+    QList<bool> loading;
+    QObject::connect(&e, &RevenueEngine::atRiskRefreshDoneChanged, [&] { progress.append(e.atRiskRefreshDone()); });
+    QObject::connect(&e, &RevenueEngine::isLoadingAtRiskChanged, [&] { loading.append(e.isLoadingAtRisk()); });
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_EQ(e.atRiskRefreshTotal(), 6);
+    EXPECT_EQ(progress, (QList<int>{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(loading, (QList<bool>{true, false}));
+    EXPECT_EQ(stripe.requestsTo("/v1/subscriptions").size(), 6);
+    // Past due first, larger first; the second account's unpaid listing failed. Equal entries
+    // keep the order their listings finished in, which the network decides.
+    QList<double> amounts;
+    for (const AtRiskSub &s : e.atRiskSubs())
+        amounts.append(s.monthlyUSD);
+    EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99}));
+    QStringList found = ids(e.atRiskSubs());
+    found.sort();
+    EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s,
+                                  u"Second/sub_q"_s}));
+    EXPECT_DOUBLE_EQ(e.atRiskMonthlyTotalUSD(), 2 * 80 + 99);
+
+    // With no enabled Stripe account a run changes nothing, the list stays.
+    main.enabled = second.enabled = false;
+    e.upsertAccount(main);
+    e.upsertAccount(second);
+    stripe.clearRecords();
+    loading.clear();
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_TRUE(stripe.requests().isEmpty());
+    EXPECT_TRUE(loading.isEmpty());
+    EXPECT_EQ(e.atRiskSubs().size(), 5);
+}
+
+TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
+{
+    QList<QByteArray> paidPaths;
+    stripe.setFallback([&](const RecordedRequest &r) {
+        paidPaths.append(r.path);
+        if (r.path == "/v1/invoices/in_q/pay")
+            return FakeResponse::json(402, StripeBodies::error(u"card_error"_s, u"card_declined"_s,
+                                                               u"Your card has expired."_s, u"expired_card"_s));
+        return FakeResponse::json(200, R"({"id":"in_p","object":"invoice","status":"paid"})");
+    });
+    RevenueEngine &e = startWith({main});
+    QCoro::waitFor(e.runAtRiskRefresh());
+    ASSERT_EQ(e.atRiskSubs().size(), 3);
+    const AtRiskSub q = e.atRiskSubs()[0], p = e.atRiskSubs()[1], u = e.atRiskSubs()[2];
+
+    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has.
+    byStatus[u"past_due"_s].removeAt(0);
+    QList<bool> retryingWhenListed;
+    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged,
+                     [&] { retryingWhenListed.append(e.retryingInvoiceIds().contains(u"in_p"_s)); });
+    QCoro::waitFor(e.retryAtRiskInvoice(p));
+    EXPECT_EQ(e.retryResults().value(p.id), (RetryOutcome{true, {}, false}));
+    EXPECT_EQ(retryingWhenListed, QList<bool>{true});
+    EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
+    EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
+
+    // One second later any other retry waits 2 s more, and the refusal clears itself.
+    clock->advance(1.0);
+    QCoro::waitFor(e.retryAtRiskInvoice(u));
+    EXPECT_TRUE(e.retryResults().value(u.id).throttled);
+    EXPECT_TRUE(e.retryResults().value(u.id).errorDescription.startsWith(u"Wait 2s before next retry."_s));
+    clock->advance(1.5);
+    EXPECT_TRUE(e.retryResults().contains(u.id));
+    clock->advance(0.5);
+    EXPECT_FALSE(e.retryResults().contains(u.id));
+
+    // Without an invoice: the missing-key error, and the spacing does not count it.
+    AtRiskSub noInvoice = u;
+    noInvoice.latestInvoiceId.reset();
+    QCoro::waitFor(e.retryAtRiskInvoice(noInvoice));
+    EXPECT_EQ(e.retryResults().value(u.id).errorDescription, u"No Stripe API key configured"_s);
+
+    // At exactly 3 s after the last attempt a retry goes ahead; a decline is kept as sent.
+    QCoro::waitFor(e.retryAtRiskInvoice(q));
+    const RetryOutcome declined = e.retryResults().value(q.id);
+    EXPECT_FALSE(declined.succeeded);
+    EXPECT_TRUE(declined.errorDescription.startsWith(u"Stripe HTTP 402: {"_s));
+    EXPECT_TRUE(declined.errorDescription.contains(u"expired_card"_s));
+    EXPECT_EQ(paidPaths, (QList<QByteArray>{"/v1/invoices/in_p/pay", "/v1/invoices/in_q/pay"}));
+}
+
+TEST_F(AtRiskEngine, TheDemoBusinessAnswersInProcess)
+{
+    Account demo = Account::newDemoAccount();
+    RevenueEngine &e = startWith({demo});
+    QCoro::waitFor(e.runAtRiskRefresh());
+    ASSERT_FALSE(e.atRiskSubs().isEmpty());
+    const auto found = std::find_if(e.atRiskSubs().cbegin(), e.atRiskSubs().cend(),
+                                    [](const AtRiskSub &s) { return s.latestInvoiceId.has_value(); });
+    ASSERT_NE(found, e.atRiskSubs().cend());
+    const AtRiskSub retryable = *found; // a successful retry lists again, replacing the list
+    EXPECT_FALSE(retryable.dashboardURL.has_value());
+    QCoro::waitFor(e.retryAtRiskInvoice(retryable));
+    EXPECT_TRUE(e.retryResults().contains(retryable.id));
+    EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
+    EXPECT_TRUE(stripe.requests().isEmpty());
+}
