@@ -1,8 +1,11 @@
+#include "platform/FreedesktopNotifier.h"
+#include "platform/Notifications.h"
 #include "platform/StatusNotifierItem.h"
 #include "platform/SystemTrayItem.h"
 #include "platform/XdgAutostart.h"
 
 #include <QGuiApplication>
+#include <QStandardPaths>
 #include <xcb/xcb.h>
 
 namespace Platform {
@@ -84,6 +87,15 @@ QRect barUnder(const QPoint &point)
 std::unique_ptr<LoginItem> createLoginItem(const QString &configHome)
 {
     return std::make_unique<XdgAutostart>(configHome);
+}
+
+std::shared_ptr<Notifier> createNotifier(const QString &soundsFolder, const QString &appIcon)
+{
+    auto sound = std::make_shared<MediaSaleSound>(
+        soundsFolder, QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation));
+    auto notifier = std::make_shared<FreedesktopNotifier>(QDBusConnection::sessionBus(), std::move(sound));
+    notifier->setAppIcon(appIcon);
+    return notifier;
 }
 
 } // namespace Platform
