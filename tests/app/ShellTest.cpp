@@ -176,6 +176,7 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
     AccountsModel accounts(&engine);
     AchievementsModel achievements(&engine, locale);
     DrillDownModel drillDown(&engine, locale);
+    AtRiskModel atRisk(&engine, locale);
     Navigation navigation;
     Appearance appearance(nullptr);
     Appearance::setInstance(&appearance);
@@ -205,6 +206,7 @@ TEST_F(AppFixture, EveryQmlFileLoadsWithoutWarnings)
         {u"AchievementsPane"_s,
          {{u"model"_s, QVariant::fromValue(&achievements)}, {u"navigation"_s, QVariant::fromValue(&navigation)}}},
         {u"DrillDownPane"_s, {{u"model"_s, QVariant::fromValue(&drillDown)}, {u"navigation"_s, QVariant::fromValue(&navigation)}}},
+        {u"AtRiskPane"_s, {{u"model"_s, QVariant::fromValue(&atRisk)}, {u"navigation"_s, QVariant::fromValue(&navigation)}}},
     };
     // Delegates and windows are loaded through their owners.
     const QSet<QString> loadedByOwners{u"FeedRow"_s, u"Main"_s, u"AccountEditorView"_s};
@@ -283,6 +285,10 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         app.accounts()->editor()->save();
         EXPECT_EQ(app.navigation()->paneName(), u"dashboard"); // Save returns to the dashboard
         app.accounts()->addAccount(u"stripe"_s);
+        QCoreApplication::processEvents();
+        app.navigation()->showDrillDown(u"new"_s);
+        QCoreApplication::processEvents();
+        app.navigation()->showAtRisk();
         QCoreApplication::processEvents();
         app.navigation()->showDrillDown(u"new"_s);
         QCoreApplication::processEvents();

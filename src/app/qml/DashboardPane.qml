@@ -11,6 +11,8 @@ ColumnLayout {
     property UpdateModel update
     signal quitRequested()
     signal openLink(url link)
+    // Hidden until the dashboard is next shown; the footer button stays.
+    property bool atRiskBannerDismissed: false
 
     spacing: 10
 
@@ -202,6 +204,44 @@ ColumnLayout {
             DatePickerButton { picker: pane.dashboard.customEnd }
         }
 
+        // At-risk banner.
+        AbstractButton {
+            id: atRiskBanner
+            objectName: "atRiskBanner"
+            visible: pane.dashboard.hasAtRisk && !pane.atRiskBannerDismissed
+            Layout.fillWidth: true
+            implicitHeight: bannerRow.implicitHeight + 14
+            hoverEnabled: true
+            onClicked: pane.navigation.showAtRisk()
+            background: Rectangle {
+                radius: 8
+                color: Qt.rgba(Appearance.orange.r, Appearance.orange.g, Appearance.orange.b, atRiskBanner.hovered ? 0.14 : 0.08)
+                border.width: 1
+                border.color: Qt.rgba(Appearance.orange.r, Appearance.orange.g, Appearance.orange.b, 0.3)
+            }
+            contentItem: RowLayout {
+                id: bannerRow
+                anchors.fill: parent
+                anchors.leftMargin: 10
+                anchors.rightMargin: 6
+                spacing: 8
+                Symbol { name: "exclamationmark.triangle.fill"; size: 14; color: Appearance.orange }
+                ColumnLayout {
+                    Layout.fillWidth: true
+                    spacing: 1
+                    UiText { text: pane.dashboard.atRiskLine; size: 11; font.weight: Font.Medium }
+                    UiText { text: pane.dashboard.atRiskAmountLine; size: 10; color: Appearance.secondary }
+                }
+                Symbol { name: "chevron.right"; size: 11; color: Appearance.secondary }
+                IconButton {
+                    symbol: "xmark"
+                    symbolSize: 10
+                    tip: "Hide banner (still accessible via the warning icon in the footer)"
+                    onClicked: pane.atRiskBannerDismissed = true
+                }
+            }
+        }
+
         ColumnLayout {
             visible: pane.dashboard.isRangeDataIncomplete
             Layout.fillWidth: true
@@ -362,6 +402,13 @@ ColumnLayout {
         Layout.fillWidth: true
         spacing: 2
         Item { Layout.fillWidth: true }
+        IconButton {
+            visible: pane.dashboard.hasAtRisk
+            symbol: "exclamationmark.triangle.fill"
+            tint: Appearance.orange
+            tip: pane.dashboard.atRiskTooltip
+            onClicked: pane.navigation.showAtRisk()
+        }
         IconButton {
             symbol: "arrow.clockwise"
             enabled: !pane.dashboard.isLoading

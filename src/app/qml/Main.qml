@@ -79,9 +79,7 @@ Window {
             Loader {
                 id: loader
                 anchors.fill: parent
-                // Panes of later releases (at-risk) keep the navigation value and show the
-                // dashboard meanwhile. While this version is blocked nothing but the
-                // update-required view is reachable.
+                // While this version is blocked nothing but the update-required view is reachable.
                 sourceComponent: {
                     if (window.app.update.isBlocked)
                         return updateRequired
@@ -89,6 +87,7 @@ Window {
                     case "settings": return settingsPane
                     case "achievements": return achievementsPane
                     case "drillDown": return drillDownPane
+                    case "atRisk": return atRiskPane
                     default: return dashboardPane
                     }
                 }
@@ -126,6 +125,14 @@ Window {
         id: drillDownPane
         DrillDownPane {
             model: window.app.drillDown
+            navigation: window.app.navigation
+            onOpenLink: link => window.app.openUrl(link)
+        }
+    }
+    Component {
+        id: atRiskPane
+        AtRiskPane {
+            model: window.app.atRisk
             navigation: window.app.navigation
             onOpenLink: link => window.app.openUrl(link)
         }

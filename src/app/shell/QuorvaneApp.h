@@ -7,6 +7,7 @@
 #include "shell/TrayPresentation.h"
 #include "viewmodels/AccountsModel.h"
 #include "viewmodels/AchievementsModel.h"
+#include "viewmodels/AtRiskModel.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/DrillDownModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
@@ -49,6 +50,7 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(int frameMargin READ frameMargin CONSTANT)
     Q_PROPERTY(AchievementsModel *achievements READ achievements CONSTANT)
     Q_PROPERTY(DrillDownModel *drillDown READ drillDown CONSTANT)
+    Q_PROPERTY(AtRiskModel *atRisk READ atRisk CONSTANT)
 
 public:
     static constexpr int panelWidth = 440;
@@ -69,6 +71,7 @@ public:
     UpdateModel *update() { return m_update.get(); }
     AchievementsModel *achievements() { return m_achievements.get(); }
     DrillDownModel *drillDown() { return m_drillDown.get(); }
+    AtRiskModel *atRisk() { return m_atRisk.get(); }
     TrayItem *tray() { return m_tray.get(); }
     QQuickWindow *window() const { return m_window; }
     QQmlApplicationEngine *qmlEngine() { return &m_qml; }
@@ -112,6 +115,7 @@ private:
     std::unique_ptr<AccountsModel> m_accounts;
     std::unique_ptr<AchievementsModel> m_achievements;
     std::unique_ptr<DrillDownModel> m_drillDown;
+    std::unique_ptr<AtRiskModel> m_atRisk;
     std::unique_ptr<TrayItem> m_tray;
     std::unique_ptr<LoginItem> m_loginItem;
     QQmlApplicationEngine m_qml;

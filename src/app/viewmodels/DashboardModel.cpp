@@ -72,7 +72,8 @@ DashboardModel::DashboardModel(RevenueEngine *engine, QLocale locale, QObject *p
                         &RevenueEngine::lastRefreshedChanged, &RevenueEngine::lastRefreshDurationChanged,
                         &RevenueEngine::refreshProgressChanged, &RevenueEngine::refreshStartTimeChanged,
                         &RevenueEngine::unavailableKindsChanged, &RevenueEngine::isLoadingHistoricalGapChanged,
-                        &RevenueEngine::damagedFilesChanged, &RevenueEngine::skippedRecordsChanged})
+                        &RevenueEngine::damagedFilesChanged, &RevenueEngine::skippedRecordsChanged,
+                        &RevenueEngine::atRiskSubsChanged})
         connect(engine, signal, this, &DashboardModel::recompute);
 
     connect(&m_accountFilters, &ChoiceListModel::chosen, this, [this](int row) {
@@ -308,6 +309,30 @@ QString DashboardModel::privacyTooltip() const
 {
     return privacyMode() ? u"Privacy mode ON — numbers hidden. Click to show."_s
                          : u"Privacy mode — hide all $ amounts for screenshots."_s;
+}
+
+bool DashboardModel::hasAtRisk() const
+{
+    return m_engine->atRiskMonthlyTotalUSD() > 0;
+}
+
+QString DashboardModel::atRiskLine() const
+{
+    const qsizetype n = m_engine->atRiskSubs().size();
+    return u"At risk \u00B7 %1 subscription%2"_s.arg(QString::number(n), n == 1 ? QString() : u"s"_s);
+}
+
+QString DashboardModel::atRiskAmountLine() const
+{
+    return Formatting::formatMoney(m_engine->atRiskMonthlyTotalUSD(), m_engine->preferences())
+           + u"/mo potentially recoverable"_s;
+}
+
+QString DashboardModel::atRiskTooltip() const
+{
+    return u"At risk %1 subscriptions \u00B7 %2/mo recoverable"_s.arg(
+        QString::number(m_engine->atRiskSubs().size()),
+        Formatting::formatMoney(m_engine->atRiskMonthlyTotalUSD(), m_engine->preferences()));
 }
 
 void DashboardModel::savePreferences(const std::function<void(Preferences &)> &edit)

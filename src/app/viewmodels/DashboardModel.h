@@ -68,6 +68,10 @@ class DashboardModel : public QObject
     Q_PROPERTY(bool privacyMode READ privacyMode NOTIFY changed)
     Q_PROPERTY(QString privacySymbol READ privacySymbol NOTIFY changed)
     Q_PROPERTY(QString privacyTooltip READ privacyTooltip NOTIFY changed)
+    Q_PROPERTY(bool hasAtRisk READ hasAtRisk NOTIFY changed)
+    Q_PROPERTY(QString atRiskLine READ atRiskLine NOTIFY changed)
+    Q_PROPERTY(QString atRiskAmountLine READ atRiskAmountLine NOTIFY changed)
+    Q_PROPERTY(QString atRiskTooltip READ atRiskTooltip NOTIFY changed)
     Q_PROPERTY(ChoiceListModel *accountFilters READ accountFilters CONSTANT)
     Q_PROPERTY(ChoiceListModel *ranges READ ranges CONSTANT)
     Q_PROPERTY(TilesModel *tiles READ tiles CONSTANT)
@@ -106,6 +110,11 @@ public:
     bool privacyMode() const;
     QString privacySymbol() const;
     QString privacyTooltip() const;
+    // The at-risk banner and footer button: shown while anything is recoverable.
+    bool hasAtRisk() const;
+    QString atRiskLine() const;       // "At risk · 2 subscriptions"
+    QString atRiskAmountLine() const; // "$129/mo potentially recoverable"
+    QString atRiskTooltip() const;
     ChoiceListModel *accountFilters() { return &m_accountFilters; }
     ChoiceListModel *ranges() { return &m_ranges; }
     TilesModel *tiles() { return &m_tiles; }

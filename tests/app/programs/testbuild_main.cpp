@@ -87,12 +87,14 @@ int main(int argc, char **argv)
     const QCommandLineOption stripeBase(u"stripe-base"_s, u"Stripe API base URL."_s, u"url"_s);
     const QCommandLineOption paypalBase(u"paypal-base"_s, u"PayPal API base URL."_s, u"url"_s);
     const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"fields"_s);
-    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER, achievements[:edit], drilldown:KIND."_s, u"pane"_s);
+    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER, achievements[:edit], drilldown:KIND, atrisk."_s, u"pane"_s);
     const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
     const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
     const QCommandLineOption expandFirst(u"expand-first"_s, u"Open the first feed row."_s);
-    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, loading, error, update or nothing."_s, u"state"_s);
+    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, atrisk, loading, error, update or nothing."_s, u"state"_s);
+    const QCommandLineOption retry(u"retry"_s, u"Retry the at-risk pane's row ROW, 3 s after the last; ROW:now at once."_s,
+                                   u"row"_s);
     const QCommandLineOption screenshot(u"screenshot"_s, u"Write the panel to this PNG and quit."_s, u"file"_s);
     const QCommandLineOption trayShot(u"tray-shot"_s, u"Write the tray item to this PNG."_s, u"file"_s);
     const QCommandLineOption show(u"show"_s, u"Open the panel at start."_s);
@@ -100,7 +102,7 @@ int main(int argc, char **argv)
     const QCommandLineOption openMenu(u"open-menu"_s, u"Open the menu button with this object name."_s, u"name"_s);
     const QCommandLineOption checkUpdates(u"check-updates"_s, u"Ask the web base for the version file."_s);
     parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
-                       trayShot, show, webBase, checkUpdates, openMenu});
+                       trayShot, show, webBase, checkUpdates, openMenu, retry});
     parser.addHelpOption();
     parser.process(app);
     if (!parser.isSet(dataDir)) {
@@ -163,6 +165,8 @@ int main(int argc, char **argv)
             quorvane.navigation()->showAchievements();
         } else if (paneName.startsWith(u"drilldown:"_s)) {
             quorvane.navigation()->showDrillDown(paneName.mid(10));
+        } else if (paneName == u"atrisk"_s) {
+            quorvane.navigation()->showAtRisk();
         } else {
             quorvane.navigation()->showDashboard();
         }
@@ -181,6 +185,9 @@ int main(int argc, char **argv)
     const auto ready = [&] {
         if (state == u"refreshed"_s)
             return engine->lastRefreshed().has_value() && !engine->isLoading() && !engine->isLoadingHistoricalGap();
+        if (state == u"atrisk"_s)
+            return engine->lastRefreshed().has_value() && !engine->isLoading() && !engine->isLoadingAtRisk()
+                   && engine->atRiskRefreshTotal() > 0 && engine->atRiskRefreshDone() == engine->atRiskRefreshTotal();
         if (state == u"loading"_s)
             return engine->isLoading();
         if (state == u"error"_s)
@@ -211,6 +218,18 @@ int main(int argc, char **argv)
         if (!button)
             return 3;
         QMetaObject::invokeMethod(button, "clicked");
+    }
+    const auto pause = [](int ms) {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < ms)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    };
+    const QStringList retries = parser.values(retry);
+    for (qsizetype i = 0; i < retries.size(); ++i) {
+        if (i > 0 && !retries[i].endsWith(u":now"_s))
+            pause(3100); // the engine spaces retries by 3 s
+        quorvane.atRisk()->retry(retries[i].section(u':', 0, 0).toInt());
     }
     if (paneName == u"achievements:edit"_s)
         quorvane.achievements()->toggleEditing();

@@ -172,6 +172,50 @@ FakeResponse jsonPage(const QJsonArray &data, const QString &url)
     return FakeResponse::json(200, page(data, false, url));
 }
 
+// Subscriptions whose payments failed, listed by status with customer and invoice expanded.
+QJsonArray atRisk(const QString &status, Date now)
+{
+    struct Sub
+    {
+        const char *status, *id, *plan, *email, *currency, *interval, *invoice;
+        qint64 unitAmount;
+        double nextAttemptDays; // 0: none
+        double periodEndDays;
+    };
+    static const Sub subs[] = {
+        {"past_due", "sub_1QpdTeam", "Team yearly", "ops@northwind.io", "eur", "year", "in_1QpdTeam", 110000, 0.1, 20},
+        {"past_due", "sub_1QpdPro", "Pro monthly", "maria.lopez@example.com", "usd", "month", "in_1QpdPro", 4900, 3.5, 1},
+        {"unpaid", "sub_1QupStarter", "Starter monthly", "dev@tinyapps.co", "usd", "month", "in_1QupStarter", 1900, 0, -12},
+        {"incomplete", "sub_1QicPro", "Pro monthly", "", "usd", "month", "in_1QicPro", 4900, 0, 0},
+    };
+    QJsonArray out;
+    for (const Sub &sub : subs) {
+        if (status != QLatin1StringView(sub.status))
+            continue;
+        const auto at = [&](double days) { return qint64(now.addingSeconds(days * 86400).unixSeconds()); };
+        QJsonObject invoice{{u"id"_s, QLatin1StringView(sub.invoice)}, {u"object"_s, u"invoice"_s}, {u"status"_s, u"open"_s}};
+        invoice.insert(u"next_payment_attempt"_s, sub.nextAttemptDays > 0 ? QJsonValue(at(sub.nextAttemptDays)) : QJsonValue());
+        const QJsonObject price{{u"unit_amount"_s, sub.unitAmount},
+                                {u"nickname"_s, QLatin1StringView(sub.plan)},
+                                {u"recurring"_s, QJsonObject{{u"interval"_s, QLatin1StringView(sub.interval)}, {u"interval_count"_s, 1}}}};
+        QJsonObject customer{{u"id"_s, QString(u"cus_"_s + QLatin1StringView(sub.id).mid(4))}, {u"object"_s, u"customer"_s}};
+        if (*sub.email)
+            customer.insert(u"email"_s, QLatin1StringView(sub.email));
+        QJsonObject object{{u"id"_s, QLatin1StringView(sub.id)},
+                           {u"object"_s, u"subscription"_s},
+                           {u"status"_s, status},
+                           {u"created"_s, at(-2)},
+                           {u"currency"_s, QLatin1StringView(sub.currency)},
+                           {u"customer"_s, customer},
+                           {u"items"_s, QJsonObject{{u"data"_s, QJsonArray{QJsonObject{{u"price"_s, price}}}}}},
+                           {u"latest_invoice"_s, invoice}};
+        if (sub.periodEndDays != 0)
+            object.insert(u"current_period_end"_s, at(sub.periodEndDays));
+        out.append(object);
+    }
+    return out;
+}
+
 } // namespace
 
 void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
@@ -218,6 +262,30 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
                                                                  {u"business_profile"_s, profile}})
                                            .toJson(QJsonDocument::Compact));
     });
+    if (scenario == Scenario::Populated) {
+        server.setHandler("GET", "/v1/subscriptions", [now](const RecordedRequest &request) {
+            QString status;
+            for (const auto &[key, value] : request.queryItems())
+                if (key == u"status"_s)
+                    status = value;
+            return jsonPage(atRisk(status, now), u"/v1/subscriptions"_s);
+        });
+        // One retry that takes its time, two declines and one that goes through.
+        FakeResponse slow = FakeResponse::json(200, R"({"id":"in_1QpdPro","object":"invoice","status":"paid"})");
+        slow.delayMs = 60'000;
+        server.setHandler("POST", "/v1/invoices/in_1QpdPro/pay", [slow](const RecordedRequest &) { return slow; });
+        server.setHandler("POST", "/v1/invoices/in_1QpdTeam/pay", [](const RecordedRequest &) {
+            return FakeResponse::json(402, error(u"card_error"_s, u"card_declined"_s, u"Your card has expired."_s,
+                                                 u"expired_card"_s));
+        });
+        server.setHandler("POST", "/v1/invoices/in_1QupStarter/pay", [](const RecordedRequest &) {
+            return FakeResponse::json(402, error(u"card_error"_s, u"processing_error"_s,
+                                                 u"An error occurred while processing the card. Try again later."_s));
+        });
+        server.setHandler("POST", "/v1/invoices/in_1QicPro/pay", [](const RecordedRequest &) {
+            return FakeResponse::json(200, R"({"id":"in_1QicPro","object":"invoice","status":"paid"})");
+        });
+    }
     // Subscriptions by status, invoice lookups: nothing at risk, nothing to resolve.
     server.setFallback([delayMs](const RecordedRequest &request) {
         FakeResponse response = request.method == "GET" ? jsonPage({}, QString::fromLatin1(request.path))
