@@ -7,9 +7,18 @@
 #include <QTemporaryDir>
 #include <functional>
 
-// Runs the event loop until `done` holds or `timeoutMs` passes; returns whether it held.
+// Sanitizer builds run several times slower, and child processes with them: give every wait
+// that much more room rather than tuning each test for the slowest build.
+#ifdef QUORVANE_SANITIZE
+inline constexpr int waitScale = 3;
+#else
+inline constexpr int waitScale = 1;
+#endif
+
+// Runs the event loop until `done` holds or `timeoutMs` (scaled) passes; returns whether it held.
 inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
 {
+    timeoutMs *= waitScale;
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
