@@ -191,7 +191,7 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
     case LinkUrlRole:
         if (g.events.isEmpty())
             return QUrl();
-        return m_engine->feed().at(g.events.first()).dashboardURL.value_or(QUrl());
+        return m_engine->feed().at(g.events.first()).dashboardLink().value_or(QUrl());
     }
     return {};
 }

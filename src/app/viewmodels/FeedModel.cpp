@@ -142,8 +142,11 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
         return std::any_of(accounts.begin(), accounts.end(),
                            [&](const Account &a) { return a.id == event.accountId && a.isDemo(); });
     }
-    case LinkLabelRole: return event.dashboardURL ? Formatting::linkLabel(*event.dashboardURL) : QString();
-    case LinkUrlRole: return event.dashboardURL ? *event.dashboardURL : QUrl();
+    case LinkLabelRole: {
+        const auto link = event.dashboardLink();
+        return link ? Formatting::linkLabel(*link) : QString();
+    }
+    case LinkUrlRole: return event.dashboardLink().value_or(QUrl());
     case HairlineRole: {
         // A hairline separates two event rows; none after the last row or next to the divider.
         const int next = index.row() + 1;

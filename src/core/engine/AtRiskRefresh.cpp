@@ -57,7 +57,8 @@ std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &
     record.sinceDate = sinceDate(sub, now);
     if (sub.latest_invoice)
         record.latestInvoiceId = sub.latest_invoice->id;
-    record.dashboardURL = RevenueEngine::stripeURL(account, u"subscriptions/"_s + sub.id);
+    if (const auto link = RevenueEngine::stripeURL(account, u"subscriptions/"_s + sub.id))
+        record.dashboardURL = QUrl(*link);
     return record;
 }
 

@@ -42,7 +42,7 @@ QByteArray events(const QList<PaymentEvent> &events)
     for (const PaymentEvent &e : events)
         rows.append({e.date.toIsoString(), toRaw(e.kind), e.accountName, e.customerEmail.value_or(QString()),
                      e.description, amount(e.amount), e.currency.toUpper(), amount(e.usdAmount), e.id,
-                     e.dashboardURL ? e.dashboardURL->toString() : QString()});
+                     e.dashboardURL.value_or(QString())});
     return join(rows);
 }
 

@@ -136,7 +136,7 @@ QString RevenueEngine::accountName(const QUuid &id) const
     return u"?"_s;
 }
 
-std::optional<QUrl> RevenueEngine::stripeURL(const Account &account, const QString &path)
+std::optional<QString> RevenueEngine::stripeURL(const Account &account, const QString &path)
 {
     if (account.isDemo())
         return std::nullopt; // its objects exist nowhere to link to
@@ -147,7 +147,7 @@ std::optional<QUrl> RevenueEngine::stripeURL(const Account &account, const QStri
     QUrl url(text, QUrl::StrictMode);
     if (!url.isValid())
         return std::nullopt;
-    return url;
+    return url.toString(QUrl::FullyEncoded);
 }
 
 // --- Loops -------------------------------------------------------------------------------

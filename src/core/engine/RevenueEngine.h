@@ -207,7 +207,7 @@ public:
     const ProviderEndpoints &endpoints() const { return m_env.endpoints; }
 
     // The dashboard link of a Stripe object, under the account's own id when known.
-    static std::optional<QUrl> stripeURL(const Account &account, const QString &path);
+    static std::optional<QString> stripeURL(const Account &account, const QString &path);
 
 Q_SIGNALS:
     void accountsChanged();

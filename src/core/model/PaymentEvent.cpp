@@ -17,8 +17,18 @@ PaymentEvent PaymentEvent::decode(JsonReader &r, DateForm form)
     e.kind = r.enumeration<RevenueKind>("kind"_L1);
     e.description = r.recurringString("description"_L1);
     e.customerEmail = r.optString("customerEmail"_L1);
-    e.dashboardURL = r.optUrl("dashboardURL"_L1);
+    e.dashboardURL = r.optString("dashboardURL"_L1);
     return e;
+}
+
+std::optional<QUrl> PaymentEvent::dashboardLink() const
+{
+    if (!dashboardURL)
+        return std::nullopt;
+    QUrl url(*dashboardURL, QUrl::StrictMode);
+    if (!url.isValid() || (url.scheme() != "https"_L1 && url.scheme() != "http"_L1))
+        return std::nullopt;
+    return url;
 }
 
 QJsonObject toJson(const PaymentEvent &e, DateForm form)
@@ -37,7 +47,7 @@ QJsonObject toJson(const PaymentEvent &e, DateForm form)
     if (e.customerEmail)
         o.insert("customerEmail"_L1, *e.customerEmail);
     if (e.dashboardURL)
-        o.insert("dashboardURL"_L1, e.dashboardURL->toString(QUrl::FullyEncoded));
+        o.insert("dashboardURL"_L1, *e.dashboardURL);
     return o;
 }
 
@@ -45,5 +55,5 @@ size_t qHash(const PaymentEvent &e, size_t seed)
 {
     return qHashMulti(seed, e.id, e.date.referenceSeconds(), e.amount, e.currency, e.usdAmount, e.accountId,
                       e.accountName, toRaw(e.kind), e.description, e.customerEmail.value_or(QString()),
-                      e.customerEmail.has_value(), e.dashboardURL.value_or(QUrl()), e.dashboardURL.has_value());
+                      e.customerEmail.has_value(), e.dashboardURL.value_or(QString()), e.dashboardURL.has_value());
 }

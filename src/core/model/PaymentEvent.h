@@ -19,7 +19,12 @@ struct PaymentEvent
     RevenueKind kind = RevenueKind::Recurring;
     QString description;
     std::optional<QString> customerEmail;
-    std::optional<QUrl> dashboardURL;
+    // The provider dashboard's page for the event, fully encoded. Kept as text: a feed holds
+    // many thousands of events and only the rows on screen become links.
+    std::optional<QString> dashboardURL;
+
+    // dashboardURL as a link to open: only a valid http(s) URL, whatever a hand-edited file holds.
+    std::optional<QUrl> dashboardLink() const;
 
     static PaymentEvent decode(JsonReader &reader, DateForm form = DateForm::Iso8601);
     friend bool operator==(const PaymentEvent &, const PaymentEvent &) = default;

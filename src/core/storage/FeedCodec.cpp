@@ -248,7 +248,7 @@ QByteArray encodeFeed(const QList<PaymentEvent> &feed)
         }
         if (e.dashboardURL) {
             w.literal(",\"dashboardURL\":");
-            w.string(e.dashboardURL->toString(QUrl::FullyEncoded));
+            w.string(*e.dashboardURL);
         }
         w.literal("}");
     }

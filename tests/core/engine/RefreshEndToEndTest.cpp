@@ -213,8 +213,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         EXPECT_NEAR(ev->usdAmount, x.usd, 1e-9);
         EXPECT_EQ(ev->description, QString::fromUtf8(x.description));
     }
-    EXPECT_EQ(events.value(u"in_legacy"_s)->dashboardURL, QUrl(u"https://dashboard.stripe.com/payments/ch_legacy"_s));
-    EXPECT_EQ(events.value(u"in_current"_s)->dashboardURL, QUrl(u"https://dashboard.stripe.com/invoices/in_current"_s));
+    EXPECT_EQ(events.value(u"in_legacy"_s)->dashboardURL, u"https://dashboard.stripe.com/payments/ch_legacy"_s);
+    EXPECT_EQ(events.value(u"in_current"_s)->dashboardURL, u"https://dashboard.stripe.com/invoices/in_current"_s);
     EXPECT_EQ(events.value(u"in_legacy"_s)->date, Date::fromUnix(1'795'160'000)) << "the time Stripe reported the payment";
 
     EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Broken] Stripe HTTP 401: "_s

@@ -80,7 +80,7 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
         EXPECT_EQ(e.currency, row.fields.currency);
         EXPECT_EQ(e.description, QString::fromUtf8(row.description));
         EXPECT_EQ(e.customerEmail, std::optional<QString>(row.fields.customerEmail));
-        EXPECT_EQ(e.dashboardURL, QUrl(u"https://dashboard.stripe.com/"_s + QString::fromLatin1(row.path)));
+        EXPECT_EQ(e.dashboardURL, u"https://dashboard.stripe.com/"_s + QString::fromLatin1(row.path));
         EXPECT_EQ(e.date, Date::fromUnix(row.fields.created));
     }
 }
@@ -98,7 +98,7 @@ TEST(StripeClassifier, ChargesRefundsFailuresAndCancellations)
     EXPECT_DOUBLE_EQ(saleEvent.amount, 10);
     EXPECT_DOUBLE_EQ(saleEvent.usdAmount, 10.8);
     EXPECT_EQ(saleEvent.description, u"Ana"_s);
-    EXPECT_EQ(saleEvent.dashboardURL, QUrl(u"https://dashboard.stripe.com/acct_1PgafTB7WZ01zgkW/payments/ch_s"_s));
+    EXPECT_EQ(saleEvent.dashboardURL, u"https://dashboard.stripe.com/acct_1PgafTB7WZ01zgkW/payments/ch_s"_s);
 
     // A refund of an older charge is dated when Stripe reported the refund.
     QJsonObject refunded = charge({.id = u"ch_old"_s, .amount = 4900, .amountRefunded = 1500, .currency = u"eur"_s,

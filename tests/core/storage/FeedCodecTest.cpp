@@ -42,7 +42,7 @@ QList<PaymentEvent> tricky()
     PaymentEvent quotes = event(u"ch_\"quoted\"\\back/slash"_s, 1773144000, 0.1 + 0.2);
     quotes.description = u"Tab\there, newline\nthen \x01 control, \"quotes\""_s;
     quotes.customerEmail = u"jenny.rosen@example.com"_s;
-    quotes.dashboardURL = QUrl(u"https://dashboard.stripe.com/acct_1Pg/payments/ch_1?x=a%20b&y=ü"_s);
+    quotes.dashboardURL = u"https://dashboard.stripe.com/acct_1Pg/payments/ch_1?x=a%20b&y=ü"_s;
     feed.append(quotes);
 
     PaymentEvent unicode = event(u"5TY05013RG002845M"_s, 1773144000.75, 1500, RevenueKind::Refund);
@@ -115,11 +115,34 @@ TEST(FeedCodec, JudgesHandWrittenFiles)
         {"amount as text", "[" + QByteArray(ok).replace(R"("amount":49)", R"("amount":"49")") + "]", false},
         {"unknown kind", "[" + QByteArray(ok).replace(R"("kind":"new")", R"("kind":"payout")") + "]", false},
         {"braced account id", "[" + QByteArray(ok).replace(R"("6F1C)", R"("{6F1C)").replace(R"(5E6F")", R"(5E6F}")") + "]", false},
-        {"bad URL", "[" + element("in_1", R"(,"dashboardURL":"https://exa mple.com/%zz")") + "]", false},
+        {"URL that is no link", "[" + element("in_1", R"(,"dashboardURL":"https://exa mple.com/%zz")") + "]", true},
         {"invalid UTF-8", "[" + element("in_\xff") + "]", false},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(decodeFeed(row.document).has_value(), row.decodes);
+    }
+}
+
+// A hand-edited feed keeps whatever text it holds, but only web addresses are ever opened.
+TEST(PaymentEventLink, OnlyValidWebAddressesBecomeLinks)
+{
+    const struct
+    {
+        std::optional<QString> text;
+        bool link;
+    } rows[] = {
+        {u"https://dashboard.stripe.com/acct_1/payments/ch_1"_s, true},
+        {u"http://localhost:8080/invoices/in_1"_s, true},
+        {u"https://exa mple.com/%zz"_s, false},
+        {u"file:///etc/passwd"_s, false},
+        {u"javascript:alert(1)"_s, false},
+        {std::nullopt, false},
+    };
+    for (const auto &row : rows) {
+        PaymentEvent e;
+        e.dashboardURL = row.text;
+        SCOPED_TRACE(row.text.value_or(u"(none)"_s).toStdString());
+        EXPECT_EQ(e.dashboardLink().has_value(), row.link);
     }
 }
