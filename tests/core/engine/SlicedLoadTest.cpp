@@ -1,0 +1,79 @@
+// A whole Stripe load gives the same events whether long listings are paged in slices side
+// by side or one page after another: slicing is only ever a matter of speed.
+#include "EngineFixture.h"
+#include "support/FakeHttpServer.h"
+#include "support/StripeBodies.h"
+#include "support/StripeListing.h"
+
+using namespace Qt::StringLiterals;
+using namespace StripeBodies;
+
+TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
+{
+    // 1,500 events of every type the load reads, two to a second over 25 minutes, so every
+    // page and slice edge falls on a busy second.
+    const qint64 newest = 1'795'120'000;
+    StripeListing listing;
+    for (int i = 0; i < 1500; ++i) {
+        const qint64 created = newest - i / 2;
+        const QString n = QString::number(i);
+        switch (i % 5) {
+        case 0:
+        case 1:
+            listing.add(StripeBodies::event(u"evt_"_s + n, u"invoice.payment_succeeded"_s, created,
+                              invoice({.id = u"in_"_s + n, .amountPaid = 1000 + i, .created = created,
+                                       .billingReason = i % 2 ? u"subscription_cycle"_s : u"subscription_create"_s,
+                                       .charge = u"ch_in_"_s + n},
+                                      Shape::Legacy),
+                              Shape::Legacy));
+            break;
+        case 2:
+            listing.add(StripeBodies::event(u"evt_"_s + n, u"charge.succeeded"_s, created,
+                              charge({.id = u"ch_"_s + n, .amount = 500 + i, .currency = u"jpy"_s, .created = created},
+                                     Shape::Legacy),
+                              Shape::Legacy));
+            break;
+        case 3:
+            listing.add(StripeBodies::event(u"evt_"_s + n, u"customer.subscription.deleted"_s, created,
+                              subscription({.id = u"sub_"_s + n, .canceledAt = created}, Shape::Legacy), Shape::Legacy));
+            break;
+        default:
+            listing.add(StripeBodies::event(u"evt_"_s + n, u"invoice.payment_failed"_s, created,
+                              invoice({.id = u"in_f"_s + n, .amountPaid = 0, .created = created, .amountDue = 3000 + i},
+                                      Shape::Legacy),
+                              Shape::Legacy));
+        }
+    }
+    listing.finish();
+    FakeHttpServer stripe;
+    stripe.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
+        const auto [status, body] = listing.answer(r.queryItems());
+        return FakeResponse::json(status, body);
+    });
+    stripe.setHandler("GET", "/v1/invoice_payments", [](const RecordedRequest &) {
+        return FakeResponse::json(200, page({}, false, u"/v1/invoice_payments"_s));
+    });
+    clock->set(Date::fromUnix(newest + 3600));
+
+    const Account account = stripeAccount(u"Acme"_s);
+    QList<QList<PaymentEvent>> loads;
+    QList<qsizetype> requests;
+    for (int slices : {1, 24}) {
+        SCOPED_TRACE(slices);
+        stripe.clearRecords();
+        EngineEnvironment env = environment();
+        env.endpoints.stripeApi = stripe.baseUrl();
+        env.stripeMaxSlices = slices;
+        env.stripeRequestsPerSecond = 10'000;
+        engine = std::make_unique<RevenueEngine>(env);
+        const auto load = QCoro::waitFor(engine->loadFromStripe(account, Date::fromUnix(newest - 3600)));
+        ASSERT_TRUE(load.ok()) << load.error().toStdString();
+        QList<PaymentEvent> events = load.value().events;
+        std::sort(events.begin(), events.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.id < b.id; });
+        loads.append(events);
+        requests.append(stripe.requestsTo("/v1/events").size());
+    }
+    EXPECT_EQ(loads[0].size(), 1500);
+    EXPECT_TRUE(loads[0] == loads[1]);
+    EXPECT_GT(requests[1], requests[0]); // the slices were paged side by side
+}
