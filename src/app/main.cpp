@@ -2,6 +2,7 @@
 #include "platform/Notifications.h"
 #include "shell/Fonts.h"
 #include "shell/QuorvaneApp.h"
+#include "shell/StartupProbe.h"
 #include "shell/Symbols.h"
 #include "update/BuildInfo.h"
 
@@ -50,5 +51,6 @@ int main(int argc, char **argv)
     QuorvaneApp quorvane(options);
     if (!quorvane.start())
         return 1;
+    installStartupProbe(quorvane);
     return app.exec();
 }
