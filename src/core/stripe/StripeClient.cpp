@@ -205,22 +205,23 @@ QCoro::Task<T> stoppingSiblingsOnFailure(QCoro::Task<T> run, CancellationToken s
 
 } // namespace
 
-template<typename Event, typename Out, typename Make>
-StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date since, CancellationToken token,
-                                                            Make make) const
+template<typename Page, typename Out, typename Keep>
+StripeClient::Reply<QList<Out>> StripeClient::collectSliced(QString path, Query query, Date since,
+                                                            CancellationToken token, Keep keep,
+                                                            QByteArray apiVersionOverride) const
 {
-    using Page = ListResponse<Event>;
     const StripeClient self = *this;
-    const QString path = u"/v1/events"_s;
     const qint64 start = since.unixSecondsTruncated();
-    const Query query{{u"type"_s, type}, {u"limit"_s, u"100"_s}, {u"created[gte]"_s, QString::number(start)}};
-    auto keep = [&make](const Event &event, QList<Out> &out) {
-        // An event whose object is missing carries nothing to count.
-        if (event.data && event.data->object)
-            make(event, *event.data->object, out);
+    const auto within = [&query](qint64 from, std::optional<qint64> to) {
+        Query q = query;
+        q.append({u"created[gte]"_s, QString::number(from)});
+        if (to)
+            q.append({u"created[lte]"_s, QString::number(*to)});
+        return q;
     };
     const auto pagesUsed = std::make_shared<int>(0);
-    auto first = co_await self.pageRun<Page, Out>(path, query, std::nullopt, 1, pagesUsed, token, keep);
+    auto first = co_await self.pageRun<Page, Out>(path, within(start, std::nullopt), std::nullopt, 1, pagesUsed, token,
+                                                  keep, apiVersionOverride);
     if (!first)
         co_return first.error();
     if (!first->hasMore)
@@ -228,7 +229,8 @@ StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date s
 
     const int sliceCount = self.m_maxSlices > 1 ? ListingSlices::sliceCount(first->first, start, self.m_maxSlices) : 1;
     if (sliceCount <= 1) {
-        auto rest = co_await self.pageRun<Page, Out>(path, query, first->lastId, 0, pagesUsed, token, keep);
+        auto rest = co_await self.pageRun<Page, Out>(path, within(start, std::nullopt), first->lastId, 0, pagesUsed,
+                                                     token, keep, apiVersionOverride);
         if (!rest)
             co_return rest.error();
         co_return first->part.records + rest->part.records;
@@ -238,14 +240,10 @@ StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date s
     // records of that second may not all have fitted on the first page), in slices.
     const CancellationToken siblings = token.linked();
     std::vector<Reply<Run<Out>>> runs;
-    for (const ListingSlices::Slice &slice : ListingSlices::split(start, first->first.oldest, sliceCount)) {
-        const Query sliceQuery{{u"type"_s, type},
-                               {u"limit"_s, u"100"_s},
-                               {u"created[gte]"_s, QString::number(slice.from)},
-                               {u"created[lte]"_s, QString::number(slice.to)}};
-        runs.push_back(stoppingSiblingsOnFailure(
-            self.pageRun<Page, Out>(path, sliceQuery, std::nullopt, 0, pagesUsed, siblings, keep), siblings));
-    }
+    for (const ListingSlices::Slice &slice : ListingSlices::split(start, first->first.oldest, sliceCount))
+        runs.push_back(stoppingSiblingsOnFailure(self.pageRun<Page, Out>(path, within(slice.from, slice.to), std::nullopt,
+                                                                         0, pagesUsed, siblings, keep, apiVersionOverride),
+                                                 siblings));
     QList<ListingSlices::Part<Out>> parts{std::move(first->part)};
     std::optional<StripeError> failure;
     for (auto &run : runs) {
@@ -260,6 +258,20 @@ StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date s
     if (failure)
         co_return *failure;
     co_return ListingSlices::merge(std::move(parts));
+}
+
+template<typename Event, typename Out, typename Make>
+StripeClient::Reply<QList<Out>> StripeClient::collectEvents(QString type, Date since, CancellationToken token,
+                                                            Make make) const
+{
+    // Not a coroutine itself: collectSliced keeps its own copies of everything it is given.
+    auto keep = [make](const Event &event, QList<Out> &out) {
+        // An event whose object is missing carries nothing to count.
+        if (event.data && event.data->object)
+            make(event, *event.data->object, out);
+    };
+    return collectSliced<ListResponse<Event>, Out>(u"/v1/events"_s, {{u"type"_s, type}, {u"limit"_s, u"100"_s}}, since,
+                                                   token, std::move(keep));
 }
 
 StripeClient::Reply<QList<RawInvoice>> StripeClient::fetchPaidInvoices(Date since, CancellationToken token) const
@@ -370,11 +382,11 @@ StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePaym
                                                                                    CancellationToken token) const
 {
     const StripeClient self = *this;
-    const Query query{{u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}, {u"created[gte]"_s, unixSeconds(since)}};
+    const Query query{{u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}};
     // Invoice payments came with 2025-03-31.basil; ask in the version that defines them
     // rather than the older one every other request pins.
-    co_return co_await self.collectPages<InvoicePaymentListResponse, RawInvoicePayment>(
-        u"/v1/invoice_payments"_s, query, 0, token,
+    co_return co_await self.collectSliced<InvoicePaymentListResponse, RawInvoicePayment>(
+        u"/v1/invoice_payments"_s, query, since, token,
         [](const RawInvoicePayment &payment, QList<RawInvoicePayment> &out) { out.append(payment); }, "2025-03-31.basil");
 }
 

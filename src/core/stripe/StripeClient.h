@@ -139,6 +139,11 @@ private:
     template<typename Page, typename Out, typename Keep>
     Reply<QList<Out>> collectPages(QString path, Query query, int pageCap, CancellationToken token, Keep keep,
                                    QByteArray apiVersionOverride = {}) const;
+    // A listing with a `created` filter from `since` on: its first page, then the rest of
+    // the window in slices paged side by side when the first page says that pays.
+    template<typename Page, typename Out, typename Keep>
+    Reply<QList<Out>> collectSliced(QString path, Query query, Date since, CancellationToken token, Keep keep,
+                                    QByteArray apiVersionOverride = {}) const;
     template<typename Event, typename Out, typename Make>
     Reply<QList<Out>> collectEvents(QString type, Date since, CancellationToken token, Make make) const;
 

@@ -140,6 +140,7 @@ RawInvoicePayment RawInvoicePayment::decode(JsonReader &reader)
     payment.status = entry.status;
     payment.payment_intent = entry.payment_intent;
     payment.charge = entry.charge;
+    payment.created = reader.optInteger("created"_L1).value_or(0);
     return payment;
 }
 

@@ -87,6 +87,7 @@ struct RawInvoicePayment
     std::optional<QString> status;
     std::optional<QString> payment_intent; // payment.payment_intent
     std::optional<QString> charge;         // payment.charge
+    qint64 created = 0;                    // 0 when not given; only paging looks at it
 
     static RawInvoicePayment decode(JsonReader &reader);
     friend bool operator==(const RawInvoicePayment &, const RawInvoicePayment &) = default;
