@@ -31,7 +31,7 @@ PaymentEvent sampleEvent(RevenueKind kind)
     e.kind = kind;
     e.description = u"Team plan"_s;
     e.customerEmail = u"a@example.com"_s;
-    e.dashboardURL = QUrl(u"https://dashboard.stripe.com/invoices/in_1"_s);
+    e.dashboardURL = u"https://dashboard.stripe.com/invoices/in_1"_s;
     return e;
 }
 
