@@ -144,6 +144,13 @@ std::optional<QString> RevenueEngine::stripeURL(const Account &account, const QS
     if (account.stripeAccountId && !account.stripeAccountId->isEmpty())
         text += *account.stripeAccountId + u'/';
     text += path;
+    // Stripe's ids are letters, digits and underscores: such a link is already in its
+    // encoded form, and classifying a long listing makes one per event.
+    const bool plain = std::all_of(text.cbegin() + 8, text.cend(), [](QChar c) {
+        return (c.isLetterOrNumber() && c.unicode() < 0x80) || c == u'_' || c == u'/' || c == u'.' || c == u'-';
+    });
+    if (plain)
+        return text;
     QUrl url(text, QUrl::StrictMode);
     if (!url.isValid())
         return std::nullopt;
