@@ -130,7 +130,10 @@ TEST_F(StripeClientTest, SlicesStopWhenOneFailsOrTheCallerCancels)
                     return FakeResponse::json(500, R"({"error":{"message":"boom"}})");
             }
             const auto [status, body] = listing.answer(r.queryItems());
-            return FakeResponse::json(status, body);
+            FakeResponse answer = FakeResponse::json(status, body);
+            // The other slices' first pages come after the failure is in, whatever the load.
+            answer.delayMs = server.requests().size() > 2 ? 300 : 0;
+            return answer;
         });
         const auto result = run(client().fetchRefunds(Date::fromUnix(1'795'000'000), token));
         ASSERT_FALSE(result.ok());
