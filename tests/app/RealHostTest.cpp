@@ -261,4 +261,5 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     runTool(env, u"xdotool"_s,
             {u"mousemove"_s, QString::number(icon.center().x()), QString::number(icon.center().y()), u"click"_s, u"2"_s});
     EXPECT_TRUE(waitUntil(panelShown, 5000)) << "a middle click did not open the panel";
+    EXPECT_TRUE(app.process.readAllStandardOutput().isEmpty()); // a normal run prints nothing
 }
