@@ -37,7 +37,7 @@ private:
             m_owner.arrived();
             const QUrl url(QString::fromLatin1(requestLine[1]));
             std::pair<int, QByteArray> answer{200, R"({"object":"list","data":[],"has_more":false})"};
-            if (url.path() == QLatin1StringView("/v1/events"))
+            if (url.path() == QLatin1StringView("/v1/events") || url.path() == QLatin1StringView("/v1/invoice_payments"))
                 answer = m_owner.m_listing.answer(QUrlQuery(url).queryItems(QUrl::FullyDecoded));
             else if (url.path() == QLatin1StringView("/v1/account"))
                 answer = {404, R"({"error":{"type":"invalid_request_error"}})"};

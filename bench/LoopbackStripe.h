@@ -10,8 +10,8 @@
 #include <atomic>
 
 // A Stripe on 127.0.0.1 for benchmarks: its own thread, HTTP/1.1 with keep-alive, /v1/events
-// answered from a fixed listing after an added latency, every other path an empty list. It
-// counts what a rate limiter would see.
+// and /v1/invoice_payments answered from a fixed listing after an added latency, every other
+// path an empty list. It counts what a rate limiter would see.
 class LoopbackStripe
 {
 public:
