@@ -33,9 +33,9 @@ inline constexpr qint64 maxBodyBytes = 32 * 1024 * 1024;
 // The network session of the process, shared by the provider clients and icon fetches.
 // Over HTTPS it negotiates HTTP/2, which multiplexes all requests to a host over one
 // connection. Over HTTP/1.1 Qt opens at most six connections per host and session, so
-// send() spreads requests over a few sessions: 24 connections per host in all.
+// send() spreads requests over a few sessions: 36 connections per host in all.
 QNetworkAccessManager &sharedSession();
-inline constexpr int sessionCount = 4;
+inline constexpr int sessionCount = 6;
 
 // Sends one request and waits for the whole body. Redirects are never followed, so
 // credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.
