@@ -253,20 +253,3 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     EXPECT_TRUE(declined.errorDescription.contains(u"expired_card"_s));
     EXPECT_EQ(paidPaths, (QList<QByteArray>{"/v1/invoices/in_p/pay", "/v1/invoices/in_q/pay"}));
 }
-
-TEST_F(AtRiskEngine, TheDemoBusinessAnswersInProcess)
-{
-    Account demo = Account::newDemoAccount();
-    RevenueEngine &e = startWith({demo});
-    QCoro::waitFor(e.runAtRiskRefresh());
-    ASSERT_FALSE(e.atRiskSubs().isEmpty());
-    const auto found = std::find_if(e.atRiskSubs().cbegin(), e.atRiskSubs().cend(),
-                                    [](const AtRiskSub &s) { return s.latestInvoiceId.has_value(); });
-    ASSERT_NE(found, e.atRiskSubs().cend());
-    const AtRiskSub retryable = *found; // a successful retry lists again, replacing the list
-    EXPECT_FALSE(retryable.dashboardURL.has_value());
-    QCoro::waitFor(e.retryAtRiskInvoice(retryable));
-    EXPECT_TRUE(e.retryResults().contains(retryable.id));
-    EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
-    EXPECT_TRUE(stripe.requests().isEmpty());
-}

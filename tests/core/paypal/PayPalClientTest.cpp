@@ -107,7 +107,6 @@ TEST_F(PayPalClientTest, MissingCredentialsSendNothing)
     const Row rows[] = {
         {"ten-character id, empty secret", u"AYSq3RDGsm"_s, QString()},
         {"empty id", QString(), u"EGnHDxD_qRPdaLdZz8iCr8N7"_s},
-        {"both empty", QString(), QString()},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
@@ -156,7 +155,6 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
     };
     const QByteArray invalidClient = R"({"error":"invalid_client","error_description":"Client Authentication failed"})";
     const QByteArray notAuthorized = errorBody("NOT_AUTHORIZED", "Authorization failed due to insufficient permissions.");
-    const QByteArray serverError = errorBody("INTERNAL_SERVER_ERROR", "An internal server error occurred.");
     const FakeResponse okToken = FakeResponse::json(200, tokenBody());
     const FakeResponse okSearch = FakeResponse::json(200, pageOf({}));
     FakeResponse truncated = FakeResponse::json(200, pageOf({{"5TY05013RG002845M"}}));
@@ -167,8 +165,6 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
          u"PayPal HTTP 401: "_s + QString::fromUtf8(invalidClient)},
         {"search 403", okToken, FakeResponse::json(403, notAuthorized), PPError::Kind::Http,
          u"PayPal HTTP 403: "_s + QString::fromUtf8(notAuthorized)},
-        {"search 500", okToken, FakeResponse::json(500, serverError), PPError::Kind::Http,
-         u"PayPal HTTP 500: "_s + QString::fromUtf8(serverError)},
         {"body not UTF-8", okToken, FakeResponse::json(502, "\xff\xfe broken"), PPError::Kind::Http,
          u"PayPal HTTP 502: "_s},
         {"token without access_token", FakeResponse::json(200, R"({"token_type":"Bearer","expires_in":32400})"),
@@ -230,10 +226,9 @@ TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
     };
     const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3);
     const QByteArray rowsB = pageOf({{"B1"}}, 2, 3);
-    const QByteArray rowsC = pageOf({{"C1"}}, 3, 3);
     const Row rows[] = {
         {"one page", {pageOf({{"A1"}, {"A2"}}, 1, 1)}, 1, 2},
-        {"three pages", {rowsA, rowsB, rowsC}, 3, 4},
+        {"three pages", {rowsA, rowsB, pageOf({{"C1"}}, 3, 3)}, 3, 4},
         {"no totals: first page only", {pageOf({{"A1"}}, 1, -1)}, 1, 1},
         {"empty page ends early", {rowsA, pageOf({}, 2, 3)}, 2, 2},
         {"absent details end early", {rowsA, json({{"page"_L1, 2}, {"total_pages"_L1, 3}})}, 2, 2},
