@@ -84,31 +84,6 @@ StripeListing refunds(int count)
 
 } // namespace
 
-TEST_F(StripeClientTest, SlicedListingsEqualPagedOnes)
-{
-    const StripeListing listing = refunds(1000);
-    server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
-        const auto [status, body] = listing.answer(r.queryItems());
-        return FakeResponse::json(status, body);
-    });
-    QList<QStringList> results;
-    for (int slices : {1, 24}) {
-        SCOPED_TRACE(slices);
-        server.clearRecords();
-        StripeClient paged = client();
-        paged.setMaxSlices(slices);
-        const auto result = run(paged.fetchRefunds(Date::fromUnix(1'795'000'000)));
-        ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
-        QStringList ids;
-        for (const RefundEvent &r : result.value())
-            ids.append(r.eventId);
-        results.append(ids);
-        EXPECT_EQ(server.requests().size() > 10, slices > 1);
-    }
-    EXPECT_EQ(results[0].size(), 1000);
-    EXPECT_EQ(results[0], results[1]);
-}
-
 TEST_F(StripeClientTest, SlicesStopWhenOneFailsOrTheCallerCancels)
 {
     const StripeListing listing = refunds(3000); // 24 slices of two pages
