@@ -5,7 +5,6 @@
 #include <QCoroNetworkReply>
 #include <QCoroSignal>
 #include <QNetworkAccessManager>
-#include <QPointer>
 #include <QScopeGuard>
 #include <QStringDecoder>
 #include <QTimer>
@@ -90,35 +89,45 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
         co_return response;
     }
     std::unique_ptr<QNetworkReply> reply(session.sendCustomRequest(request, verb, body));
-    QPointer<QNetworkReply> guard(reply.get());
 
-    bool tooLarge = false;
+    // A reply given up on (cancelled, running too long) is not aborted but deleted once the
+    // wait is over: deleting ends the transfer quietly, where abort() can meet an error the
+    // network thread already queued, and Qt warns on the console about a second error.
+    enum class GaveUp { No, Cancelled, TimedOut, TooLarge };
+    GaveUp gaveUp = GaveUp::No;
+    QTimer wake; // fires once when the reply finishes or is given up on
+    wake.setSingleShot(true);
+    const auto giveUp = [&](GaveUp why) {
+        if (gaveUp == GaveUp::No) {
+            gaveUp = why;
+            wake.start(0);
+        }
+    };
+    QObject::connect(reply.get(), &QNetworkReply::finished, &wake, [&] { wake.start(0); });
     QTimer wholeTransfer;
     wholeTransfer.setSingleShot(true);
-    QObject::connect(&wholeTransfer, &QTimer::timeout, reply.get(), [&] {
-        if (guard)
-            guard->abort();
+    QObject::connect(&wholeTransfer, &QTimer::timeout, &wake, [&] {
+        if (!reply->isFinished())
+            giveUp(GaveUp::TimedOut);
     });
     wholeTransfer.start(wholeTransferTimeoutMs);
-    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, reply.get(), [&, maxBody](qint64 received, qint64 total) {
-        if ((received > maxBody || total > maxBody) && guard) {
-            tooLarge = true;
-            guard->abort();
+    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, &wake, [&, maxBody](qint64 received, qint64 total) {
+        if ((received > maxBody || total > maxBody) && gaveUp == GaveUp::No) {
+            giveUp(GaveUp::TooLarge);
+            reply->abort(); // at once: a hostile body must not go on filling memory
         }
     });
-    const QMetaObject::Connection cancelConnection =
-        QObject::connect(token.state(), &CancellationState::cancelled, reply.get(), [&] {
-            if (guard)
-                guard->abort();
-        });
+    QObject::connect(token.state(), &CancellationState::cancelled, &wake, [&] { giveUp(GaveUp::Cancelled); });
 
     if (!reply->isFinished())
-        co_await qCoro(reply.get(), &QNetworkReply::finished);
-    QObject::disconnect(cancelConnection);
-    // Nobody else aborts this reply: a cancel that was not ours is one of the two timeouts.
-    const bool timedOut = !token.isCancelled() && !tooLarge
-        && (reply->error() == QNetworkReply::OperationCanceledError || reply->error() == QNetworkReply::TimeoutError);
+        co_await qCoro(&wake, &QTimer::timeout);
+    QObject::disconnect(reply.get(), nullptr, &wake, nullptr);
     wholeTransfer.stop();
+    const bool tooLarge = gaveUp == GaveUp::TooLarge;
+    // Qt's own inactivity timeout ends the reply with an error of its own.
+    const bool timedOut = gaveUp == GaveUp::TimedOut
+        || (gaveUp == GaveUp::No && !token.isCancelled()
+            && (reply->error() == QNetworkReply::OperationCanceledError || reply->error() == QNetworkReply::TimeoutError));
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (tooLarge) {
