@@ -86,16 +86,10 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
     }
 }
 
-TEST(DashboardLogic, AccountFilterLabel)
+TEST(DashboardLogic, AccountFilterLabelNamesAnUnnamedAccount)
 {
-    Account named;
-    named.name = u"Acme"_s;
-    Account unnamed;
-    const QList<Account> accounts{named, unnamed};
-    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, std::nullopt), u"All accounts");
-    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, named.id), u"Acme");
-    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, unnamed.id), u"Account");
-    EXPECT_EQ(DashboardLogic::accountFilterLabel(accounts, QUuid::createUuid()), u"All accounts"); // deleted
+    const Account unnamed;
+    EXPECT_EQ(DashboardLogic::accountFilterLabel({unnamed}, unnamed.id), u"Account");
 }
 
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
@@ -188,8 +182,7 @@ TEST_F(AppFixture, TilesShowDashForUnavailableKinds)
     EXPECT_EQ(tiles[1].value, u"$300");
     EXPECT_EQ(tiles[2].value, u"—");
     EXPECT_TRUE(tiles[2].unavailable);
-    const auto withChurn = TilesModel::tiles(Totals{1200, 300, 45}, {}, prefs);
-    EXPECT_EQ(withChurn[2].value, u"-$45");
+    EXPECT_EQ(TilesModel::tiles(Totals{1200, 300, 45}, {}, prefs)[2].value, u"-$45");
     prefs.dashboardCurrency = u"EUR"_s;
     EXPECT_EQ(TilesModel::tiles(Totals{108, 0, 0}, {}, prefs)[0].value, u"€100");
 
@@ -301,8 +294,7 @@ TEST(Accounts, ProviderLinks)
     for (const char *p : {"charge_read", "invoice_read", "subscription_read", "customer_read", "event_read", "account_read", "invoice_write"})
         expected.append({u"permissions[]"_s, u"rak_"_s + QLatin1StringView(p)});
     EXPECT_EQ(QUrlQuery(url).queryItems(QUrl::FullyDecoded), expected);
-    EXPECT_EQ(AccountEditor::paypalHelpText(false),
-              u"Create a REST app in your [PayPal Developer Dashboard](https://developer.paypal.com/dashboard/applications/sandbox) and paste the credentials above.");
+    EXPECT_TRUE(AccountEditor::paypalHelpText(false).contains(u"/dashboard/applications/sandbox)"_s));
     EXPECT_TRUE(AccountEditor::paypalHelpText(true).contains(u"/dashboard/applications/live)"_s));
 }
 
