@@ -4,6 +4,7 @@
 
 #include <QCoroNetworkReply>
 #include <QCoroSignal>
+#include <QCoroTimer>
 #include <QNetworkAccessManager>
 #include <QScopeGuard>
 #include <QStringDecoder>
@@ -93,10 +94,13 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
     // A reply given up on (cancelled, running too long) is not aborted but deleted once the
     // wait is over: deleting ends the transfer quietly, where abort() can meet an error the
     // network thread already queued, and Qt warns on the console about a second error.
-    enum class GaveUp { No, Cancelled, TimedOut, TooLarge };
+    enum class GaveUp { No, Cancelled, TooLarge };
     GaveUp gaveUp = GaveUp::No;
-    QTimer wake; // fires once when the reply finishes or is given up on
+    // Runs out after the whole transfer's time limit, or at once when the reply finishes or
+    // is given up on.
+    QTimer wake;
     wake.setSingleShot(true);
+    wake.start(wholeTransferTimeoutMs);
     const auto giveUp = [&](GaveUp why) {
         if (gaveUp == GaveUp::No) {
             gaveUp = why;
@@ -104,13 +108,6 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
         }
     };
     QObject::connect(reply.get(), &QNetworkReply::finished, &wake, [&] { wake.start(0); });
-    QTimer wholeTransfer;
-    wholeTransfer.setSingleShot(true);
-    QObject::connect(&wholeTransfer, &QTimer::timeout, &wake, [&] {
-        if (!reply->isFinished())
-            giveUp(GaveUp::TimedOut);
-    });
-    wholeTransfer.start(wholeTransferTimeoutMs);
     QObject::connect(reply.get(), &QNetworkReply::downloadProgress, &wake, [&, maxBody](qint64 received, qint64 total) {
         if ((received > maxBody || total > maxBody) && gaveUp == GaveUp::No) {
             giveUp(GaveUp::TooLarge);
@@ -120,12 +117,12 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
     QObject::connect(token.state(), &CancellationState::cancelled, &wake, [&] { giveUp(GaveUp::Cancelled); });
 
     if (!reply->isFinished())
-        co_await qCoro(&wake, &QTimer::timeout);
+        co_await wake;
     QObject::disconnect(reply.get(), nullptr, &wake, nullptr);
-    wholeTransfer.stop();
     const bool tooLarge = gaveUp == GaveUp::TooLarge;
-    // Qt's own inactivity timeout ends the reply with an error of its own.
-    const bool timedOut = gaveUp == GaveUp::TimedOut
+    // Out of time: the whole transfer's limit, or Qt's own inactivity timeout, which ends
+    // the reply with an error of its own.
+    const bool timedOut = (gaveUp == GaveUp::No && !reply->isFinished())
         || (gaveUp == GaveUp::No && !token.isCancelled()
             && (reply->error() == QNetworkReply::OperationCanceledError || reply->error() == QNetworkReply::TimeoutError));
 
