@@ -140,13 +140,14 @@ std::optional<QString> RevenueEngine::stripeURL(const Account &account, const QS
 {
     if (account.isDemo())
         return std::nullopt; // its objects exist nowhere to link to
-    QString text = u"https://dashboard.stripe.com/"_s;
+    QString tail;
     if (account.stripeAccountId && !account.stripeAccountId->isEmpty())
-        text += *account.stripeAccountId + u'/';
-    text += path;
+        tail = *account.stripeAccountId + u'/';
+    tail += path;
+    const QString text = u"https://dashboard.stripe.com/"_s + tail;
     // Stripe's ids are letters, digits and underscores: such a link is already in its
     // encoded form, and classifying a long listing makes one per event.
-    const bool plain = std::all_of(text.cbegin() + 8, text.cend(), [](QChar c) {
+    const bool plain = std::all_of(tail.cbegin(), tail.cend(), [](QChar c) {
         return (c.isLetterOrNumber() && c.unicode() < 0x80) || c == u'_' || c == u'/' || c == u'.' || c == u'-';
     });
     if (plain)

@@ -2,8 +2,6 @@
 
 #include "model/JsonReader.h"
 
-#include <QCoroNetworkReply>
-#include <QCoroSignal>
 #include <QCoroTimer>
 #include <QNetworkAccessManager>
 #include <QScopeGuard>
@@ -94,37 +92,30 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
     // A reply given up on (cancelled, running too long) is not aborted but deleted once the
     // wait is over: deleting ends the transfer quietly, where abort() can meet an error the
     // network thread already queued, and Qt warns on the console about a second error.
-    enum class GaveUp { No, Cancelled, TooLarge };
-    GaveUp gaveUp = GaveUp::No;
-    // Runs out after the whole transfer's time limit, or at once when the reply finishes or
-    // is given up on.
+    // The timer runs out after the whole transfer's time limit, or at once when the reply
+    // finishes or the caller cancels.
     QTimer wake;
     wake.setSingleShot(true);
     wake.start(wholeTransferTimeoutMs);
-    const auto giveUp = [&](GaveUp why) {
-        if (gaveUp == GaveUp::No) {
-            gaveUp = why;
-            wake.start(0);
-        }
-    };
-    QObject::connect(reply.get(), &QNetworkReply::finished, &wake, [&] { wake.start(0); });
+    const auto wakeNow = [&wake] { wake.start(0); };
+    QObject::connect(reply.get(), &QNetworkReply::finished, &wake, wakeNow);
+    QObject::connect(token.state(), &CancellationState::cancelled, &wake, wakeNow);
+    bool tooLarge = false;
     QObject::connect(reply.get(), &QNetworkReply::downloadProgress, &wake, [&, maxBody](qint64 received, qint64 total) {
-        if ((received > maxBody || total > maxBody) && gaveUp == GaveUp::No) {
-            giveUp(GaveUp::TooLarge);
+        if ((received > maxBody || total > maxBody) && !tooLarge) {
+            tooLarge = true;
             reply->abort(); // at once: a hostile body must not go on filling memory
         }
     });
-    QObject::connect(token.state(), &CancellationState::cancelled, &wake, [&] { giveUp(GaveUp::Cancelled); });
 
     if (!reply->isFinished())
         co_await wake;
     QObject::disconnect(reply.get(), nullptr, &wake, nullptr);
-    const bool tooLarge = gaveUp == GaveUp::TooLarge;
     // Out of time: the whole transfer's limit, or Qt's own inactivity timeout, which ends
     // the reply with an error of its own.
-    const bool timedOut = (gaveUp == GaveUp::No && !reply->isFinished())
-        || (gaveUp == GaveUp::No && !token.isCancelled()
-            && (reply->error() == QNetworkReply::OperationCanceledError || reply->error() == QNetworkReply::TimeoutError));
+    const bool timedOut = !token.isCancelled() && !tooLarge
+        && (!reply->isFinished() || reply->error() == QNetworkReply::OperationCanceledError
+            || reply->error() == QNetworkReply::TimeoutError);
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (tooLarge) {
