@@ -65,14 +65,14 @@ int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     QCommandLineParser parser;
-    const QCommandLineOption scenario(u"scenario"_s, u"populated, today, slow or failing."_s, u"name"_s, u"populated"_s);
+    const QCommandLineOption scenario(u"scenario"_s, u"atrisk, today, slow or failing."_s, u"name"_s, u"atrisk"_s);
     const QCommandLineOption update(u"update"_s, u"The version file: current, optional or blocked."_s, u"kind"_s, u"current"_s);
     const QCommandLineOption watcher(u"watcher"_s, u"Also run a StatusNotifierWatcher."_s);
     parser.addOptions({scenario, update, watcher});
     parser.process(app);
 
     const QString name = parser.value(scenario);
-    CannedProviders::Scenario s = CannedProviders::Scenario::Populated;
+    CannedProviders::Scenario s = CannedProviders::Scenario::AtRisk;
     if (name == u"today"_s)
         s = CannedProviders::Scenario::TodayOnly;
     else if (name == u"slow"_s)
@@ -85,7 +85,7 @@ int main(int argc, char **argv)
     FakeHttpServer paypal;
     FakeHttpServer web;
     CannedProviders::installStripe(stripe, s, now);
-    CannedProviders::installPayPal(paypal, s, now);
+    CannedProviders::installPayPal(paypal);
     web.enqueue("GET", "/quorvane/version.json", FakeResponse::json(200, versionFile(parser.value(update))));
     const QByteArray logo = logoPng();
     web.setFallback([logo](const RecordedRequest &request) {

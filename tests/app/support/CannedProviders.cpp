@@ -15,70 +15,9 @@ namespace {
 
 constexpr Shape shape = Shape::Legacy;
 
-struct Customer
-{
-    const char *name;
-    const char *email;
-};
-constexpr Customer customers[] = {
-    {"Jenny Rosen", "jenny.rosen@example.com"},   {"Marco Bellini", "marco@bellini.studio"},
-    {"Aiko Tanaka", "aiko.tanaka@example.jp"},    {"Priya Raman", "priya@ramanlabs.io"},
-    {"Lukas Becker", "lukas.becker@example.de"},  {"Chloé Martin", "chloe.martin@example.fr"},
-    {"Samir Haddad", "samir@haddad.dev"},         {"Olivia Brown", "olivia.brown@example.co.uk"},
-    {"Diego Alvarez", "diego@alvarez.mx"},        {"Emma Johansson", "emma.j@example.se"},
-};
-
-struct Plan
-{
-    const char *label;
-    qint64 cents;
-    const char *currency;
-};
-constexpr Plan plans[] = {
-    {"Starter (at $29.00 / month)", 2900, "usd"}, {"Pro (at $49.00 / month)", 4900, "usd"},
-    {"Team (at $99.00 / month)", 9900, "usd"},    {"Pro (at €45.00 / month)", 4500, "eur"},
-    {"Pro yearly (at $490.00 / year)", 49000, "usd"},
-};
-
-// A fixed sequence, so every run of the screenshots draws the same month.
-struct Sequence
-{
-    quint32 state = 20260310;
-    quint32 next(quint32 bound)
-    {
-        state = state * 1664525u + 1013904223u;
-        return (state >> 8) % bound;
-    }
-};
-
 qint64 unix(Date date)
 {
     return date.unixSecondsTruncated();
-}
-
-QJsonArray populatedInvoices(Date now)
-{
-    QJsonArray events;
-    Sequence seq;
-    for (int i = 0; i < 46; ++i) {
-        const double age = 1800 + seq.next(29 * 86400);
-        const Customer &c = customers[seq.next(std::size(customers))];
-        const Plan &p = plans[seq.next(std::size(plans))];
-        InvoiceFields fields;
-        fields.id = u"in_1Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
-        fields.amountPaid = p.cents;
-        fields.currency = QString::fromLatin1(p.currency);
-        fields.created = unix(now.addingSeconds(-age));
-        fields.billingReason = seq.next(10) < 3 ? u"subscription_create"_s : u"subscription_cycle"_s;
-        fields.customer = u"cus_Canned%1"_s.arg(i);
-        fields.customerName = QString::fromUtf8(c.name);
-        fields.customerEmail = QString::fromLatin1(c.email);
-        fields.charge = u"ch_3Q%1Canned"_s.arg(i, 4, 10, QLatin1Char('0'));
-        fields.subscription = u"sub_1Q%1Canned"_s.arg(i);
-        fields.lineDescription = u"1 × "_s + QString::fromUtf8(p.label);
-        events.append(event(u"evt_inv_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
-    }
-    return events;
 }
 
 QJsonArray todayInvoices(Date now)
@@ -97,74 +36,6 @@ QJsonArray todayInvoices(Date now)
         events.append(event(u"evt_today_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
-}
-
-QJsonArray cancellations(Date now)
-{
-    QJsonArray events;
-    const qint64 amounts[] = {4900, 2900, 9900};
-    const char *intervals[] = {"month", "month", "month"};
-    for (int i = 0; i < 3; ++i) {
-        SubscriptionFields fields;
-        fields.id = u"sub_1QCanceled%1"_s.arg(i);
-        fields.unitAmount = amounts[i];
-        fields.interval = QString::fromLatin1(intervals[i]);
-        fields.nickname = QString();
-        fields.canceledAt = unix(now.addingSeconds(-86400.0 * (2 + i * 6) - 3600));
-        events.append(event(u"evt_cancel_%1"_s.arg(i), u"customer.subscription.deleted"_s, fields.canceledAt,
-                            subscription(fields, shape), shape));
-    }
-    return events;
-}
-
-QJsonArray failures(Date now)
-{
-    QJsonArray events;
-    for (int i = 0; i < 2; ++i) {
-        InvoiceFields fields;
-        fields.id = u"in_failed_%1"_s.arg(i);
-        fields.amountPaid = 0;
-        fields.amountDue = i == 0 ? 4900 : 9900;
-        fields.created = unix(now.addingSeconds(-86400.0 * (1 + i * 9) - 7200));
-        fields.customer = u"cus_failed_%1"_s.arg(i);
-        fields.customerName = QString::fromUtf8(customers[i + 3].name);
-        fields.customerEmail = QString::fromLatin1(customers[i + 3].email);
-        fields.charge = u"ch_failed_%1"_s.arg(i);
-        fields.subscription = u"sub_failed_%1"_s.arg(i);
-        fields.lineDescription = i == 0 ? u"1 × Pro (at $49.00 / month)"_s : u"1 × Team (at $99.00 / month)"_s;
-        events.append(event(u"evt_failed_%1"_s.arg(i), u"invoice.payment_failed"_s, fields.created, invoice(fields, shape), shape));
-    }
-    return events;
-}
-
-QJsonArray standaloneCharges(Date now)
-{
-    ChargeFields fields;
-    fields.id = u"ch_3QLifetime"_s;
-    fields.amount = 29900;
-    fields.created = unix(now.addingSeconds(-86400.0 * 4 - 1800));
-    fields.description = u"Lifetime licence"_s;
-    fields.email = u"olivia.brown@example.co.uk"_s;
-    fields.name = u"Olivia Brown"_s;
-    return {event(u"evt_charge_0"_s, u"charge.succeeded"_s, fields.created, charge(fields, shape), shape)};
-}
-
-QJsonArray historicalCharges(Date now)
-{
-    QJsonArray out;
-    Sequence seq;
-    for (int i = 0; i < 40; ++i) {
-        const Plan &p = plans[seq.next(std::size(plans))];
-        ChargeFields fields;
-        fields.id = u"ch_hist_%1"_s.arg(i);
-        fields.amount = p.cents;
-        fields.currency = QString::fromLatin1(p.currency);
-        fields.created = unix(now.addingSeconds(-86400.0 * (31 + seq.next(58)) - 3600));
-        fields.invoice = u"in_hist_%1"_s.arg(i);
-        fields.description = QString::fromUtf8(p.label);
-        out.append(charge(fields, shape));
-    }
-    return out;
 }
 
 FakeResponse jsonPage(const QJsonArray &data, const QString &url)
@@ -233,36 +104,24 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
         for (const auto &[key, value] : request.queryItems())
             if (key == u"type"_s)
                 type = value;
-        QJsonArray data;
-        if (type == u"invoice.payment_succeeded"_s)
-            data = scenario == Scenario::TodayOnly ? todayInvoices(now) : populatedInvoices(now);
-        else if (scenario == Scenario::Populated && type == u"customer.subscription.deleted"_s)
-            data = cancellations(now);
-        else if (scenario == Scenario::Populated && type == u"invoice.payment_failed"_s)
-            data = failures(now);
-        else if (scenario == Scenario::Populated && type == u"charge.succeeded"_s)
-            data = standaloneCharges(now);
+        const QJsonArray data = scenario == Scenario::TodayOnly && type == u"invoice.payment_succeeded"_s
+            ? todayInvoices(now)
+            : QJsonArray();
         FakeResponse response = jsonPage(data, u"/v1/events"_s);
-        response.delayMs = delayMs;
-        return response;
-    });
-    server.setHandler("GET", "/v1/charges", [scenario, now, delayMs](const RecordedRequest &) {
-        FakeResponse response = jsonPage(scenario == Scenario::Populated ? historicalCharges(now) : QJsonArray(),
-                                         u"/v1/charges"_s);
         response.delayMs = delayMs;
         return response;
     });
     server.setHandler("GET", "/v1/account", [scenario](const RecordedRequest &) {
         QJsonObject profile{{u"name"_s, u"Acme Analytics"_s}};
-        // Only the picture scenario has a web site, and so an icon to fetch.
-        if (scenario == Scenario::Populated)
+        // Only the at-risk scenario has a web site, and so an icon to fetch.
+        if (scenario == Scenario::AtRisk)
             profile.insert(u"url"_s, u"https://acme-analytics.com"_s);
         return FakeResponse::json(200, QJsonDocument(QJsonObject{{u"id"_s, u"acct_1QCannedAcme"_s},
                                                                  {u"object"_s, u"account"_s},
                                                                  {u"business_profile"_s, profile}})
                                            .toJson(QJsonDocument::Compact));
     });
-    if (scenario == Scenario::Populated) {
+    if (scenario == Scenario::AtRisk) {
         server.setHandler("GET", "/v1/subscriptions", [now](const RecordedRequest &request) {
             QString status;
             for (const auto &[key, value] : request.queryItems())
@@ -295,32 +154,13 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
     });
 }
 
-void installPayPal(FakeHttpServer &server, Scenario scenario, Date now)
+void installPayPal(FakeHttpServer &server)
 {
     server.setHandler("POST", "/v1/oauth2/token", [](const RecordedRequest &) {
         return FakeResponse::json(200, R"({"scope":"https://uri.paypal.com/services/reporting/search/read","access_token":"A21AAKcannedtoken","token_type":"Bearer","app_id":"APP-80W284485P519543T","expires_in":32400,"nonce":"2026-03-10T12:00:00Zcanned"})");
     });
-    server.setHandler("GET", "/v1/reporting/transactions", [scenario, now](const RecordedRequest &) {
-        QJsonArray details;
-        if (scenario == Scenario::Populated) {
-            const char *subjects[] = {"Pro plan — monthly", "Design pack", "Pro plan — monthly", "Consulting hour"};
-            const char *values[] = {"49.00", "120.00", "49.00", "150.00"};
-            for (int i = 0; i < 4; ++i) {
-                const QDateTime at = now.addingSeconds(-86400.0 * (i * 5 + 1) - 5400).toDateTime();
-                details.append(QJsonObject{
-                    {u"transaction_info"_s,
-                     QJsonObject{{u"transaction_id"_s, u"5TY0%1837HG283542"_s.arg(i)},
-                                 {u"transaction_event_code"_s, u"T0006"_s},
-                                 {u"transaction_initiation_date"_s, at.toString(Qt::ISODate)},
-                                 {u"transaction_amount"_s,
-                                  QJsonObject{{u"currency_code"_s, u"USD"_s}, {u"value"_s, QString::fromLatin1(values[i])}}},
-                                 {u"transaction_status"_s, u"S"_s},
-                                 {u"transaction_subject"_s, QString::fromUtf8(subjects[i])}}}});
-            }
-        }
-        const QJsonObject body{{u"transaction_details"_s, details}, {u"account_number"_s, u"QXL6RDJEW7ZRS"_s},
-                               {u"page"_s, 1}, {u"total_items"_s, details.size()}, {u"total_pages"_s, 1}};
-        return FakeResponse::json(200, QJsonDocument(body).toJson(QJsonDocument::Compact));
+    server.setHandler("GET", "/v1/reporting/transactions", [](const RecordedRequest &) {
+        return FakeResponse::json(200, R"({"transaction_details":[],"account_number":"QXL6RDJEW7ZRS","page":1,"total_items":0,"total_pages":1})");
     });
 }
 

@@ -3,12 +3,12 @@
 #include "support/FakeHttpServer.h"
 #include "util/Date.h"
 
-// Realistic provider traffic for looking at the application and for its end-to-end test:
-// a small SaaS business with monthly and yearly plans, a few cancellations and failures.
+// Provider traffic for looking at the application and for the real-host test. Revenue in
+// pictures comes from the built-in demo business; these servers add what it cannot show.
 namespace CannedProviders {
 
 enum class Scenario {
-    Populated, // a month of invoices, churn, failures and 90 days of charges
+    AtRisk,    // no sales; four subscriptions at risk whose retries answer in four ways
     TodayOnly, // three invoices paid in the last minutes: a label that is the same on any day
     Slow,      // every answer takes a minute: the app stays in its loading state
     Failing,   // the key is rejected
@@ -18,6 +18,6 @@ enum class Scenario {
 inline constexpr double todayOnlyTotal = 49 + 99 + 1200;
 
 void installStripe(FakeHttpServer &server, Scenario scenario, Date now);
-void installPayPal(FakeHttpServer &server, Scenario scenario, Date now);
+void installPayPal(FakeHttpServer &server); // a valid key with no transactions
 
 } // namespace CannedProviders
