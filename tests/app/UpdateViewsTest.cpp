@@ -62,6 +62,7 @@ TEST_F(AppFixture, ABlockedVersionShowsOnlyTheUpdateRequiredView)
     options.autostartConfigHome = dir.filePath(u"config"_s);
     options.createTray = false;
     options.update = {UpdateCheckerEnvironment::configURLFor(web.baseUrl()), u"0.1.0"_s, clock, true};
+    const WarningCollector console;
     QuorvaneApp app(options);
     ASSERT_TRUE(app.start());
     EXPECT_TRUE(web.requests().isEmpty()) << "nothing is asked before the panel is first shown";
@@ -77,4 +78,5 @@ TEST_F(AppFixture, ABlockedVersionShowsOnlyTheUpdateRequiredView)
     };
     EXPECT_TRUE(shows(app.window()->contentItem()));
     EXPECT_EQ(app.trayLabel(), u"Update"_s);
+    EXPECT_EQ(console.text(), "");
 }

@@ -49,3 +49,30 @@ inline bool writeFile(const QString &path, const QByteArray &bytes)
     QFile f(path);
     return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
 }
+
+// Collects what reaches Qt's message handler as a warning or worse while it lives. In the
+// panel a warning is a broken binding or a missing property: a blank or wrong part of it.
+class WarningCollector
+{
+public:
+    WarningCollector() : m_previous(qInstallMessageHandler(collect)) { warnings().clear(); }
+    ~WarningCollector() { qInstallMessageHandler(m_previous); }
+    WarningCollector(const WarningCollector &) = delete;
+    WarningCollector &operator=(const WarningCollector &) = delete;
+
+    // All collected so far, one per line; empty when there were none.
+    std::string text() const { return warnings().join(u'\n').toStdString(); }
+
+private:
+    static QStringList &warnings()
+    {
+        static QStringList list;
+        return list;
+    }
+    static void collect(QtMsgType type, const QMessageLogContext &, const QString &message)
+    {
+        if (type != QtDebugMsg && type != QtInfoMsg)
+            warnings().append(message);
+    }
+    QtMessageHandler m_previous;
+};

@@ -7,7 +7,6 @@
 #include "support/StripeBodies.h"
 
 #include <QJsonObject>
-#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
@@ -51,14 +50,6 @@ struct StripeScript
         });
     }
 };
-
-QStringList consoleWarnings; // what reached Qt's message handler as a warning or worse
-
-void collectWarnings(QtMsgType type, const QMessageLogContext &, const QString &text)
-{
-    if (type != QtDebugMsg && type != QtInfoMsg)
-        consoleWarnings.append(text);
-}
 
 } // namespace
 
@@ -121,9 +112,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
 {
     // The failing account's first answer stops its other listings; none of it may reach
     // the console.
-    consoleWarnings.clear();
-    const QtMessageHandler previousHandler = qInstallMessageHandler(collectWarnings);
-    const auto restoreHandler = qScopeGuard([previousHandler] { qInstallMessageHandler(previousHandler); });
+    const WarningCollector console;
     // Legacy shape: a first invoice whose charge names it (the charge query drops it).
     addEvent(main, u"invoice.payment_succeeded"_s,
              StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1'795'160'000,
@@ -277,7 +266,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         }
     EXPECT_TRUE(sawIncremental);
     EXPECT_EQ(byId(e.feed()).keys(), events.keys());
-    EXPECT_TRUE(consoleWarnings.isEmpty()) << consoleWarnings.join(u'\n').toStdString();
+    EXPECT_EQ(console.text(), "");
 }
 
 TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoice)

@@ -85,20 +85,6 @@ QJsonObject objectOf(const QByteArray &bytes)
 
 } // namespace
 
-TEST_F(StorageTest, FirstLaunchCreatesTheFolderAndYieldsDefaults)
-{
-    ASSERT_FALSE(QFileInfo::exists(folder));
-    EXPECT_EQ(storage.fileURL(), QDir(folder).filePath(u"accounts.json"_s));
-    EXPECT_TRUE(QFileInfo(folder).isDir());
-    EXPECT_TRUE(storage.loadAccounts().isEmpty());
-    EXPECT_FALSE(storage.loadPreferences().has_value());
-    EXPECT_TRUE(storage.loadSyncState().isEmpty());
-    EXPECT_FALSE(storage.loadAchievements().has_value());
-    EXPECT_TRUE(storage.loadFeed().isEmpty());
-    EXPECT_TRUE(QFileInfo(storage.iconsDir()).isDir());
-    EXPECT_EQ(storage.iconsDir(), QDir(folder).filePath(u"icons"_s));
-}
-
 TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
 {
     writeAll(storage);
