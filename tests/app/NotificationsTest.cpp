@@ -81,10 +81,7 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
     QHash<QString, QJsonArray> byType;
     FakeHttpServer stripe;
     stripe.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
-        for (const auto &[k, v] : r.queryItems())
-            if (k == u"type"_s)
-                return FakeResponse::json(200, page(byType.value(v), false));
-        return FakeResponse::json(200, page({}, false));
+        return FakeResponse::json(200, page(byType.value(r.query(u"type"_s)), false));
     });
     stripe.setFallback([](const RecordedRequest &r) { return FakeResponse::json(200, page({}, false, QString::fromUtf8(r.path))); });
     Account acme = Account::newAccount(AccountProvider::Stripe);

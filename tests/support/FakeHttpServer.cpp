@@ -35,6 +35,14 @@ QList<std::pair<QString, QString>> RecordedRequest::queryItems() const
     return out;
 }
 
+QString RecordedRequest::query(const QString &key) const
+{
+    for (const auto &[k, v] : queryItems())
+        if (k == key)
+            return v;
+    return {};
+}
+
 FakeHttpServer::FakeHttpServer(QObject *parent)
     : QObject(parent)
 {

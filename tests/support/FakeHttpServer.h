@@ -19,6 +19,7 @@ struct RecordedRequest
 
     QByteArray header(const QByteArray &name) const; // case-insensitive, first match
     QList<std::pair<QString, QString>> queryItems() const; // decoded, in order
+    QString query(const QString &key) const;               // the first value of key, or null
 };
 
 // What the server does with a request.

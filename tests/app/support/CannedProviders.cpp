@@ -100,11 +100,7 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
     }
     const int delayMs = scenario == Scenario::Slow ? 60'000 : 0;
     server.setHandler("GET", "/v1/events", [scenario, now, delayMs](const RecordedRequest &request) {
-        QString type;
-        for (const auto &[key, value] : request.queryItems())
-            if (key == u"type"_s)
-                type = value;
-        const QJsonArray data = scenario == Scenario::TodayOnly && type == u"invoice.payment_succeeded"_s
+        const QJsonArray data = scenario == Scenario::TodayOnly && request.query(u"type"_s) == u"invoice.payment_succeeded"_s
             ? todayInvoices(now)
             : QJsonArray();
         FakeResponse response = jsonPage(data, u"/v1/events"_s);
@@ -123,11 +119,7 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
     });
     if (scenario == Scenario::AtRisk) {
         server.setHandler("GET", "/v1/subscriptions", [now](const RecordedRequest &request) {
-            QString status;
-            for (const auto &[key, value] : request.queryItems())
-                if (key == u"status"_s)
-                    status = value;
-            return jsonPage(atRisk(status, now), u"/v1/subscriptions"_s);
+            return jsonPage(atRisk(request.query(u"status"_s), now), u"/v1/subscriptions"_s);
         });
         // One retry that takes its time, two declines and one that goes through.
         FakeResponse slow = FakeResponse::json(200, R"({"id":"in_1QpdPro","object":"invoice","status":"paid"})");

@@ -136,10 +136,7 @@ protected:
     void SetUp() override
     {
         stripe.setHandler("GET", "/v1/subscriptions", [this](const RecordedRequest &r) {
-            QString status;
-            for (const auto &[k, v] : r.queryItems())
-                if (k == u"status"_s)
-                    status = v;
+            const QString status = r.query(u"status"_s);
             if (status == u"unpaid"_s && r.header("Authorization") == failingKey)
                 return FakeResponse::json(500, StripeBodies::error(u"api_error"_s, {}, u"Boom"_s));
             return FakeResponse::json(200, StripeBodies::page(byStatus.value(status), false, u"/v1/subscriptions"_s));

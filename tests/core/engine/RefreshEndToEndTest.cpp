@@ -30,11 +30,7 @@ struct StripeScript
             if (failingKeys.contains(auth))
                 return FakeResponse::json(failingKeys.value(auth),
                                           error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s));
-            QString type;
-            for (const auto &[k, v] : r.queryItems())
-                if (k == u"type"_s)
-                    type = v;
-            return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(type), false));
+            return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(r.query(u"type"_s)), false));
         });
         // Asked by the icon cache; an account without a web site gets no icon.
         server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, R"({"id":"acct_1"})"); });

@@ -48,10 +48,7 @@ protected:
                                      {"payment"_L1, QJsonObject{{"type"_L1, "payment_intent"_L1},
                                                                 {"payment_intent"_L1, QString(u"pi_"_s + tag)}}}}},
                         false, u"/v1/invoice_payments"_s);
-        QString type;
-        for (const auto &[k, v] : r.queryItems())
-            if (k == u"type"_s)
-                type = v;
+        const QString type = r.query(u"type"_s);
         if (type == u"invoice.payment_succeeded"_s)
             return page({StripeBodies::event(u"evt_i"_s + tag, type, now - 60, invoice({.id = u"in_"_s + tag, .created = now - 60}, Shape::Current),
                                Shape::Current)},

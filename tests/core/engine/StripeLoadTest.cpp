@@ -18,10 +18,7 @@ protected:
     void SetUp() override
     {
         stripe.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
-            for (const auto &[k, v] : r.queryItems())
-                if (k == u"type"_s && byType.contains(v))
-                    return byType.value(v);
-            return FakeResponse::json(200, page({}, false));
+            return byType.value(r.query(u"type"_s), FakeResponse::json(200, page({}, false)));
         });
     }
 
@@ -38,9 +35,7 @@ protected:
     {
         QStringList types;
         for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
-            for (const auto &[k, v] : r.queryItems())
-                if (k == u"type"_s)
-                    types.append(v);
+            types.append(r.query(u"type"_s));
         types.sort();
         return types;
     }
