@@ -63,16 +63,7 @@ FakeHttpServer::~FakeHttpServer()
 
 QUrl FakeHttpServer::baseUrl() const
 {
-    QUrl url;
-    url.setScheme(QStringLiteral("http"));
-    url.setHost(QStringLiteral("127.0.0.1"));
-    url.setPort(m_server.serverPort());
-    return url;
-}
-
-quint16 FakeHttpServer::port() const
-{
-    return m_server.serverPort();
+    return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort()));
 }
 
 void FakeHttpServer::enqueue(const QByteArray &method, const QByteArray &path, FakeResponse response)
@@ -83,11 +74,6 @@ void FakeHttpServer::enqueue(const QByteArray &method, const QByteArray &path, F
 void FakeHttpServer::setHandler(const QByteArray &method, const QByteArray &path, Handler handler)
 {
     m_routes[method + ' ' + path].handler = std::move(handler);
-}
-
-void FakeHttpServer::setFallback(Handler handler)
-{
-    m_fallback = std::move(handler);
 }
 
 QList<RecordedRequest> FakeHttpServer::requestsTo(const QByteArray &path) const
@@ -183,21 +169,6 @@ FakeResponse FakeHttpServer::responseFor(const RecordedRequest &request)
     return FakeResponse::json(599, "{\"error\":\"unexpected request\"}");
 }
 
-static QByteArray reasonPhrase(int status)
-{
-    switch (status) {
-    case 200: return "OK";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 402: return "Payment Required";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 429: return "Too Many Requests";
-    case 500: return "Internal Server Error";
-    default: return "Status";
-    }
-}
-
 void FakeHttpServer::reply(Connection *connection, const FakeResponse &response)
 {
     QTcpSocket *socket = connection->socket;
@@ -211,7 +182,7 @@ void FakeHttpServer::reply(Connection *connection, const FakeResponse &response)
     case FakeResponse::Action::TruncateBody:
         break;
     }
-    QByteArray out = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reasonPhrase(response.status) + "\r\n";
+    QByteArray out = "HTTP/1.1 " + QByteArray::number(response.status) + " Fake\r\n";
     for (const auto &[name, value] : response.headers)
         out += name + ": " + value + "\r\n";
     out += "Content-Length: " + QByteArray::number(response.body.size()) + "\r\n";

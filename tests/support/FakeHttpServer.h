@@ -52,12 +52,12 @@ public:
     ~FakeHttpServer() override;
 
     QUrl baseUrl() const; // http://127.0.0.1:{port}
-    quint16 port() const;
+    quint16 port() const { return m_server.serverPort(); }
 
     void enqueue(const QByteArray &method, const QByteArray &path, FakeResponse response);
     void setHandler(const QByteArray &method, const QByteArray &path, Handler handler);
     // Handles every request that no route matched.
-    void setFallback(Handler handler);
+    void setFallback(Handler handler) { m_fallback = std::move(handler); }
 
     const QList<RecordedRequest> &requests() const { return m_requests; }
     QList<RecordedRequest> requestsTo(const QByteArray &path) const;
@@ -65,11 +65,7 @@ public:
     void clearRecords();
 
 private:
-    struct Route
-    {
-        QList<FakeResponse> queue;
-        Handler handler;
-    };
+    struct Route { QList<FakeResponse> queue; Handler handler; };
     struct Connection;
 
     void onNewConnection();

@@ -26,11 +26,7 @@ public:
     const QList<double> &requestedSleeps() const { return m_requested; }
 
 private:
-    struct Sleeper
-    {
-        Date deadline;
-        std::shared_ptr<Waker> waker;
-    };
+    struct Sleeper { Date deadline; std::shared_ptr<Waker> waker; };
     Date m_now;
     QList<Sleeper> m_sleepers;
     QList<double> m_requested;

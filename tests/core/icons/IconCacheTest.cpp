@@ -23,14 +23,7 @@ struct Rig
                     {[this](const QUuid &id) { return accounts.value(0).id == id ? std::optional(accounts[0]) : std::nullopt; },
                      [this](const Account &a) { accounts[0] = a; }}};
 
-    IconEndpoints endpoints()
-    {
-        IconEndpoints e;
-        e.duckDuckGo = e.google = web.baseUrl();
-        e.siteOverride = web.baseUrl();
-        e.allowPlainHttp = true;
-        return e;
-    }
+    IconEndpoints endpoints() { return {true, web.baseUrl(), web.baseUrl(), web.baseUrl(), true}; }
 
     Account &add(AccountProvider provider, const QString &name, std::optional<QString> website, std::optional<QString> acct)
     {

@@ -6,12 +6,7 @@ using namespace Qt::StringLiterals;
 
 TEST(CurrencyConverter, CompactFormats)
 {
-    struct Row
-    {
-        double usd;
-        const char *code;
-        QString expected;
-    };
+    struct Row { double usd; const char *code; QString expected; };
     const Row rows[] = {
         {1234, "USD", u"$1234"_s},
         {9999.99, "USD", u"$9999"_s},
@@ -45,11 +40,7 @@ TEST(CurrencyConverter, CompactFormats)
 
 TEST(CurrencyConverter, PrivacyMasks)
 {
-    struct Row
-    {
-        QString input;
-        QString expected;
-    };
+    struct Row { QString input; QString expected; };
     const Row masks[] = {
         {u"GBP"_s, u"£••••"_s}, {u"usd"_s, u"$••••"_s}, {u"SEK"_s, u"kr ••••"_s}, {u"XYZ"_s, u"$••••"_s},
     };
@@ -81,11 +72,7 @@ TEST(CurrencyConverter, RatesAndMinorUnits)
     EXPECT_DOUBLE_EQ(CurrencyConverter::fromUSD(27, u"HKD"), 27.0); // display uses 1.0
     EXPECT_DOUBLE_EQ(CurrencyConverter::nativeToUSDForDisplay(10, u"HKD"), 10.0);
 
-    struct Row
-    {
-        const char *code;
-        double factor;
-    };
+    struct Row { const char *code; double factor; };
     const Row rows[] = {{"JPY", 1},   {"jpy", 1},   {"KRW", 1},   {"bif", 1},   {"XPF", 1},   {"VND", 1},
                         {"USD", 100}, {"eur", 100}, {"GBP", 100}, {"INR", 100}, {"ABC", 100}, {"", 100}};
     for (const Row &row : rows) {

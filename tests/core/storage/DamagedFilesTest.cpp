@@ -1,5 +1,6 @@
 #include "storage/FilePermissions.h"
 #include "storage/Storage.h"
+#include "support/TestUtil.h"
 
 #include <QDir>
 #include <QFile>
@@ -39,12 +40,7 @@ struct DamagedFilesTest : ::testing::Test
     QTemporaryDir temp;
     Storage storage{temp.path()};
 
-    void put(const char *file, const QByteArray &bytes) const
-    {
-        QFile f(storage.pathOf(file));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-    }
+    void put(const char *file, const QByteArray &bytes) const { ASSERT_TRUE(writeFile(storage.pathOf(file), bytes)); }
     QStringList copiesOf(const char *file) const
     {
         return QDir(temp.path()).entryList({QString::fromLatin1(file) + u".damaged-*"_s}, QDir::Files, QDir::Name);
@@ -66,15 +62,7 @@ TEST_F(DamagedFilesTest, ReadablePartsAreUsedAndTheBytesAreKeptAside)
     };
     const Load sync = [](const Storage &s, QList<FileDamage> *d) { return s.loadSyncState(d).size(); };
     const QByteArray otherAccount = replaced(goodAccount, "6F1C2B9E", "0B7A1C3D");
-    const struct
-    {
-        const char *name;
-        const char *file;
-        QByteArray bytes;
-        Load load;
-        qsizetype loaded;
-        qsizetype skipped;
-    } cases[] = {
+    const struct { const char *name, *file; QByteArray bytes; Load load; qsizetype loaded, skipped; } cases[] = {
         {"a mistyped flag loses one account", Storage::accountsFile,
          array({goodAccount, replaced(goodAccount, "\"enabled\":true", "\"enabled\":\"true\""), otherAccount}), accounts, 2, 1},
         {"a null credential loses one account", Storage::accountsFile,
@@ -96,20 +84,15 @@ TEST_F(DamagedFilesTest, ReadablePartsAreUsedAndTheBytesAreKeptAside)
         SCOPED_TRACE(c.name);
         QTemporaryDir dir;
         const Storage s(dir.path());
-        QFile f(s.pathOf(c.file));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(c.bytes);
-        f.close();
+        ASSERT_TRUE(writeFile(s.pathOf(c.file), c.bytes));
 
         QList<FileDamage> damaged;
         EXPECT_EQ(c.load(s, &damaged), c.loaded);
         ASSERT_EQ(damaged.size(), 1);
         EXPECT_EQ(damaged[0].file, QString::fromLatin1(c.file));
         EXPECT_EQ(damaged[0].skipped, c.skipped);
-        QFile copy(damaged[0].keptAt);
-        ASSERT_TRUE(copy.open(QIODevice::ReadOnly)) << damaged[0].keptAt.toStdString();
-        EXPECT_EQ(copy.readAll(), c.bytes);
-        EXPECT_EQ(mode(copy.fileName()), 0600);
+        EXPECT_EQ(readFile(damaged[0].keptAt), c.bytes);
+        EXPECT_EQ(mode(damaged[0].keptAt), 0600);
         EXPECT_EQ(*s.read(c.file), c.bytes) << "the file stays where it was";
     }
 }
@@ -143,14 +126,7 @@ TEST_F(DamagedFilesTest, UnknownPreferenceChoicesFallBackToTheirDefault)
 {
     Preferences stored;
     stored.refreshSeconds = 120;
-    const struct
-    {
-        const char *name;
-        QString currency;
-        QString range;
-        QString expectedCurrency;
-        TimeRange expectedRange;
-    } cases[] = {
+    const struct { const char *name; QString currency, range, expectedCurrency; TimeRange expectedRange; } cases[] = {
         {"a megabyte of currency", QString(1 << 20, u'X'), u"last7Days"_s, u"USD"_s, TimeRange::Last7Days},
         {"an unknown code and range", u"XYZ"_s, u"fortnight"_s, u"USD"_s, TimeRange::Mtd},
         {"a rate-table code", u"CHF"_s, u"custom"_s, u"CHF"_s, TimeRange::Custom},
@@ -183,10 +159,10 @@ TEST(FilePermissions, FolderAndFilesArePrivateAndLeftoverTempsAreRemoved)
     ASSERT_TRUE(storage.saveFeed({}));
     ASSERT_TRUE(storage.saveAccounts({}));
     for (const char *name : {"feed.json.AbC123", "accounts.json.damaged-20260310T120000Z", "icons/a.png"}) {
-        QDir().mkpath(QFileInfo(QDir(folder).filePath(QString::fromLatin1(name))).path());
-        QFile f(QDir(folder).filePath(QString::fromLatin1(name)));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.setPermissions(QFileDevice::Permissions(0x6666)); // rw for everyone
+        const QString path = QDir(folder).filePath(QString::fromLatin1(name));
+        QDir().mkpath(QFileInfo(path).path());
+        ASSERT_TRUE(writeFile(path, {}));
+        QFile::setPermissions(path, QFileDevice::Permissions(0x6666)); // rw for everyone
     }
     QFile::setPermissions(QDir(folder).filePath(u"icons"_s), QFileDevice::Permissions(0x7777));
     ::umask(previous);

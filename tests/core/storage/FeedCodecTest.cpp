@@ -13,17 +13,9 @@ const QUuid accountB = QUuid::fromString(u"0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D"
 
 PaymentEvent event(QString id, double unix, double amount = 49, RevenueKind kind = RevenueKind::Recurring)
 {
-    PaymentEvent e;
-    e.id = std::move(id);
-    e.date = Date::fromUnix(unix);
-    e.amount = amount;
-    e.currency = u"usd"_s;
-    e.usdAmount = amount;
-    e.accountId = accountA;
-    e.accountName = u"Acme SaaS"_s;
-    e.kind = kind;
-    e.description = u"1 × Pro (at $49.00 / month)"_s;
-    return e;
+    return {.id = std::move(id), .date = Date::fromUnix(unix), .amount = amount, .currency = u"usd"_s,
+            .usdAmount = amount, .accountId = accountA, .accountName = u"Acme SaaS"_s, .kind = kind,
+            .description = u"1 × Pro (at $49.00 / month)"_s};
 }
 
 // One element written by hand; `extra` is spliced in before the closing brace.
@@ -38,31 +30,18 @@ QByteArray element(const char *id = "in_1", const char *extra = "")
 
 QList<PaymentEvent> tricky()
 {
-    QList<PaymentEvent> feed;
     PaymentEvent quotes = event(u"ch_\"quoted\"\\back/slash"_s, 1773144000, 0.1 + 0.2);
     quotes.description = u"Tab\there, newline\nthen \x01 control, \"quotes\""_s;
     quotes.customerEmail = u"jenny.rosen@example.com"_s;
     quotes.dashboardURL = u"https://dashboard.stripe.com/acct_1Pg/payments/ch_1?x=a%20b&y=ü"_s;
-    feed.append(quotes);
-
-    PaymentEvent unicode = event(u"5TY05013RG002845M"_s, 1773144000.75, 1500, RevenueKind::Refund);
-    unicode.currency = u"JPY"_s;
-    unicode.usdAmount = 9.6;
-    unicode.accountId = accountB;
-    unicode.accountName = u"田中ストア 🚀"_s;
-    unicode.description = u"Annual plan – Example Pro €"_s;
-    unicode.customerEmail = QString();
-    feed.append(unicode);
-
+    const PaymentEvent unicode = {u"5TY05013RG002845M"_s, Date::fromUnix(1773144000.75), 1500, u"JPY"_s, 9.6, accountB,
+                                  u"田中ストア 🚀"_s, RevenueKind::Refund, u"Annual plan – Example Pro €"_s, QString()};
     PaymentEvent numbers = event(QString(), -86400.5, -1e-7, RevenueKind::Churn); // before 1970
     numbers.usdAmount = 1e21;
     numbers.description = QString();
-    feed.append(numbers);
-
     PaymentEvent large = event(u"in_big"_s, 4102444800.0 - 1, 9007199254740993.0, RevenueKind::Failed); // 2099-12-31
     large.usdAmount = 123456.789;
-    feed.append(large);
-    return feed;
+    return {quotes, unicode, numbers, large};
 }
 
 QList<PaymentEvent> withWholeSeconds(QList<PaymentEvent> feed)
@@ -94,12 +73,7 @@ TEST(FeedCodec, ReadsBackWhatItWrites)
 
 TEST(FeedCodec, JudgesHandWrittenFiles)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray document;
-        bool decodes;
-    };
+    struct Row { const char *name; QByteArray document; bool decodes; };
     const QByteArray ok = element();
     const Row rows[] = {
         {"empty array", "[]", true},
@@ -127,11 +101,7 @@ TEST(FeedCodec, JudgesHandWrittenFiles)
 // A hand-edited feed keeps whatever text it holds, but only web addresses are ever opened.
 TEST(PaymentEventLink, OnlyValidWebAddressesBecomeLinks)
 {
-    const struct
-    {
-        std::optional<QString> text;
-        bool link;
-    } rows[] = {
+    const struct { std::optional<QString> text; bool link; } rows[] = {
         {u"https://dashboard.stripe.com/acct_1/payments/ch_1"_s, true},
         {u"http://localhost:8080/invoices/in_1"_s, true},
         {u"https://exa mple.com/%zz"_s, false},
@@ -140,9 +110,7 @@ TEST(PaymentEventLink, OnlyValidWebAddressesBecomeLinks)
         {std::nullopt, false},
     };
     for (const auto &row : rows) {
-        PaymentEvent e;
-        e.dashboardURL = row.text;
         SCOPED_TRACE(row.text.value_or(u"(none)"_s).toStdString());
-        EXPECT_EQ(e.dashboardLink().has_value(), row.link);
+        EXPECT_EQ(PaymentEvent{.dashboardURL = row.text}.dashboardLink().has_value(), row.link);
     }
 }

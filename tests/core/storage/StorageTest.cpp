@@ -39,29 +39,15 @@ Account account(const QString &name)
 
 PaymentEvent event(const QString &id, Date date)
 {
-    PaymentEvent e;
-    e.id = id;
-    e.date = date;
-    e.amount = 29;
-    e.currency = u"eur"_s;
-    e.usdAmount = 31.32;
-    e.accountId = accountA;
-    e.accountName = u"Acme EU"_s;
-    e.kind = RevenueKind::Recurring;
-    e.description = u"Team plan (monthly)"_s;
-    e.customerEmail = u"lena.fischer@example.de"_s;
-    return e;
+    return {.id = id, .date = date, .amount = 29, .currency = u"eur"_s, .usdAmount = 31.32, .accountId = accountA,
+            .accountName = u"Acme EU"_s, .kind = RevenueKind::Recurring, .description = u"Team plan (monthly)"_s,
+            .customerEmail = u"lena.fischer@example.de"_s};
 }
 
 Preferences preferences()
 {
-    Preferences p;
-    p.dashboardCurrency = u"GBP"_s;
-    p.refreshSeconds = 120;
-    p.selectedRange = TimeRange::Last30Days;
-    p.customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125);
-    p.customRangeEnd = noon;
-    return p;
+    return {.dashboardCurrency = u"GBP"_s, .refreshSeconds = 120, .selectedRange = TimeRange::Last30Days,
+            .customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125), .customRangeEnd = noon};
 }
 
 // Every file holds something that is not its default, so a load that falls back shows.
@@ -70,11 +56,7 @@ void writeAll(const Storage &storage)
     ASSERT_TRUE(storage.saveAccounts({account(u"Acme"_s)}));
     ASSERT_TRUE(storage.savePreferences(preferences()));
     ASSERT_TRUE(storage.saveFeed({event(u"in_1"_s, noon)}));
-    AchievementsState state;
-    state.achievements = {{AchievementPeriod::Day, 1000, noon}};
-    state.bestDayUSD = 1234;
-    state.bestDayDate = noon;
-    ASSERT_TRUE(storage.saveAchievements(state));
+    ASSERT_TRUE(storage.saveAchievements({{{AchievementPeriod::Day, 1000, noon}}, 1234, noon}));
     ASSERT_TRUE(storage.saveSyncState({{accountA, noon}}));
 }
 
@@ -110,12 +92,7 @@ TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
 
 TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
 {
-    struct BadFile
-    {
-        const char *name;
-        QByteArray bytes; // ignored for the directory case
-        bool directory = false;
-    };
+    struct BadFile { const char *name; QByteArray bytes; bool directory = false; };
     const QByteArray goodEvent = encodeFeed({event(u"in_1"_s, noon)}).mid(1).chopped(1);
     const QByteArray goodAccount = QJsonDocument(QJsonArray{toJson(account(u"Acme"_s))}).toJson(QJsonDocument::Compact);
     const BadFile cases[] = {
@@ -148,23 +125,14 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
             else if (qstrcmp(bad.name, "missing") != 0)
                 ASSERT_TRUE(writeFile(s.pathOf(file), bad.bytes));
 
-            const auto accounts = s.loadAccounts();
-            const auto prefs = s.loadPreferences();
-            const auto feed = s.loadFeed();
-            const auto achievements = s.loadAchievements();
-            const auto sync = s.loadSyncState();
-            const bool isAccounts = qstrcmp(file, Storage::accountsFile) == 0;
-            const bool isPreferences = qstrcmp(file, Storage::preferencesFile) == 0;
-            const bool isFeed = qstrcmp(file, Storage::feedFile) == 0;
-            const bool isAchievements = qstrcmp(file, Storage::achievementsFile) == 0;
-            const bool isSync = qstrcmp(file, Storage::syncStateFile) == 0;
+            const auto is = [file](const char *name) { return qstrcmp(file, name) == 0; };
             // The bad file gives its default (a feed keeps its readable events); every other
             // file still loads.
-            EXPECT_EQ(accounts.isEmpty(), isAccounts);
-            EXPECT_EQ(!prefs.has_value(), isPreferences);
-            EXPECT_EQ(feed.isEmpty(), isFeed && qstrcmp(bad.name, "one bad element") != 0);
-            EXPECT_EQ(!achievements.has_value(), isAchievements);
-            EXPECT_EQ(sync.isEmpty(), isSync);
+            EXPECT_EQ(s.loadAccounts().isEmpty(), is(Storage::accountsFile));
+            EXPECT_EQ(!s.loadPreferences().has_value(), is(Storage::preferencesFile));
+            EXPECT_EQ(s.loadFeed().isEmpty(), is(Storage::feedFile) && qstrcmp(bad.name, "one bad element") != 0);
+            EXPECT_EQ(!s.loadAchievements().has_value(), is(Storage::achievementsFile));
+            EXPECT_EQ(s.loadSyncState().isEmpty(), is(Storage::syncStateFile));
             // Loading never rewrites anything, the bad file included.
             for (const char *other : files)
                 if (qstrcmp(other, file) != 0)
@@ -189,12 +157,7 @@ TEST_F(StorageTest, PreferencesWithIsoDatesAreNotRead)
 
 TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray document;
-        QHash<QUuid, Date> expected;
-    };
+    struct Row { const char *name; QByteArray document; QHash<QUuid, Date> expected; };
     const Row rows[] = {
         {"one bad key", R"({"not-a-uuid":"2026-03-10T12:00:00Z","6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F":"2026-03-10T12:00:00Z"})",
          {{accountA, noon}}},
@@ -235,8 +198,7 @@ TEST_F(StorageTest, AFailedWriteLeavesThePreviousFileIntact)
     struct rlimit saved;
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit small = saved;
-    small.rlim_cur = 64 * 1024;
+    const struct rlimit small = {64 * 1024, saved.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     const bool written = storage.saveFeed(big);
     setrlimit(RLIMIT_FSIZE, &saved);

@@ -4,12 +4,7 @@
 
 TEST(Date, IsoFormsParseToTheSameInstant)
 {
-    struct Row
-    {
-        const char *name;
-        const char *text;
-        std::optional<double> unix;
-    };
+    struct Row { const char *name; const char *text; std::optional<double> unix; };
     const Row rows[] = {
         {"zulu", "2026-03-10T12:00:00Z", 1773144000},
         {"fraction", "2026-03-10T12:00:00.750Z", 1773144000.75},
@@ -40,12 +35,7 @@ TEST(Date, IsoTextDropsTheFraction)
 
 TEST(Date, ProviderDateFormsAndTheirLimits)
 {
-    struct Row
-    {
-        const char *name;
-        const char *text;
-        std::optional<double> unix;
-    };
+    struct Row { const char *name; const char *text; std::optional<double> unix; };
     const Row rows[] = {
         {"PayPal's compact zero offset", "2026-11-20T09:41:07+0000", 1795167667},
         {"lower-case separators", "2026-11-20t09:41:07z", 1795167667},

@@ -31,13 +31,7 @@ TEST(Http, OutcomesOfOneRequest)
     redirect.headers.append({"Location", at(elsewhere, "/steal").toEncoded()});
     server.enqueue("GET", "/redirect", redirect);
 
-    struct Row
-    {
-        const char *path;
-        int status;
-        bool transportFailure;
-        QByteArray body;
-    };
+    struct Row { const char *path; int status; bool transportFailure; QByteArray body; };
     const Row rows[] = {
         {"/ok", 200, false, "{\"a\":1}"},
         {"/denied", 402, false, "{\"error\":{}}"},
