@@ -52,6 +52,7 @@ public:
     ~FakeHttpServer() override;
 
     QUrl baseUrl() const; // http://127.0.0.1:{port}
+    QUrl url(const char *path) const { return baseUrl().resolved(QUrl(QString::fromLatin1(path))); }
     quint16 port() const { return m_server.serverPort(); }
 
     void enqueue(const QByteArray &method, const QByteArray &path, FakeResponse response);

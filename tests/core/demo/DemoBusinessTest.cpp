@@ -69,12 +69,7 @@ TEST(DemoBusiness, OneSeedOneStory)
 TEST(DemoBusiness, DaysClassifyIntoTheirKinds)
 {
     // Three days of one seed, summed by hand from the classified events (US dollars).
-    struct Day
-    {
-        const char *date;
-        int counts[5]; // new, recurring, churn, failed, refund
-        double usd[5];
-    };
+    struct Day { const char *date; int counts[5]; double usd[5]; }; // new, recurring, churn, failed, refund
     const Day days[] = {
         {"2026-11-15", {5, 15, 3, 7, 0}, {281.73, 811.16, 187.00, 814.12, 0}},
         {"2026-11-16", {6, 25, 3, 3, 1}, {368.25, 1418.91, 238.83, 147.53, 9.50}},

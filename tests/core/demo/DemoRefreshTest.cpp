@@ -4,9 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-class DemoRefresh : public EngineFixture
-{
-};
+using DemoRefresh = EngineFixture;
 
 TEST_F(DemoRefresh, RunsWithoutTheNetwork)
 {

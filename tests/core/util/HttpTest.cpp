@@ -7,17 +7,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QUrl at(const FakeHttpServer &server, const char *path)
-{
-    QUrl url = server.baseUrl();
-    url.setPath(QString::fromLatin1(path));
-    return url;
-}
-
-} // namespace
-
 TEST(Http, OutcomesOfOneRequest)
 {
     FakeHttpServer server;
@@ -27,9 +16,7 @@ TEST(Http, OutcomesOfOneRequest)
     server.enqueue("GET", "/huge", FakeResponse::json(200, QByteArray(64 * 1024, 'x')));
     server.enqueue("GET", "/drop", FakeResponse::drop());
     server.enqueue("GET", "/truncated", FakeResponse{200, QByteArray(4096, 'y'), {}, 0, FakeResponse::Action::TruncateBody});
-    FakeResponse redirect = FakeResponse::json(302, {});
-    redirect.headers.append({"Location", at(elsewhere, "/steal").toEncoded()});
-    server.enqueue("GET", "/redirect", redirect);
+    server.enqueue("GET", "/redirect", FakeResponse{302, {}, {{"Location", elsewhere.url("/steal").toEncoded()}}});
 
     struct Row { const char *path; int status; bool transportFailure; QByteArray body; };
     const Row rows[] = {
@@ -43,7 +30,7 @@ TEST(Http, OutcomesOfOneRequest)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.path);
         const HttpResponse r = QCoro::waitFor(
-            Http::send(Http::makeRequest(at(server, row.path)), "GET", {}, CancellationToken::none(), 32 * 1024));
+            Http::send(Http::makeRequest(server.url(row.path)), "GET", {}, CancellationToken::none(), 32 * 1024));
         EXPECT_EQ(r.status, row.status);
         EXPECT_EQ(r.isTransportFailure(), row.transportFailure) << r.errorText.toStdString();
         EXPECT_EQ(r.body, row.body);
@@ -58,14 +45,14 @@ TEST(Http, CancellingAHangingRequestEndsItAtOnce)
     FakeHttpServer server;
     server.enqueue("GET", "/hang", FakeResponse::hang());
     CancellationToken token;
-    auto task = Http::send(Http::makeRequest(at(server, "/hang")), "GET", {}, token);
+    auto task = Http::send(Http::makeRequest(server.url("/hang")), "GET", {}, token);
     ASSERT_TRUE(waitUntil([&] { return !server.requests().isEmpty(); }));
     token.cancel();
     const HttpResponse r = QCoro::waitFor(task);
     EXPECT_TRUE(r.isCancelled());
     EXPECT_EQ(r.status, 0);
 
-    const HttpResponse early = QCoro::waitFor(Http::send(Http::makeRequest(at(server, "/hang")), "GET", {}, token));
+    const HttpResponse early = QCoro::waitFor(Http::send(Http::makeRequest(server.url("/hang")), "GET", {}, token));
     EXPECT_TRUE(early.isCancelled()) << "an already cancelled token sends nothing";
     EXPECT_EQ(server.requests().size(), 1);
 }
