@@ -33,7 +33,8 @@ TEST_F(StripeClientTest, ListingsThatDoNotAdvanceOrDoNotEndFail)
         server.clearRecords();
         int request = 0;
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
-            return FakeResponse::json(200, endlessPage(c.lastIdOfPage(startingAfter(r), request++)));
+            const QString lastId = c.lastIdOfPage(r.query(u"starting_after"_s), request++);
+            return FakeResponse::json(200, endlessPage(lastId));
         });
         const auto result = run(client().fetchSubscriptionCancellations(Date::fromUnix(1'795'000'000)));
         ASSERT_FALSE(result.ok());
