@@ -96,61 +96,49 @@ TEST_F(StripeClientTest, RetryAnswersTrueOrCarriesStripesRefusal)
 {
     const QByteArray declined = StripeBodies::error(u"card_error"_s, u"card_declined"_s,
                                                     u"Your card has insufficient funds."_s, u"insufficient_funds"_s);
-    struct Row
-    {
-        const char *name;
-        FakeResponse response;
-        bool ok;
-        int status;
+    // name, Stripe's answer, whether it counts as paid
+    const std::tuple<const char *, FakeResponse, bool> rows[] = {
+        {"paid", FakeResponse::json(200, R"({"id":"in_1","status":"paid"})"), true},
+        {"accepted without body", FakeResponse{202, {}, {}}, true},
+        {"declined", FakeResponse::json(402, declined), false},
     };
-    const Row rows[] = {
-        {"paid", FakeResponse::json(200, R"({"id":"in_1","status":"paid"})"), true, 0},
-        {"accepted without body", FakeResponse{202, {}, {}}, true, 0},
-        {"declined", FakeResponse::json(402, declined), false, 402},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, response, ok] : rows) {
+        SCOPED_TRACE(name);
         server.clearRecords();
-        server.setHandler("POST", "/v1/invoices/in_1/pay", [&row](const RecordedRequest &) { return row.response; });
+        server.setHandler("POST", "/v1/invoices/in_1/pay", [&](const RecordedRequest &) { return response; });
         const auto result = run(client().retryInvoice(u"in_1"_s));
         ASSERT_EQ(server.requests().size(), 1);
-        ASSERT_EQ(result.ok(), row.ok);
-        if (row.ok) {
+        ASSERT_EQ(result.ok(), ok);
+        if (ok) {
             EXPECT_TRUE(result.value());
             continue;
         }
-        EXPECT_EQ(result.error().status(), row.status);
-        EXPECT_EQ(result.error().body(), QString::fromUtf8(row.response.body));
-        EXPECT_EQ(result.error().description(), u"Stripe HTTP %1: %2"_s.arg(row.status).arg(QString::fromUtf8(row.response.body)));
+        EXPECT_EQ(result.error().status(), 402);
+        EXPECT_EQ(result.error().body(), QString::fromUtf8(declined));
+        EXPECT_EQ(result.error().description(), u"Stripe HTTP 402: "_s + QString::fromUtf8(declined));
     }
     EXPECT_EQ(StripeClient::parseHumanError(declined), u"Insufficient funds on card"_s);
 }
 
 TEST_F(StripeClientTest, HttpErrorsKeepStatusAndRawBody)
 {
-    struct Row
-    {
-        const char *name;
-        int status;
-        QByteArray body;
-        QString description;
-    };
-    const Row rows[] = {
+    // name, status, body, the error's description
+    const std::tuple<const char *, int, QByteArray, QString> rows[] = {
         {"invalid key", 401, R"({"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})",
          uR"(Stripe HTTP 401: {"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})"_s},
         {"plain text", 500, "upstream exploded\n", u"Stripe HTTP 500: upstream exploded\n"_s},
         {"not UTF-8", 502, QByteArray("\xff\xfe broken", 9), u"Stripe HTTP 502: "_s},
         {"empty body", 400, QByteArray(), u"Stripe HTTP 400: "_s},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, status, body, description] : rows) {
+        SCOPED_TRACE(name);
         server.clearRecords();
-        server.setHandler("GET", "/v1/events", [&row](const RecordedRequest &) { return FakeResponse::json(row.status, row.body); });
+        server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) { return FakeResponse::json(status, body); });
         const auto result = run(client().fetchSubscriptionCancellations(since));
         ASSERT_FALSE(result.ok());
         EXPECT_EQ(result.error().kind(), StripeError::Kind::Http);
-        EXPECT_EQ(result.error().status(), row.status);
-        EXPECT_EQ(result.error().description(), row.description);
+        EXPECT_EQ(result.error().status(), status);
+        EXPECT_EQ(result.error().description(), description);
         EXPECT_EQ(server.requests().size(), 1);
     }
 }
