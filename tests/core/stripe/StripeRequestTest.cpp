@@ -8,12 +8,18 @@ namespace {
 const Date since = Date::fromUnix(1'700'000'000.9);
 const Date until = Date::fromUnix(1'700'086'400.2);
 
-// A call that is checked for its request only; its result is discarded.
-using Call = std::function<void(const StripeClient &)>;
+// A call checked for its request and, when it fails, for its error; any data is discarded.
+using Call = std::function<std::optional<StripeError>(const StripeClient &)>;
+
+template<typename T>
+std::optional<StripeError> failure(const Result<T, StripeError> &result)
+{
+    return result.ok() ? std::nullopt : std::optional(result.error());
+}
 
 } // namespace
 
-TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
+TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWithoutAKey)
 {
     struct Row
     {
@@ -25,27 +31,28 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
         QByteArray stripeVersion = "2025-02-24.acacia";
     };
     const Row rows[] = {
-        {"paid invoices", [](const StripeClient &c) { (void)run(c.fetchPaidInvoices(since)); }, "GET", "/v1/events",
+        {"paid invoices", [](auto &c) { return failure(run(c.fetchPaidInvoices(since))); }, "GET", "/v1/events",
          "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"failed payments", [](const StripeClient &c) { (void)run(c.fetchFailedPayments(since)); }, "GET", "/v1/events",
+        {"failed payments", [](auto &c) { return failure(run(c.fetchFailedPayments(since))); }, "GET", "/v1/events",
          "type=invoice.payment_failed&limit=100&created%5Bgte%5D=1700000000"},
-        {"refunds", [](const StripeClient &c) { (void)run(c.fetchRefunds(since)); }, "GET", "/v1/events",
+        {"refunds", [](auto &c) { return failure(run(c.fetchRefunds(since))); }, "GET", "/v1/events",
          "type=charge.refunded&limit=100&created%5Bgte%5D=1700000000"},
-        {"standalone charges", [](const StripeClient &c) { (void)run(c.fetchStandaloneCharges(since)); }, "GET", "/v1/events",
-         "type=charge.succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"cancellations", [](const StripeClient &c) { (void)run(c.fetchSubscriptionCancellations(since)); }, "GET",
+        {"standalone charges", [](auto &c) { return failure(run(c.fetchStandaloneCharges(since))); }, "GET",
+         "/v1/events", "type=charge.succeeded&limit=100&created%5Bgte%5D=1700000000"},
+        {"cancellations", [](auto &c) { return failure(run(c.fetchSubscriptionCancellations(since))); }, "GET",
          "/v1/events", "type=customer.subscription.deleted&limit=100&created%5Bgte%5D=1700000000"},
-        {"historical charges with end", [](const StripeClient &c) { (void)run(c.fetchSucceededChargesHistorical(since, until)); },
-         "GET", "/v1/charges", "limit=100&created%5Bgte%5D=1700000000&created%5Blte%5D=1700086400"},
+        {"historical charges with end",
+         [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, until))); }, "GET", "/v1/charges",
+         "limit=100&created%5Bgte%5D=1700000000&created%5Blte%5D=1700086400"},
         {"historical charges open-ended",
-         [](const StripeClient &c) { (void)run(c.fetchSucceededChargesHistorical(since, std::nullopt)); }, "GET",
+         [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, std::nullopt))); }, "GET",
          "/v1/charges", "limit=100&created%5Bgte%5D=1700000000"},
-        {"subscriptions by status", [](const StripeClient &c) { (void)run(c.fetchSubscriptionsByStatus(u"past_due"_s)); },
+        {"subscriptions by status", [](auto &c) { return failure(run(c.fetchSubscriptionsByStatus(u"past_due"_s))); },
          "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"},
-        {"account", [](const StripeClient &c) { (void)run(c.fetchAccountInfo()); }, "GET", "/v1/account", ""},
-        {"retry", [](const StripeClient &c) { (void)run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s)); }, "POST",
+        {"account", [](auto &c) { return failure(run(c.fetchAccountInfo())); }, "GET", "/v1/account", ""},
+        {"retry", [](auto &c) { return failure(run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s))); }, "POST",
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
-        {"paid invoice payments", [](const StripeClient &c) { (void)run(c.fetchPaidInvoicePayments(since)); }, "GET",
+        {"paid invoice payments", [](auto &c) { return failure(run(c.fetchPaidInvoicePayments(since))); }, "GET",
          "/v1/invoice_payments", "status=paid&limit=100&created%5Bgte%5D=1700000000", "2025-03-31.basil"},
     };
     server.setFallback([](const RecordedRequest &r) {
@@ -54,9 +61,12 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         server.clearRecords();
-        row.call(client(QString())); // without a key nothing is sent
+        const std::optional<StripeError> keyless = row.call(client(QString()));
         ASSERT_TRUE(server.requests().isEmpty());
-        row.call(client());
+        ASSERT_TRUE(keyless.has_value());
+        EXPECT_EQ(keyless->kind(), StripeError::Kind::MissingKey);
+        EXPECT_EQ(keyless->description(), u"No Stripe API key configured"_s);
+        EXPECT_FALSE(row.call(client()).has_value());
         ASSERT_EQ(server.requests().size(), 1);
         const RecordedRequest &r = server.requests().first();
         EXPECT_EQ(r.method, row.method);
@@ -67,14 +77,6 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
         EXPECT_EQ(r.header("Stripe-Version"), row.stripeVersion);
         EXPECT_TRUE(r.body.isEmpty());
     }
-}
-
-TEST_F(StripeClientTest, MissingKeyFailsBeforeSending)
-{
-    const auto result = run(client(QString()).fetchPaidInvoices(since));
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().kind(), StripeError::Kind::MissingKey);
-    EXPECT_EQ(result.error().description(), u"No Stripe API key configured"_s);
 }
 
 TEST_F(StripeClientTest, InvoiceIdsThatAreNotPlainStripeIdsAreRefusedUnsent)
