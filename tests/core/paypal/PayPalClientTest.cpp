@@ -5,7 +5,6 @@
 
 #include <QCoroTask>
 #include <QSet>
-#include <QTimeZone>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -33,11 +32,9 @@ struct PayPalClientTest : ::testing::Test
     FakeHttpServer live;
     FakeHttpServer sandbox;
 
-    PayPalClient client(const Account &account) { return PayPalClient(account, live.baseUrl(), sandbox.baseUrl()); }
-
-    Result<QList<PPTransaction>, PPError> fetch(const Account &account, Date from = since, Date to = now)
+    Result<QList<PPTransaction>, PPError> fetch(const Account &account, CancellationToken cancel = {})
     {
-        return run(client(account).fetchTransactions(from, to));
+        return run(PayPalClient(account, live.baseUrl(), sandbox.baseUrl()).fetchTransactions(since, now, cancel));
     }
 
     // A live account whose token and searches `server` answers alone.
@@ -199,7 +196,7 @@ TEST_F(PayPalClientTest, CancellingStopsAHangingSearch)
     CancellationToken cancel;
     QTimer::singleShot(100, [cancel] { cancel.cancel(); });
 
-    const auto result = run(client(paypalAccount()).fetchTransactions(since, now, cancel));
+    const auto result = fetch(paypalAccount(), cancel);
 
     ASSERT_FALSE(result.ok());
     EXPECT_EQ(result.error().kind(), PPError::Kind::Cancelled);

@@ -227,12 +227,11 @@ TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
 
 TEST_F(StripeClientTest, InvoicePaymentsNameWhatPaidEachInvoice)
 {
-    server.setHandler("GET", "/v1/invoice_payments", [](const RecordedRequest &) {
-        return FakeResponse::json(200, R"({"object":"list","has_more":false,"url":"/v1/invoice_payments","data":[
-            {"id":"inpay_1","object":"invoice_payment","amount_paid":2000,"currency":"usd","invoice":"in_1","is_default":true,
-             "payment":{"type":"payment_intent","payment_intent":"pi_1"},"status":"paid"},
-            {"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"charge","charge":{"id":"ch_2"}},"status":"paid"}]})");
-    });
+    server.enqueue("GET", "/v1/invoice_payments", FakeResponse::json(200, R"({"object":"list","has_more":false,"data":[
+        {"id":"inpay_1","object":"invoice_payment","amount_paid":2000,"currency":"usd","invoice":"in_1","is_default":true,
+         "payment":{"type":"payment_intent","payment_intent":"pi_1"},"status":"paid"},
+        {"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"charge","charge":{"id":"ch_2"}},
+         "status":"paid"}],"url":"/v1/invoice_payments"})"));
     const auto result = run(client().fetchPaidInvoicePayments(Date::fromUnix(1'700'000'000)));
     ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
     ASSERT_EQ(result.value().size(), 2);
