@@ -84,7 +84,7 @@ inline QByteArray page(const QJsonArray &details, int pageNumber = 1, int totalP
     return json(o);
 }
 
-inline QByteArray pageOf(std::initializer_list<Row> rows, int pageNumber = 1, int totalPages = 1)
+inline QByteArray pageOf(const QList<Row> &rows, int pageNumber = 1, int totalPages = 1)
 {
     QJsonArray details;
     for (const Row &row : rows)

@@ -1,7 +1,6 @@
 #include "PayPalBodies.h"
 #include "engine/PayPalEvents.h"
 
-#include <QJsonDocument>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -20,10 +19,7 @@ Account shop()
 // real fetch hands the loader.
 QList<PPTransaction> decoded(const QList<PayPalBodies::Row> &rows)
 {
-    QJsonArray details;
-    for (const auto &row : rows)
-        details.append(PayPalBodies::transaction(row));
-    auto resp = decodeJsonObject(PayPalBodies::page(details), [](JsonReader &r) { return PPListResp::decode(r); });
+    auto resp = decodeJsonObject(PayPalBodies::pageOf(rows), [](JsonReader &r) { return PPListResp::decode(r); });
     EXPECT_TRUE(resp.ok()) << resp.error().toStdString();
     return resp ? resp->transaction_details.value_or(QList<PPTransaction>{}) : QList<PPTransaction>{};
 }

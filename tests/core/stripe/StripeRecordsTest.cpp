@@ -201,14 +201,9 @@ TEST(StripeRecords, ResolvedDomain)
 TEST(StripeRecords, MalformedJsonFailsWholeEvenWhereNothingIsRead)
 {
     const QByteArray rows[] = {
-        "",
-        R"({"data":[],"has_more":fal)",
-        R"({"data":[],"has_more":false,"livemode":"x)",
-        R"({"data":[],"has_more":false,"total":01})",
-        R"({"data" []})",
-        R"({"data":[1,],"has_more":false})",
-        R"({"data":[],"has_more":false} x)",
-        R"({"data":[],"has_more":false,"outcome":{"type":"x")",
+        "", R"({"data":[],"has_more":fal)", R"({"data":[],"has_more":false,"livemode":"x)",
+        R"({"data":[],"has_more":false,"total":01})", R"({"data" []})", R"({"data":[1,],"has_more":false})",
+        R"({"data":[],"has_more":false} x)", R"({"data":[],"has_more":false,"outcome":{"type":"x")",
         QByteArray(R"({"data":[],"has_more":false,"x":)") + QByteArray(5000, '[') + QByteArray(5000, ']') + "}",
     };
     for (const QByteArray &body : rows) {
