@@ -22,22 +22,17 @@ void StripeListing::finish()
 
 std::pair<int, QByteArray> StripeListing::answer(const QList<std::pair<QString, QString>> &query) const
 {
-    QString type, after;
-    qint64 from = std::numeric_limits<qint64>::min(), to = std::numeric_limits<qint64>::max();
-    int limit = 10;
-    for (const auto &[name, value] : query) {
-        if (name == "type"_L1)
-            type = value;
-        else if (name == "limit"_L1)
-            limit = std::clamp(value.toInt(), 1, 100);
-        else if (name == "created[gte]"_L1)
-            from = value.toLongLong();
-        else if (name == "created[lte]"_L1)
-            to = value.toLongLong();
-        else if (name == "starting_after"_L1)
-            after = value;
-    }
-    const QList<Stored> events = m_byType.value(type);
+    QHash<QString, QString> given; // the last value of each key
+    for (const auto &[name, value] : query)
+        given.insert(name, value);
+    const auto number = [&](const QString &key, qint64 otherwise) {
+        return given.contains(key) ? given.value(key).toLongLong() : otherwise;
+    };
+    const qint64 from = number(u"created[gte]"_s, std::numeric_limits<qint64>::min());
+    const qint64 to = number(u"created[lte]"_s, std::numeric_limits<qint64>::max());
+    const int limit = given.contains(u"limit"_s) ? std::clamp(given.value(u"limit"_s).toInt(), 1, 100) : 10;
+    const QString after = given.value(u"starting_after"_s);
+    const QList<Stored> events = m_byType.value(given.value(u"type"_s));
     auto it = events.cbegin();
     if (!after.isEmpty()) {
         it = std::find_if(events.cbegin(), events.cend(), [&](const Stored &e) { return e.id == after; });

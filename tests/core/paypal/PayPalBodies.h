@@ -27,10 +27,8 @@ inline QJsonObject money(const char *currency, const char *value)
 inline QByteArray tokenBody(const QString &accessToken = QStringLiteral("A21AAtestTokenQw3Er5Ty7"))
 {
     return json({{"scope"_L1, "https://uri.paypal.com/services/reporting/search/read openid"_L1},
-                 {"access_token"_L1, accessToken},
-                 {"token_type"_L1, "Bearer"_L1},
-                 {"app_id"_L1, "APP-80W284485P519543T"_L1},
-                 {"expires_in"_L1, 32400},
+                 {"access_token"_L1, accessToken}, {"token_type"_L1, "Bearer"_L1},
+                 {"app_id"_L1, "APP-80W284485P519543T"_L1}, {"expires_in"_L1, 32400},
                  {"nonce"_L1, "2026-11-21T07:00:04ZkT3vR9pLm2Qx"_L1}});
 }
 
@@ -48,47 +46,36 @@ struct Row
 // One transaction_details element with the noise PayPal sends beside the read keys.
 inline QJsonObject transaction(const Row &row)
 {
-    QJsonObject info{{"paypal_account_id"_L1, "6STWC2LSUYYYE"_L1},
+    QJsonObject info{{"paypal_account_id"_L1, "6STWC2LSUYYYE"_L1}, {"protection_eligibility"_L1, "02"_L1},
                      {"transaction_updated_date"_L1, QString::fromLatin1(row.date ? row.date : "")},
                      {"fee_amount"_L1, money(row.currency, "-1.33")},
-                     {"protection_eligibility"_L1, "02"_L1},
                      {"ending_balance"_L1, money(row.currency, "2067.82")},
                      {"available_balance"_L1, money(row.currency, "2067.82")}};
-    if (row.id)
-        info.insert("transaction_id"_L1, QString::fromLatin1(row.id));
-    if (row.eventCode)
-        info.insert("transaction_event_code"_L1, QString::fromLatin1(row.eventCode));
-    if (row.date)
-        info.insert("transaction_initiation_date"_L1, QString::fromLatin1(row.date));
+    const std::pair<QLatin1StringView, const char *> texts[] = {
+        {"transaction_id"_L1, row.id}, {"transaction_event_code"_L1, row.eventCode},
+        {"transaction_initiation_date"_L1, row.date}, {"transaction_status"_L1, row.status},
+        {"transaction_subject"_L1, row.subject}};
+    for (const auto &[key, text] : texts)
+        if (text)
+            info.insert(key, QString::fromUtf8(text));
     if (row.value)
         info.insert("transaction_amount"_L1, money(row.currency, row.value));
-    if (row.status)
-        info.insert("transaction_status"_L1, QString::fromLatin1(row.status));
-    if (row.subject)
-        info.insert("transaction_subject"_L1, QString::fromUtf8(row.subject));
-    return {{"transaction_info"_L1, info},
-            {"payer_info"_L1,
-             QJsonObject{{"account_id"_L1, "6STWC2LSUYYYE"_L1},
-                         {"email_address"_L1, "consumer@example.com"_L1},
-                         {"payer_name"_L1, QJsonObject{{"given_name"_L1, "Test"_L1}, {"surname"_L1, "Consumer"_L1}}}}},
-            {"shipping_info"_L1, QJsonObject{}},
-            {"cart_info"_L1, QJsonObject{}},
-            {"store_info"_L1, QJsonObject{}},
-            {"auction_info"_L1, QJsonObject{}},
-            {"incentive_info"_L1, QJsonObject{}}};
+    const QJsonObject name{{"given_name"_L1, "Test"_L1}, {"surname"_L1, "Consumer"_L1}};
+    const QJsonObject payer{{"account_id"_L1, "6STWC2LSUYYYE"_L1}, {"email_address"_L1, "consumer@example.com"_L1},
+                            {"payer_name"_L1, name}};
+    return {{"transaction_info"_L1, info}, {"payer_info"_L1, payer}, {"shipping_info"_L1, QJsonObject{}},
+            {"cart_info"_L1, QJsonObject{}}, {"store_info"_L1, QJsonObject{}},
+            {"auction_info"_L1, QJsonObject{}}, {"incentive_info"_L1, QJsonObject{}}};
 }
 
 // A search page; totalPages < 0 leaves the paging keys out.
 inline QByteArray page(const QJsonArray &details, int pageNumber = 1, int totalPages = 1)
 {
-    QJsonObject o{{"transaction_details"_L1, details},
-                  {"account_number"_L1, "XZXSPECPDZHZU"_L1},
-                  {"start_date"_L1, "2026-10-22T00:00:00+0000"_L1},
-                  {"end_date"_L1, "2026-11-21T00:00:00+0000"_L1},
-                  {"last_refreshed_datetime"_L1, "2026-11-21T06:59:59+0000"_L1},
-                  {"links"_L1, QJsonArray{QJsonObject{{"href"_L1, "https://api-m.sandbox.paypal.com/v1/reporting/transactions"_L1},
-                                                   {"rel"_L1, "self"_L1},
-                                                   {"method"_L1, "GET"_L1}}}}};
+    const QJsonObject self{{"href"_L1, "https://api-m.sandbox.paypal.com/v1/reporting/transactions"_L1},
+                           {"rel"_L1, "self"_L1}, {"method"_L1, "GET"_L1}};
+    QJsonObject o{{"transaction_details"_L1, details}, {"account_number"_L1, "XZXSPECPDZHZU"_L1},
+                  {"start_date"_L1, "2026-10-22T00:00:00+0000"_L1}, {"end_date"_L1, "2026-11-21T00:00:00+0000"_L1},
+                  {"last_refreshed_datetime"_L1, "2026-11-21T06:59:59+0000"_L1}, {"links"_L1, QJsonArray{self}}};
     if (totalPages >= 0) {
         o.insert("page"_L1, pageNumber);
         o.insert("total_items"_L1, details.size());
@@ -97,7 +84,7 @@ inline QByteArray page(const QJsonArray &details, int pageNumber = 1, int totalP
     return json(o);
 }
 
-inline QByteArray pageOf(std::initializer_list<Row> rows, int pageNumber = 1, int totalPages = 1)
+inline QByteArray pageOf(const QList<Row> &rows, int pageNumber = 1, int totalPages = 1)
 {
     QJsonArray details;
     for (const Row &row : rows)
@@ -121,11 +108,10 @@ inline QList<Row> mixedMerchantRows()
 
 inline QByteArray errorBody(const char *name, const char *message)
 {
-    return json({{"name"_L1, QString::fromLatin1(name)},
-                 {"message"_L1, QString::fromLatin1(message)},
-                 {"debug_id"_L1, "90957fca61718"_L1},
-                 {"links"_L1, QJsonArray{QJsonObject{{"href"_L1, "https://developer.paypal.com/api/rest/reference/orders/v2/errors/"_L1},
-                                                  {"rel"_L1, "information_link"_L1}}}}});
+    const QJsonObject link{{"href"_L1, "https://developer.paypal.com/api/rest/reference/orders/v2/errors/"_L1},
+                           {"rel"_L1, "information_link"_L1}};
+    return json({{"name"_L1, QString::fromLatin1(name)}, {"message"_L1, QString::fromLatin1(message)},
+                 {"debug_id"_L1, "90957fca61718"_L1}, {"links"_L1, QJsonArray{link}}});
 }
 
 } // namespace PayPalBodies

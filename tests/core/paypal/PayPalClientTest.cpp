@@ -5,7 +5,6 @@
 
 #include <QCoroTask>
 #include <QSet>
-#include <QTimeZone>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -33,11 +32,15 @@ struct PayPalClientTest : ::testing::Test
     FakeHttpServer live;
     FakeHttpServer sandbox;
 
-    PayPalClient client(const Account &account) { return PayPalClient(account, live.baseUrl(), sandbox.baseUrl()); }
-
-    Result<QList<PPTransaction>, PPError> fetch(const Account &account, Date from = since, Date to = now)
+    Result<QList<PPTransaction>, PPError> fetch(const Account &account, CancellationToken cancel = {})
     {
-        return run(client(account).fetchTransactions(from, to));
+        return run(PayPalClient(account, live.baseUrl(), sandbox.baseUrl()).fetchTransactions(since, now, cancel));
+    }
+
+    // A live account whose token and searches `server` answers alone.
+    static Result<QList<PPTransaction>, PPError> fetchFrom(const FakeHttpServer &server)
+    {
+        return run(PayPalClient(paypalAccount(), server.baseUrl(), server.baseUrl()).fetchTransactions(since, now));
     }
 
     void serveToken(FakeHttpServer &server, const QString &token = u"A21AAtestTokenQw3Er5Ty7"_s)
@@ -85,10 +88,9 @@ TEST_F(PayPalClientTest, SendsTheTokenAndSearchRequestsExactly)
     const RecordedRequest &search = live.requests()[1];
     EXPECT_EQ(search.method, "GET");
     EXPECT_EQ(search.path, "/v1/reporting/transactions");
-    const QList<std::pair<QString, QString>> expectedQuery = {{u"start_date"_s, u"2026-03-10T12:00:00Z"_s},
-                                                              {u"end_date"_s, u"2026-03-11T12:00:00Z"_s},
-                                                              {u"fields"_s, u"all"_s},
-                                                              {u"page_size"_s, u"100"_s}};
+    const QList<std::pair<QString, QString>> expectedQuery = {
+        {u"start_date"_s, u"2026-03-10T12:00:00Z"_s}, {u"end_date"_s, u"2026-03-11T12:00:00Z"_s},
+        {u"fields"_s, u"all"_s}, {u"page_size"_s, u"100"_s}};
     EXPECT_EQ(search.queryItems(), expectedQuery);
     EXPECT_EQ(search.header("Authorization"), "Bearer A21AAbearer");
     EXPECT_EQ(ownHeaders(search), (QSet<QByteArray>{"authorization"}));
@@ -98,19 +100,14 @@ TEST_F(PayPalClientTest, SendsTheTokenAndSearchRequestsExactly)
 
 TEST_F(PayPalClientTest, MissingCredentialsSendNothing)
 {
-    struct Row
-    {
-        const char *name;
-        QString id;
-        QString secret;
-    };
-    const Row rows[] = {
+    // name, client id, secret
+    const std::tuple<const char *, QString, QString> rows[] = {
         {"ten-character id, empty secret", u"AYSq3RDGsm"_s, QString()},
         {"empty id", QString(), u"EGnHDxD_qRPdaLdZz8iCr8N7"_s},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        const auto result = fetch(paypalAccount(true, row.id, row.secret));
+    for (const auto &[name, id, secret] : rows) {
+        SCOPED_TRACE(name);
+        const auto result = fetch(paypalAccount(true, id, secret));
         ASSERT_FALSE(result.ok());
         EXPECT_EQ(result.error().kind(), PPError::Kind::MissingCreds);
         EXPECT_EQ(result.error().description(), u"Missing PayPal client credentials"_s);
@@ -145,14 +142,6 @@ TEST_F(PayPalClientTest, DecodesTheRowsTheLoaderReads)
 
 TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
 {
-    struct Row
-    {
-        const char *name;
-        FakeResponse tokenResponse;
-        FakeResponse searchResponse;
-        PPError::Kind kind;
-        QString description; // empty: only the kind is checked
-    };
     const QByteArray invalidClient = R"({"error":"invalid_client","error_description":"Client Authentication failed"})";
     const QByteArray notAuthorized = errorBody("NOT_AUTHORIZED", "Authorization failed due to insufficient permissions.");
     const FakeResponse okToken = FakeResponse::json(200, tokenBody());
@@ -160,7 +149,8 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
     FakeResponse truncated = FakeResponse::json(200, pageOf({{"5TY05013RG002845M"}}));
     truncated.action = FakeResponse::Action::TruncateBody;
 
-    const Row rows[] = {
+    // name, the token call's answer, the search's answer, the error's kind and description (empty: any)
+    const std::tuple<const char *, FakeResponse, FakeResponse, PPError::Kind, QString> rows[] = {
         {"token 401", FakeResponse::json(401, invalidClient), okSearch, PPError::Kind::Http,
          u"PayPal HTTP 401: "_s + QString::fromUtf8(invalidClient)},
         {"search 403", okToken, FakeResponse::json(403, notAuthorized), PPError::Kind::Http,
@@ -178,24 +168,22 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
         {"truncated search body", okToken, truncated, PPError::Kind::Transport, {}},
         {"connection dropped", okToken, FakeResponse::drop(), PPError::Kind::Transport, {}},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, tokenResponse, searchResponse, kind, description] : rows) {
+        SCOPED_TRACE(name);
         FakeHttpServer server;
-        server.enqueue("POST", "/v1/oauth2/token", row.tokenResponse);
-        server.enqueue("GET", "/v1/reporting/transactions", row.searchResponse);
-        const auto result =
-            run(PayPalClient(paypalAccount(), server.baseUrl(), server.baseUrl()).fetchTransactions(since, now));
+        server.enqueue("POST", "/v1/oauth2/token", tokenResponse);
+        server.enqueue("GET", "/v1/reporting/transactions", searchResponse);
+        const auto result = fetchFrom(server);
         ASSERT_FALSE(result.ok());
-        EXPECT_EQ(result.error().kind(), row.kind) << result.error().description().toStdString();
-        if (!row.description.isEmpty())
-            EXPECT_EQ(result.error().description(), row.description);
+        EXPECT_EQ(result.error().kind(), kind) << result.error().description().toStdString();
+        if (!description.isEmpty())
+            EXPECT_EQ(result.error().description(), description);
         else
             EXPECT_FALSE(result.error().description().isEmpty());
-        if (row.kind == PPError::Kind::Http)
-            EXPECT_EQ(result.error().status(), row.tokenResponse.status >= 400 ? row.tokenResponse.status
-                                                                              : row.searchResponse.status);
+        if (kind == PPError::Kind::Http)
+            EXPECT_EQ(result.error().status(), tokenResponse.status >= 400 ? tokenResponse.status : searchResponse.status);
         // A failed token call never goes on to the search.
-        if (row.tokenResponse.status != 200)
+        if (tokenResponse.status != 200)
             EXPECT_TRUE(server.requestsTo("/v1/reporting/transactions").isEmpty());
         EXPECT_TRUE(server.unexpected().isEmpty());
     }
@@ -208,7 +196,7 @@ TEST_F(PayPalClientTest, CancellingStopsAHangingSearch)
     CancellationToken cancel;
     QTimer::singleShot(100, [cancel] { cancel.cancel(); });
 
-    const auto result = run(client(paypalAccount()).fetchTransactions(since, now, cancel));
+    const auto result = fetch(paypalAccount(), cancel);
 
     ASSERT_FALSE(result.ok());
     EXPECT_EQ(result.error().kind(), PPError::Kind::Cancelled);
@@ -217,16 +205,10 @@ TEST_F(PayPalClientTest, CancellingStopsAHangingSearch)
 
 TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
 {
-    struct Row
-    {
-        const char *name;
-        QList<QByteArray> pages; // answers for page 1, 2, ...
-        int expectedRequests;
-        int expectedRows;
-    };
     const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3);
     const QByteArray rowsB = pageOf({{"B1"}}, 2, 3);
-    const Row rows[] = {
+    // name, answers for page 1, 2, ..., searches made, rows read
+    const std::tuple<const char *, QList<QByteArray>, int, int> rows[] = {
         {"one page", {pageOf({{"A1"}, {"A2"}}, 1, 1)}, 1, 2},
         {"three pages", {rowsA, rowsB, pageOf({{"C1"}}, 3, 3)}, 3, 4},
         {"no totals: first page only", {pageOf({{"A1"}}, 1, -1)}, 1, 1},
@@ -234,22 +216,21 @@ TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
         {"absent details end early", {rowsA, json({{"page"_L1, 2}, {"total_pages"_L1, 3}})}, 2, 2},
         {"empty window", {pageOf({}, 1, 0)}, 1, 0},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, pages, expectedRequests, expectedRows] : rows) {
+        SCOPED_TRACE(name);
         FakeHttpServer server;
         server.enqueue("POST", "/v1/oauth2/token", FakeResponse::json(200, tokenBody()));
-        server.setHandler("GET", "/v1/reporting/transactions", [&](const RecordedRequest &request) {
+        server.setHandler("GET", "/v1/reporting/transactions", [&](const RecordedRequest &) {
             const int index = server.requestsTo("/v1/reporting/transactions").size() - 1;
-            return FakeResponse::json(200, row.pages.value(index, pageOf({{"never"}}, index + 1, 99)));
+            return FakeResponse::json(200, pages.value(index, pageOf({{"never"}}, index + 1, 99)));
         });
 
-        const auto result =
-            run(PayPalClient(paypalAccount(), server.baseUrl(), server.baseUrl()).fetchTransactions(since, now));
+        const auto result = fetchFrom(server);
 
         ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
-        EXPECT_EQ(result->size(), row.expectedRows);
+        EXPECT_EQ(result->size(), expectedRows);
         const auto searches = server.requestsTo("/v1/reporting/transactions");
-        ASSERT_EQ(searches.size(), row.expectedRequests);
+        ASSERT_EQ(searches.size(), expectedRequests);
         for (qsizetype i = 0; i < searches.size(); ++i) {
             const auto items = searches[i].queryItems();
             // Later pages repeat the window and add the 1-based page number last.

@@ -11,42 +11,32 @@ using ListingSlices::Slice;
 
 TEST(ListingSlicesTest, SplitCoversTheWindowNewestFirst)
 {
-    const struct
-    {
-        const char *name;
-        qint64 from, to;
-        int count;
-        QList<Slice> expected;
-    } cases[] = {
+    // name, window from and to, slice count, the slices expected
+    const std::tuple<const char *, qint64, qint64, int, QList<Slice>> cases[] = {
         {"empty window", 100, 99, 4, {}},
         {"one huge slice", 0, 2'591'999, 1, {{0, 2'591'999}}},
         {"uneven split gives the newest slices the extra seconds", 0, 9, 3, {{6, 9}, {3, 5}, {0, 2}}},
         {"more slices than seconds", 10, 11, 5, {{11, 11}, {10, 10}}},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(ListingSlices::split(c.from, c.to, c.count), c.expected);
+    for (const auto &[name, from, to, count, expected] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(ListingSlices::split(from, to, count), expected);
     }
 }
 
 TEST(ListingSlicesTest, SliceCountFollowsTheFirstPagesDensity)
 {
-    const struct
-    {
-        const char *name;
-        ListingSlices::FirstPage first;
-        qint64 windowStart;
-        int expected;
-    } cases[] = {
+    // name, the first page's count and newest and oldest times, window start, slice count
+    const std::tuple<const char *, ListingSlices::FirstPage, qint64, int> cases[] = {
         {"short page", {60, 1000, 100}, 0, 1},
         {"100 a day over 29 more days", {100, 30 * 86400, 29 * 86400 + 1}, 0, 24},
         {"100 a day over 3 more days", {100, 4 * 86400, 3 * 86400 + 1}, 0, 4},
         {"a burst within one second", {100, 5000, 5000}, 0, 24},
         {"nothing left before the page", {100, 5000, 4000}, 4000, 1},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(ListingSlices::sliceCount(c.first, c.windowStart), c.expected);
+    for (const auto &[name, first, windowStart, expected] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(ListingSlices::sliceCount(first, windowStart), expected);
     }
 }
 
@@ -88,18 +78,14 @@ TEST_F(StripeClientTest, SlicesStopWhenOneFailsOrTheCallerCancels)
 {
     const StripeListing listing = refunds(3000); // 24 slices of two pages
     CancellationToken token;
-    const struct
-    {
-        const char *name;
-        bool cancel;
-        StripeError::Kind kind;
-    } cases[] = {{"a slice answered 500", false, StripeError::Kind::Http}, {"cancelled mid-way", true, StripeError::Kind::Cancelled}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    const std::tuple<const char *, bool, StripeError::Kind> cases[] = {
+        {"a slice answered 500", false, StripeError::Kind::Http}, {"cancelled mid-way", true, StripeError::Kind::Cancelled}};
+    for (const auto &[name, cancel, kind] : cases) {
+        SCOPED_TRACE(name);
         server.clearRecords();
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
             if (server.requests().size() == 2) { // the first slice to ask
-                if (c.cancel)
+                if (cancel)
                     token.cancel();
                 else
                     return FakeResponse::json(500, R"({"error":{"message":"boom"}})");
@@ -112,7 +98,7 @@ TEST_F(StripeClientTest, SlicesStopWhenOneFailsOrTheCallerCancels)
         });
         const auto result = run(client().fetchRefunds(Date::fromUnix(1'795'000'000), token));
         ASSERT_FALSE(result.ok());
-        EXPECT_EQ(result.error().kind(), c.kind);
+        EXPECT_EQ(result.error().kind(), kind);
         // The slices already asked answer; none asks for its next page.
         EXPECT_LE(server.requests().size(), 1 + ListingSlices::maxSlices);
     }
@@ -137,31 +123,26 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     clock->advance(1.0);
     ASSERT_TRUE(waitForRequests(6));
 
-    const struct
-    {
-        const char *name;
-        QByteArray retryAfter;
-        QList<double> advances; // after each: one more request, the last one answered
-        bool ok;
-    } cases[] = {
+    // name, Retry-After, the waits (after each: one more request, the last one answered), success
+    const std::tuple<const char *, QByteArray, QList<double>, bool> cases[] = {
         {"seconds", "7", {7.0}, true},
         {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, false},
         {"longer than the wait allowed", "120", {}, false},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[name, retryAfter, advances, ok] : cases) {
+        SCOPED_TRACE(name);
         server.clearRecords();
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) {
-            if (c.ok && server.requests().size() > 1)
+            if (ok && server.requests().size() > 1)
                 return FakeResponse::json(200, emptyPage);
             FakeResponse limited = FakeResponse::json(429, R"({"error":{"type":"rate_limit_error"}})");
-            if (!c.retryAfter.isEmpty())
-                limited.headers.append({"Retry-After", c.retryAfter});
+            if (!retryAfter.isEmpty())
+                limited.headers.append({"Retry-After", retryAfter});
             return limited;
         });
         std::optional<Result<QList<RefundEvent>, StripeError>> result;
         auto task = storeInto(budgeted.fetchRefunds(Date::fromUnix(1'795'000'000)), result);
-        for (double seconds : c.advances) {
+        for (double seconds : advances) {
             ASSERT_TRUE(waitUntil([&] { return clock->sleepingCount() > 0; }, 3000));
             const qsizetype before = server.requests().size();
             clock->advance(seconds - 0.01);
@@ -170,9 +151,9 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
             ASSERT_TRUE(waitForRequests(before + 1));
         }
         ASSERT_TRUE(waitUntil([&] { return result.has_value(); }, 3000));
-        EXPECT_EQ(result->ok(), c.ok);
-        if (!c.ok)
+        EXPECT_EQ(result->ok(), ok);
+        if (!ok)
             EXPECT_EQ(result->error().description(), uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s);
-        EXPECT_EQ(server.requests().size(), c.advances.size() + 1);
+        EXPECT_EQ(server.requests().size(), advances.size() + 1);
     }
 }

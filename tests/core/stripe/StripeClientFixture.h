@@ -7,7 +7,6 @@
 
 #include <QCoroTask>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <gtest/gtest.h>
 
 // A client pointed at a loopback server that fails the test on any request not scripted.
@@ -31,16 +30,5 @@ protected:
         return StripeClient(account, server.baseUrl());
     }
 
-    static QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
-
     FakeHttpServer server;
 };
-
-// The value of "starting_after" in a recorded request, empty for a first page.
-inline QString startingAfter(const RecordedRequest &request)
-{
-    for (const auto &[name, value] : request.queryItems())
-        if (name == QLatin1StringView("starting_after"))
-            return value;
-    return {};
-}

@@ -7,13 +7,7 @@ using namespace Qt::StringLiterals;
 
 TEST(StripeHumanError, ParseHumanErrorBranches)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray body;
-        std::optional<QString> sentence;
-    };
-    const Row rows[] = {
+    const std::tuple<const char *, QByteArray, std::optional<QString>> rows[] = {
         {"decline code wins over code and message",
          R"({"error":{"advice_code":"try_again_later","charge":"ch_1","code":"card_declined","decline_code":"insufficient_funds",
              "doc_url":"https://stripe.com/docs/error-codes/card-declined","message":"Your card has insufficient funds.",
@@ -37,9 +31,9 @@ TEST(StripeHumanError, ParseHumanErrorBranches)
         {"not JSON", "Bad Gateway", std::nullopt},
         {"array", R"([{"error":{"code":"lost_card"}}])", std::nullopt},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(StripeClient::parseHumanError(row.body), row.sentence);
+    for (const auto &[name, body, sentence] : rows) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(StripeClient::parseHumanError(body), sentence);
     }
 }
 

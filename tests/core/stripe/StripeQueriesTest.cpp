@@ -8,23 +8,25 @@ namespace {
 
 const Date since = Date::fromUnix(1'795'000'000);
 
+QJsonObject patched(QJsonObject object, const QJsonObject &overrides, const QStringList &removed = {})
+{
+    for (auto it = overrides.begin(); it != overrides.end(); ++it)
+        object.insert(it.key(), it.value());
+    for (const QString &key : removed)
+        object.remove(key);
+    return object;
+}
+
 QJsonObject chargeObject(const QString &id, const QJsonObject &overrides = {}, const QStringList &removed = {})
 {
-    StripeBodies::ChargeFields fields;
-    fields.id = id;
-    QJsonObject charge = StripeBodies::charge(fields, Shape::Legacy);
-    for (auto it = overrides.begin(); it != overrides.end(); ++it)
-        charge.insert(it.key(), it.value());
-    for (const QString &key : removed)
-        charge.remove(key);
-    return charge;
+    return patched(StripeBodies::charge({.id = id}, Shape::Legacy), overrides, removed);
 }
 
 // Serves /v1/charges as `pages` full pages of 100 charges, chained by starting_after.
 FakeHttpServer::Handler chargePages(int pages)
 {
     return [pages](const RecordedRequest &request) {
-        const QString after = startingAfter(request);
+        const QString after = request.query(u"starting_after"_s);
         const int page = after.isEmpty() ? 0 : after.section(u'_', 1, 1).toInt() + 1;
         QJsonArray data;
         for (int i = 0; i < 100; ++i)
@@ -38,11 +40,9 @@ FakeHttpServer::Handler chargePages(int pages)
 TEST_F(StripeClientTest, EventPagesAreFollowedWithTheLastIdAppendedLast)
 {
     auto invoiceEvent = [](int n, Shape shape) {
-        StripeBodies::InvoiceFields fields;
-        fields.id = u"in_%1"_s.arg(n);
-        fields.created = 1'795'000'000 + n;
-        return StripeBodies::event(u"evt_%1"_s.arg(n), u"invoice.payment_succeeded"_s, 1'795'100'000 + n,
-                                   StripeBodies::invoice(fields, shape), shape);
+        const QJsonObject invoice = StripeBodies::invoice({.id = u"in_%1"_s.arg(n), .created = 1'795'000'000 + n}, shape);
+        const QString id = u"evt_%1"_s.arg(n);
+        return StripeBodies::event(id, u"invoice.payment_succeeded"_s, 1'795'100'000 + n, invoice, shape);
     };
     server.enqueue("GET", "/v1/events",
                    FakeResponse::json(200, StripeBodies::page({invoiceEvent(1, Shape::Current), invoiceEvent(2, Shape::Legacy)}, true)));
@@ -61,9 +61,10 @@ TEST_F(StripeClientTest, EventPagesAreFollowedWithTheLastIdAppendedLast)
     EXPECT_EQ(ids, (QStringList{u"in_1"_s, u"in_2"_s, u"in_3"_s, u"in_4"_s}));
     const auto requests = server.requests();
     ASSERT_EQ(requests.size(), 3);
-    EXPECT_EQ(requests[0].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000");
-    EXPECT_EQ(requests[1].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000&starting_after=evt_2");
-    EXPECT_EQ(requests[2].rawQuery, "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000&starting_after=evt_3");
+    const QByteArray query = "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1795000000";
+    EXPECT_EQ(requests[0].rawQuery, query);
+    EXPECT_EQ(requests[1].rawQuery, query + "&starting_after=evt_2");
+    EXPECT_EQ(requests[2].rawQuery, query + "&starting_after=evt_3");
 }
 
 TEST_F(StripeClientTest, AnEmptyPageEndsPagingEvenWhenMoreIsClaimed)
@@ -83,7 +84,7 @@ TEST_F(StripeClientTest, HistoricalChargesStopAtFiftyPages)
     EXPECT_EQ(result->size(), 5000);
     EXPECT_EQ(server.requests().size(), 50);
     EXPECT_EQ(result->last().id, u"ch_49_99"_s);
-    EXPECT_EQ(startingAfter(server.requests().last()), u"ch_48_99"_s);
+    EXPECT_EQ(server.requests().last().query(u"starting_after"_s), u"ch_48_99"_s);
 }
 
 TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
@@ -101,7 +102,7 @@ TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
     CancellationToken token;
     const auto pages = chargePages(10);
     server.setHandler("GET", "/v1/charges", [&](const RecordedRequest &request) {
-        if (!startingAfter(request).isEmpty())
+        if (!request.query(u"starting_after"_s).isEmpty())
             token.cancel();
         return pages(request);
     });
@@ -114,14 +115,8 @@ TEST_F(StripeClientTest, HistoricalChargesCheckCancellationBeforeEveryPage)
 
 TEST_F(StripeClientTest, HistoricalChargesKeepOnlySucceededPaidOnes)
 {
-    struct Row
-    {
-        const char *name;
-        QJsonObject overrides;
-        QStringList removed;
-        bool kept;
-    };
-    const Row rows[] = {
+    // name, overrides, keys removed, kept
+    const std::tuple<const char *, QJsonObject, QStringList, bool> rows[] = {
         {"succeeded and paid", {}, {}, true},
         {"paid absent", {}, {u"paid"_s}, true},
         {"paid null", {{u"paid"_s, QJsonValue::Null}}, {}, true},
@@ -133,10 +128,10 @@ TEST_F(StripeClientTest, HistoricalChargesKeepOnlySucceededPaidOnes)
     };
     QJsonArray data;
     QStringList expected;
-    for (const Row &row : rows) {
-        const QString id = u"ch_"_s + QString::fromLatin1(row.name).replace(u' ', u'_');
-        data.append(chargeObject(id, row.overrides, row.removed));
-        if (row.kept)
+    for (const auto &[name, overrides, removed, keep] : rows) {
+        const QString id = u"ch_"_s + QString::fromLatin1(name).replace(u' ', u'_');
+        data.append(chargeObject(id, overrides, removed));
+        if (keep)
             expected.append(id);
     }
     server.enqueue("GET", "/v1/charges", FakeResponse::json(200, StripeBodies::page(data, false, u"/v1/charges"_s)));
@@ -151,12 +146,8 @@ TEST_F(StripeClientTest, HistoricalChargesKeepOnlySucceededPaidOnes)
 TEST_F(StripeClientTest, StandaloneChargesDropThoseThatPaidAnInvoice)
 {
     auto chargeEvent = [](const QString &id, const QJsonObject &overrides, Shape shape = Shape::Legacy) {
-        StripeBodies::ChargeFields fields;
-        fields.id = id;
-        fields.paymentIntent = u"pi_"_s + id.mid(3);
-        QJsonObject charge = StripeBodies::charge(fields, shape);
-        for (auto it = overrides.begin(); it != overrides.end(); ++it)
-            charge.insert(it.key(), it.value());
+        const QJsonObject charge =
+            patched(StripeBodies::charge({.id = id, .paymentIntent = u"pi_"_s + id.mid(3)}, shape), overrides);
         return StripeBodies::event(u"evt_"_s + id, u"charge.succeeded"_s, 1'795'123'647, charge, shape);
     };
     const QJsonArray data{
@@ -184,29 +175,21 @@ TEST_F(StripeClientTest, StandaloneChargesDropThoseThatPaidAnInvoice)
 
 TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
 {
-    StripeBodies::SubscriptionFields sub;
-    sub.canceledAt = 1'795'000'000;
-    StripeBodies::InvoiceFields failedInvoice;
-    failedInvoice.id = u"in_failed"_s;
-    failedInvoice.amountPaid = 0;
-    failedInvoice.amountDue = 9900;
-    failedInvoice.currency = u"gbp"_s;
-    StripeBodies::ChargeFields refunded;
-    refunded.id = u"ch_refunded"_s;
-    refunded.amount = 4900;
-    refunded.amountRefunded = 1500;
+    const StripeBodies::SubscriptionFields sub{.canceledAt = 1'795'000'000};
+    const StripeBodies::InvoiceFields unpaid{.id = u"in_failed"_s, .amountPaid = 0, .currency = u"gbp"_s,
+                                             .amountDue = 9900};
+    const StripeBodies::ChargeFields refunded{.id = u"ch_refunded"_s, .amount = 4900, .amountRefunded = 1500};
     server.setHandler("GET", "/v1/events", [&](const RecordedRequest &request) {
-        const QString type = request.queryItems().value(0).second;
+        const QString type = request.query(u"type"_s);
         QJsonArray data;
-        for (Shape shape : {Shape::Legacy, Shape::Current}) {
-            const QString n = shape == Shape::Legacy ? u"1"_s : u"2"_s;
-            const qint64 created = 1'795'200'000 + n.toInt();
-            if (type == u"customer.subscription.deleted")
-                data.append(StripeBodies::event(u"evt_del_"_s + n, type, created, StripeBodies::subscription(sub, shape), shape));
-            else if (type == u"invoice.payment_failed")
-                data.append(StripeBodies::event(u"evt_fail_"_s + n, type, created, StripeBodies::invoice(failedInvoice, shape), shape));
-            else
-                data.append(StripeBodies::event(u"evt_ref_"_s + n, type, created, StripeBodies::charge(refunded, shape), shape));
+        for (const int n : {1, 2}) {
+            const Shape shape = n == 1 ? Shape::Legacy : Shape::Current;
+            const auto [tag, object] =
+                type == u"customer.subscription.deleted" ? std::pair(u"del"_s, StripeBodies::subscription(sub, shape))
+                : type == u"invoice.payment_failed"      ? std::pair(u"fail"_s, StripeBodies::invoice(unpaid, shape))
+                                                         : std::pair(u"ref"_s, StripeBodies::charge(refunded, shape));
+            const QString id = u"evt_%1_%2"_s.arg(tag).arg(n);
+            data.append(StripeBodies::event(id, type, 1'795'200'000 + n, object, shape));
         }
         return FakeResponse::json(200, StripeBodies::page(data, false));
     });
@@ -244,12 +227,11 @@ TEST_F(StripeClientTest, EventResultsTakeTheEventsIdAndTime)
 
 TEST_F(StripeClientTest, InvoicePaymentsNameWhatPaidEachInvoice)
 {
-    server.setHandler("GET", "/v1/invoice_payments", [](const RecordedRequest &) {
-        return FakeResponse::json(200, R"({"object":"list","has_more":false,"url":"/v1/invoice_payments","data":[
-            {"id":"inpay_1","object":"invoice_payment","amount_paid":2000,"currency":"usd","invoice":"in_1","is_default":true,
-             "payment":{"type":"payment_intent","payment_intent":"pi_1"},"status":"paid"},
-            {"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"charge","charge":{"id":"ch_2"}},"status":"paid"}]})");
-    });
+    server.enqueue("GET", "/v1/invoice_payments", FakeResponse::json(200, R"({"object":"list","has_more":false,"data":[
+        {"id":"inpay_1","object":"invoice_payment","amount_paid":2000,"currency":"usd","invoice":"in_1","is_default":true,
+         "payment":{"type":"payment_intent","payment_intent":"pi_1"},"status":"paid"},
+        {"id":"inpay_2","invoice":{"id":"in_2","object":"invoice"},"payment":{"type":"charge","charge":{"id":"ch_2"}},
+         "status":"paid"}],"url":"/v1/invoice_payments"})"));
     const auto result = run(client().fetchPaidInvoicePayments(Date::fromUnix(1'700'000'000)));
     ASSERT_TRUE(result.ok()) << result.error().description().toStdString();
     ASSERT_EQ(result.value().size(), 2);

@@ -60,13 +60,8 @@ TEST(StripeRecords, ABadRecordIsSkippedAndCountedTheRestOfThePageUsed)
         };
         return "{\"transaction_details\":[" + row("PP1") + ',' + bad + ',' + row("PP3") + "]}";
     };
-    struct Row
-    {
-        const char *name;
-        bool paypal;
-        QByteArray bad;
-    };
-    const Row rows[] = {
+    // name, a PayPal page (else a Stripe one), the bad record
+    const std::tuple<const char *, bool, QByteArray> rows[] = {
         {"amount as text", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":"20.00"})")},
         {"fractional amount", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":20.5})")},
         {"absurd amount", false, stripeEvent("evt_2", R"({"id":"ch_2","currency":"usd","amount":10000000000000})")},
@@ -85,25 +80,25 @@ TEST(StripeRecords, ABadRecordIsSkippedAndCountedTheRestOfThePageUsed)
          R"({"transaction_info":{"transaction_amount":{"currency_code":"USD","value":"2000000000000.00"}}})"},
         {"PayPal element not an object", true, "null"},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, paypal, bad] : rows) {
+        SCOPED_TRACE(name);
         QStringList kept;
         qsizetype skipped = -1;
-        if (row.paypal) {
-            const auto page = decodeJsonObject(paypalPage(row.bad), [](JsonReader &r) { return PPListResp::decode(r); });
+        if (paypal) {
+            const auto page = decodeJsonObject(paypalPage(bad), [](JsonReader &r) { return PPListResp::decode(r); });
             ASSERT_TRUE(page.ok()) << page.error().toStdString();
             for (const PPTransaction &t : page->transaction_details.value_or(QList<PPTransaction>{}))
                 kept.append(t.transaction_info.transaction_id.value_or(QString()));
             skipped = page->skipped;
         } else {
-            const auto page = StripeWire::decode<RefundEventListResponse>(stripePage(row.bad));
+            const auto page = StripeWire::decode<RefundEventListResponse>(stripePage(bad));
             ASSERT_TRUE(page.ok()) << page.error().description().toStdString();
             for (const RefundRawEvent &event : page->data)
                 kept.append(event.id);
             skipped = page->skipped;
             EXPECT_EQ(page->lastId, u"evt_3"_s);
         }
-        EXPECT_EQ(kept, (row.paypal ? QStringList{u"PP1"_s, u"PP3"_s} : QStringList{u"evt_1"_s, u"evt_3"_s}));
+        EXPECT_EQ(kept, (paypal ? QStringList{u"PP1"_s, u"PP3"_s} : QStringList{u"evt_1"_s, u"evt_3"_s}));
         EXPECT_EQ(skipped, 1);
     }
 
@@ -141,15 +136,13 @@ TEST(StripeRecords, APageThatIsNotAListFailsWhole)
 
 namespace {
 
+using Price = RawSubscription::SubscriptionPrice;
+
 RawSubscription::SubscriptionItem item(std::optional<qint64> amount, std::optional<QString> interval = std::nullopt,
                                        std::optional<qint64> count = std::nullopt, bool withRecurring = true)
 {
-    RawSubscription::SubscriptionItem out;
-    out.price = RawSubscription::SubscriptionPrice{};
-    out.price->unit_amount = amount;
-    if (withRecurring)
-        out.price->recurring = RawSubscription::SubscriptionPrice::Recurring{std::move(interval), count};
-    return out;
+    const auto recurring = withRecurring ? std::optional(Price::Recurring{std::move(interval), count}) : std::nullopt;
+    return {.price = Price{.unit_amount = amount, .recurring = recurring}};
 }
 
 } // namespace
@@ -157,15 +150,9 @@ RawSubscription::SubscriptionItem item(std::optional<qint64> amount, std::option
 TEST(StripeRecords, ApproximateMonthlyAmount)
 {
     using Items = RawSubscription::SubscriptionItems;
-    RawSubscription::SubscriptionItem noPrice;
-    struct Row
-    {
-        const char *name;
-        std::optional<Items> items;
-        QString currency;
-        double monthly;
-    };
-    const Row rows[] = {
+    const RawSubscription::SubscriptionItem noPrice;
+    // name, items, currency, monthly amount
+    const std::tuple<const char *, std::optional<Items>, QString, double> rows[] = {
         {"12000 a year", Items{{item(12000, u"year"_s, 1)}}, u"usd"_s, 10.0},
         {"1000 a year truncates to 83 cents", Items{{item(1000, u"year"_s, 1)}}, u"usd"_s, 0.83},
         {"500 every 2 weeks", Items{{item(500, u"week"_s, 2)}}, u"usd"_s, 10.0},
@@ -183,21 +170,15 @@ TEST(StripeRecords, ApproximateMonthlyAmount)
         {"JPY is zero-decimal", Items{{item(5000, u"month"_s, 1)}}, u"jpy"_s, 5000.0},
         {"KRW upper-case code", Items{{item(9900)}}, u"KRW"_s, 9900.0},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_DOUBLE_EQ(approximateMonthlyAmount(row.items, row.currency), row.monthly);
+    for (const auto &[name, items, currency, monthly] : rows) {
+        SCOPED_TRACE(name);
+        EXPECT_DOUBLE_EQ(approximateMonthlyAmount(items, currency), monthly);
     }
 }
 
 TEST(StripeRecords, ResolvedDomain)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray body;
-        std::optional<QString> domain;
-    };
-    const Row rows[] = {
+    const std::tuple<const char *, QByteArray, std::optional<QString>> rows[] = {
         {"business url", R"({"id":"acct_1","business_profile":{"url":"https://www.example.com","support_url":"https://help.example.com/contact"}})",
          u"www.example.com"_s},
         {"url with path and port", R"({"business_profile":{"url":"https://shop.example.org:8443/store?x=1"}})", u"shop.example.org"_s},
@@ -211,23 +192,18 @@ TEST(StripeRecords, ResolvedDomain)
          std::nullopt},
         {"no business profile", R"({"id":"acct_1","display_name":"Shop"})", std::nullopt},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(decodeOk<StripeAccountInfo>(row.body).resolvedDomain(), row.domain);
+    for (const auto &[name, body, domain] : rows) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(decodeOk<StripeAccountInfo>(body).resolvedDomain(), domain);
     }
 }
 
 TEST(StripeRecords, MalformedJsonFailsWholeEvenWhereNothingIsRead)
 {
     const QByteArray rows[] = {
-        "",
-        R"({"data":[],"has_more":fal)",
-        R"({"data":[],"has_more":false,"livemode":"x)",
-        R"({"data":[],"has_more":false,"total":01})",
-        R"({"data" []})",
-        R"({"data":[1,],"has_more":false})",
-        R"({"data":[],"has_more":false} x)",
-        R"({"data":[],"has_more":false,"outcome":{"type":"x")",
+        "", R"({"data":[],"has_more":fal)", R"({"data":[],"has_more":false,"livemode":"x)",
+        R"({"data":[],"has_more":false,"total":01})", R"({"data" []})", R"({"data":[1,],"has_more":false})",
+        R"({"data":[],"has_more":false} x)", R"({"data":[],"has_more":false,"outcome":{"type":"x")",
         QByteArray(R"({"data":[],"has_more":false,"x":)") + QByteArray(5000, '[') + QByteArray(5000, ']') + "}",
     };
     for (const QByteArray &body : rows) {

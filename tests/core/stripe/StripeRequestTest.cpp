@@ -8,12 +8,18 @@ namespace {
 const Date since = Date::fromUnix(1'700'000'000.9);
 const Date until = Date::fromUnix(1'700'086'400.2);
 
-// A call that is checked for its request only; its result is discarded.
-using Call = std::function<void(const StripeClient &)>;
+// A call checked for its request and, when it fails, for its error; any data is discarded.
+using Call = std::function<std::optional<StripeError>(const StripeClient &)>;
+
+template<typename T>
+std::optional<StripeError> failure(const Result<T, StripeError> &result)
+{
+    return result.ok() ? std::nullopt : std::optional(result.error());
+}
 
 } // namespace
 
-TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
+TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWithoutAKey)
 {
     struct Row
     {
@@ -25,27 +31,28 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
         QByteArray stripeVersion = "2025-02-24.acacia";
     };
     const Row rows[] = {
-        {"paid invoices", [](const StripeClient &c) { (void)run(c.fetchPaidInvoices(since)); }, "GET", "/v1/events",
+        {"paid invoices", [](auto &c) { return failure(run(c.fetchPaidInvoices(since))); }, "GET", "/v1/events",
          "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"failed payments", [](const StripeClient &c) { (void)run(c.fetchFailedPayments(since)); }, "GET", "/v1/events",
+        {"failed payments", [](auto &c) { return failure(run(c.fetchFailedPayments(since))); }, "GET", "/v1/events",
          "type=invoice.payment_failed&limit=100&created%5Bgte%5D=1700000000"},
-        {"refunds", [](const StripeClient &c) { (void)run(c.fetchRefunds(since)); }, "GET", "/v1/events",
+        {"refunds", [](auto &c) { return failure(run(c.fetchRefunds(since))); }, "GET", "/v1/events",
          "type=charge.refunded&limit=100&created%5Bgte%5D=1700000000"},
-        {"standalone charges", [](const StripeClient &c) { (void)run(c.fetchStandaloneCharges(since)); }, "GET", "/v1/events",
-         "type=charge.succeeded&limit=100&created%5Bgte%5D=1700000000"},
-        {"cancellations", [](const StripeClient &c) { (void)run(c.fetchSubscriptionCancellations(since)); }, "GET",
+        {"standalone charges", [](auto &c) { return failure(run(c.fetchStandaloneCharges(since))); }, "GET",
+         "/v1/events", "type=charge.succeeded&limit=100&created%5Bgte%5D=1700000000"},
+        {"cancellations", [](auto &c) { return failure(run(c.fetchSubscriptionCancellations(since))); }, "GET",
          "/v1/events", "type=customer.subscription.deleted&limit=100&created%5Bgte%5D=1700000000"},
-        {"historical charges with end", [](const StripeClient &c) { (void)run(c.fetchSucceededChargesHistorical(since, until)); },
-         "GET", "/v1/charges", "limit=100&created%5Bgte%5D=1700000000&created%5Blte%5D=1700086400"},
+        {"historical charges with end",
+         [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, until))); }, "GET", "/v1/charges",
+         "limit=100&created%5Bgte%5D=1700000000&created%5Blte%5D=1700086400"},
         {"historical charges open-ended",
-         [](const StripeClient &c) { (void)run(c.fetchSucceededChargesHistorical(since, std::nullopt)); }, "GET",
+         [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, std::nullopt))); }, "GET",
          "/v1/charges", "limit=100&created%5Bgte%5D=1700000000"},
-        {"subscriptions by status", [](const StripeClient &c) { (void)run(c.fetchSubscriptionsByStatus(u"past_due"_s)); },
+        {"subscriptions by status", [](auto &c) { return failure(run(c.fetchSubscriptionsByStatus(u"past_due"_s))); },
          "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"},
-        {"account", [](const StripeClient &c) { (void)run(c.fetchAccountInfo()); }, "GET", "/v1/account", ""},
-        {"retry", [](const StripeClient &c) { (void)run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s)); }, "POST",
+        {"account", [](auto &c) { return failure(run(c.fetchAccountInfo())); }, "GET", "/v1/account", ""},
+        {"retry", [](auto &c) { return failure(run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s))); }, "POST",
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
-        {"paid invoice payments", [](const StripeClient &c) { (void)run(c.fetchPaidInvoicePayments(since)); }, "GET",
+        {"paid invoice payments", [](auto &c) { return failure(run(c.fetchPaidInvoicePayments(since))); }, "GET",
          "/v1/invoice_payments", "status=paid&limit=100&created%5Bgte%5D=1700000000", "2025-03-31.basil"},
     };
     server.setFallback([](const RecordedRequest &r) {
@@ -54,9 +61,12 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         server.clearRecords();
-        row.call(client(QString())); // without a key nothing is sent
+        const std::optional<StripeError> keyless = row.call(client(QString()));
         ASSERT_TRUE(server.requests().isEmpty());
-        row.call(client());
+        ASSERT_TRUE(keyless.has_value());
+        EXPECT_EQ(keyless->kind(), StripeError::Kind::MissingKey);
+        EXPECT_EQ(keyless->description(), u"No Stripe API key configured"_s);
+        EXPECT_FALSE(row.call(client()).has_value());
         ASSERT_EQ(server.requests().size(), 1);
         const RecordedRequest &r = server.requests().first();
         EXPECT_EQ(r.method, row.method);
@@ -67,14 +77,6 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeaders)
         EXPECT_EQ(r.header("Stripe-Version"), row.stripeVersion);
         EXPECT_TRUE(r.body.isEmpty());
     }
-}
-
-TEST_F(StripeClientTest, MissingKeyFailsBeforeSending)
-{
-    const auto result = run(client(QString()).fetchPaidInvoices(since));
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().kind(), StripeError::Kind::MissingKey);
-    EXPECT_EQ(result.error().description(), u"No Stripe API key configured"_s);
 }
 
 TEST_F(StripeClientTest, InvoiceIdsThatAreNotPlainStripeIdsAreRefusedUnsent)
@@ -96,61 +98,49 @@ TEST_F(StripeClientTest, RetryAnswersTrueOrCarriesStripesRefusal)
 {
     const QByteArray declined = StripeBodies::error(u"card_error"_s, u"card_declined"_s,
                                                     u"Your card has insufficient funds."_s, u"insufficient_funds"_s);
-    struct Row
-    {
-        const char *name;
-        FakeResponse response;
-        bool ok;
-        int status;
+    // name, Stripe's answer, whether it counts as paid
+    const std::tuple<const char *, FakeResponse, bool> rows[] = {
+        {"paid", FakeResponse::json(200, R"({"id":"in_1","status":"paid"})"), true},
+        {"accepted without body", FakeResponse{202, {}, {}}, true},
+        {"declined", FakeResponse::json(402, declined), false},
     };
-    const Row rows[] = {
-        {"paid", FakeResponse::json(200, R"({"id":"in_1","status":"paid"})"), true, 0},
-        {"accepted without body", FakeResponse{202, {}, {}}, true, 0},
-        {"declined", FakeResponse::json(402, declined), false, 402},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, response, ok] : rows) {
+        SCOPED_TRACE(name);
         server.clearRecords();
-        server.setHandler("POST", "/v1/invoices/in_1/pay", [&row](const RecordedRequest &) { return row.response; });
+        server.setHandler("POST", "/v1/invoices/in_1/pay", [&](const RecordedRequest &) { return response; });
         const auto result = run(client().retryInvoice(u"in_1"_s));
         ASSERT_EQ(server.requests().size(), 1);
-        ASSERT_EQ(result.ok(), row.ok);
-        if (row.ok) {
+        ASSERT_EQ(result.ok(), ok);
+        if (ok) {
             EXPECT_TRUE(result.value());
             continue;
         }
-        EXPECT_EQ(result.error().status(), row.status);
-        EXPECT_EQ(result.error().body(), QString::fromUtf8(row.response.body));
-        EXPECT_EQ(result.error().description(), u"Stripe HTTP %1: %2"_s.arg(row.status).arg(QString::fromUtf8(row.response.body)));
+        EXPECT_EQ(result.error().status(), 402);
+        EXPECT_EQ(result.error().body(), QString::fromUtf8(declined));
+        EXPECT_EQ(result.error().description(), u"Stripe HTTP 402: "_s + QString::fromUtf8(declined));
     }
     EXPECT_EQ(StripeClient::parseHumanError(declined), u"Insufficient funds on card"_s);
 }
 
 TEST_F(StripeClientTest, HttpErrorsKeepStatusAndRawBody)
 {
-    struct Row
-    {
-        const char *name;
-        int status;
-        QByteArray body;
-        QString description;
-    };
-    const Row rows[] = {
+    // name, status, body, the error's description
+    const std::tuple<const char *, int, QByteArray, QString> rows[] = {
         {"invalid key", 401, R"({"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})",
          uR"(Stripe HTTP 401: {"error":{"message":"Invalid API Key provided: rk_test_***3dZx","type":"invalid_request_error"}})"_s},
         {"plain text", 500, "upstream exploded\n", u"Stripe HTTP 500: upstream exploded\n"_s},
         {"not UTF-8", 502, QByteArray("\xff\xfe broken", 9), u"Stripe HTTP 502: "_s},
         {"empty body", 400, QByteArray(), u"Stripe HTTP 400: "_s},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[name, status, body, description] : rows) {
+        SCOPED_TRACE(name);
         server.clearRecords();
-        server.setHandler("GET", "/v1/events", [&row](const RecordedRequest &) { return FakeResponse::json(row.status, row.body); });
+        server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) { return FakeResponse::json(status, body); });
         const auto result = run(client().fetchSubscriptionCancellations(since));
         ASSERT_FALSE(result.ok());
         EXPECT_EQ(result.error().kind(), StripeError::Kind::Http);
-        EXPECT_EQ(result.error().status(), row.status);
-        EXPECT_EQ(result.error().description(), row.description);
+        EXPECT_EQ(result.error().status(), status);
+        EXPECT_EQ(result.error().description(), description);
         EXPECT_EQ(server.requests().size(), 1);
     }
 }
