@@ -4,7 +4,6 @@
 #include "engine/AtRiskRefresh.h"
 #include "engine/InvoiceRetry.h"
 #include "model/CurrencyConverter.h"
-#include "support/FakeHttpServer.h"
 #include "support/StripeBodies.h"
 
 #include <QJsonArray>
@@ -14,16 +13,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency)
+ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency,
+                                  std::optional<qint64> created = {}, std::optional<qint64> periodEnd = {},
+                                  std::optional<ExpandedSubscription::LatestInvoice> latest = {})
 {
-    ExpandedSubscription s;
-    s.id = id;
-    s.currency = currency;
-    RawSubscription::SubscriptionPrice price;
-    price.unit_amount = monthlyMinor;
-    price.recurring = RawSubscription::SubscriptionPrice::Recurring{u"month"_s, 1};
-    s.items = RawSubscription::SubscriptionItems{{RawSubscription::SubscriptionItem{price, std::nullopt}}};
-    return s;
+    const RawSubscription::SubscriptionPrice price{.unit_amount = monthlyMinor, .recurring = {{u"month"_s, 1}}};
+    return {.id = id, .created = created, .current_period_end = periodEnd, .currency = currency,
+            .items = RawSubscription::SubscriptionItems{{{price, std::nullopt}}}, .latest_invoice = latest};
 }
 
 // A subscription as GET /v1/subscriptions lists it with customer and latest invoice expanded.
@@ -56,20 +52,15 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
         double monthlyUSD;
         qint64 since;
     };
-    auto withInvoice = subscription(u"sub_a"_s, 5000, u"usd"_s);
-    withInvoice.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_a"_s, u"open"_s, 5000, 1'773'500'000};
-    withInvoice.current_period_end = 1'773'400'000;
-    auto periodEnd = subscription(u"sub_b"_s, 1000, u"EUR"_s);
-    periodEnd.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_b"_s, {}, {}, {}};
-    periodEnd.current_period_end = 1'773'400'000;
-    periodEnd.created = 1'770'000'000;
-    auto created = subscription(u"sub_c"_s, 1000, u"xyz"_s);
-    created.created = 1'770'000'000;
     const Row rows[] = {
-        {"next attempt first", withInvoice, "past_due", true, 50, 1'773'500'000},
-        {"period end without an attempt; euro rate", periodEnd, "unpaid", true,
+        {"next attempt first",
+         subscription(u"sub_a"_s, 5000, u"usd"_s, {}, 1'773'400'000, {{u"in_a"_s, u"open"_s, 5000, 1'773'500'000}}),
+         "past_due", true, 50, 1'773'500'000},
+        {"period end without an attempt; euro rate",
+         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'773'400'000, {{u"in_b"_s, {}, {}, {}}}), "unpaid", true,
          10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
-        {"created; unknown currency is worth 0", created, "incomplete", true, 0, 1'770'000'000},
+        {"created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000), "incomplete", true,
+         0, 1'770'000'000},
         {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
         {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
         {"a status not asked for", subscription(u"sub_f"_s, 100, u"usd"_s), "active", false, 0, 0},
@@ -87,11 +78,7 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     }
 
     const auto make = [](const char *id, AtRiskKind kind, double usd) {
-        AtRiskSub s;
-        s.id = QString::fromLatin1(id);
-        s.kind = kind;
-        s.monthlyUSD = usd;
-        return s;
+        return AtRiskSub{.id = QString::fromLatin1(id), .monthlyUSD = usd, .kind = kind};
     };
     QList<AtRiskSub> subs{make("u_big", AtRiskKind::Unpaid, 900), make("p30", AtRiskKind::PastDue, 30),
                           make("i", AtRiskKind::Incomplete, 5), make("p50", AtRiskKind::PastDue, 50),
@@ -127,7 +114,6 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 class AtRiskEngine : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     Account main = stripeAccount(u"Main"_s, u"rk_main"_s);
     Account second = stripeAccount(u"Second"_s, u"rk_second"_s);
     QHash<QString, QJsonArray> byStatus;
@@ -148,10 +134,7 @@ protected:
     RevenueEngine &startWith(const QList<Account> &accounts)
     {
         EXPECT_TRUE(storage().saveAccounts(accounts));
-        EngineEnvironment env = environment(false);
-        env.endpoints.stripeApi = stripe.baseUrl();
-        engine = std::make_unique<RevenueEngine>(env);
-        return *engine;
+        return start();
     }
 
     static QStringList ids(const QList<AtRiskSub> &subs)

@@ -21,8 +21,6 @@ struct StripeScript
     QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
     QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
 
-    static QByteArray authFor(const QString &key) { return "Basic " + (key + u':').toUtf8().toBase64(); }
-
     void install(FakeHttpServer &server)
     {
         server.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
@@ -52,19 +50,12 @@ struct StripeScript
 class RefreshEndToEnd : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     FakeHttpServer paypal;
     StripeScript script;
 
     Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
     Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
-    Account pp = [] {
-        Account a = Account::newAccount(AccountProvider::PayPal);
-        a.name = u"Shop"_s;
-        a.paypalClientId = u"AeA1QIZXiflr1"_s;
-        a.paypalSecret = u"ECYYrrSHdKfk"_s;
-        return a;
-    }();
+    Account pp = paypalAccount(u"Shop"_s);
 
     void SetUp() override
     {
@@ -81,18 +72,19 @@ protected:
                        })));
     }
 
-    EngineEnvironment env()
+    RevenueEngine &startWith(const QList<Account> &accounts, std::shared_ptr<Notifier> notifier = {})
     {
-        EngineEnvironment e = environment(false);
-        e.endpoints.stripeApi = stripe.baseUrl();
-        e.endpoints.paypalLive = paypal.baseUrl();
-        e.endpoints.paypalSandbox = paypal.baseUrl();
-        return e;
+        EXPECT_TRUE(storage().saveAccounts(accounts));
+        EngineEnvironment env = environment();
+        env.endpoints.paypalLive = env.endpoints.paypalSandbox = paypal.baseUrl();
+        env.notifier = std::move(notifier);
+        return start(env);
     }
 
-    void addEvent(const Account &account, const QString &type, const QJsonObject &event)
+    // One of the main account's events, listed under its own type.
+    void add(const QJsonObject &event)
     {
-        script.eventsByKeyAndType[StripeScript::authFor(account.stripeRestrictedKey)][type].append(event);
+        script.eventsByKeyAndType[stripeAuth(main)][event.value("type"_L1).toString()].append(event);
     }
 
     static QMap<QString, const PaymentEvent *> byId(const QList<PaymentEvent> &feed)
@@ -110,69 +102,49 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     // the console.
     const WarningCollector console;
     // Legacy shape: a first invoice whose charge names it (the charge query drops it).
-    addEvent(main, u"invoice.payment_succeeded"_s,
-             StripeBodies::event(u"evt_1"_s, u"invoice.payment_succeeded"_s, 1'795'160'000,
-                   invoice({.id = u"in_legacy"_s, .amountPaid = 2000, .created = 1'795'150'000,
-                            .billingReason = u"subscription_create"_s, .charge = u"ch_legacy"_s,
-                            .paymentIntent = u"pi_legacy"_s},
-                           Shape::Legacy),
-                   Shape::Legacy));
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_2"_s, u"charge.succeeded"_s, 1'795'159'990,
-                   charge({.id = u"ch_legacy"_s, .invoice = u"in_legacy"_s, .paymentIntent = u"pi_legacy"_s}, Shape::Legacy),
-                   Shape::Legacy));
+    add(paidInvoice(u"evt_1"_s, 1'795'160'000,
+                    {.id = u"in_legacy"_s, .amountPaid = 2000, .created = 1'795'150'000,
+                     .billingReason = u"subscription_create"_s, .charge = u"ch_legacy"_s, .paymentIntent = u"pi_legacy"_s},
+                    Shape::Legacy));
+    add(succeededCharge(u"evt_2"_s, 1'795'159'990,
+                        {.id = u"ch_legacy"_s, .invoice = u"in_legacy"_s, .paymentIntent = u"pi_legacy"_s}, Shape::Legacy));
     // Current shape: a renewal and its charge, linked only by Stripe's invoice payments.
-    addEvent(main, u"invoice.payment_succeeded"_s,
-             StripeBodies::event(u"evt_3"_s, u"invoice.payment_succeeded"_s, 1'795'200'010,
-                   invoice({.id = u"in_current"_s, .amountPaid = 4900, .currency = u"eur"_s, .created = 1'795'199'000,
-                            .customer = u"cus_eu"_s},
-                           Shape::Current),
-                   Shape::Current));
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_4"_s, u"charge.succeeded"_s, 1'795'200'000,
-                   charge({.id = u"ch_current"_s, .amount = 4900, .currency = u"eur"_s, .created = 1'795'200'000,
-                           .customer = u"cus_eu"_s, .paymentIntent = u"pi_current"_s, .description = u"Subscription update"_s},
-                          Shape::Current),
-                   Shape::Current));
+    add(paidInvoice(u"evt_3"_s, 1'795'200'010,
+                    {.id = u"in_current"_s, .amountPaid = 4900, .currency = u"eur"_s, .created = 1'795'199'000,
+                     .customer = u"cus_eu"_s},
+                    Shape::Current));
+    add(succeededCharge(u"evt_4"_s, 1'795'200'000,
+                        {.id = u"ch_current"_s, .amount = 4900, .currency = u"eur"_s, .created = 1'795'200'000,
+                         .customer = u"cus_eu"_s, .paymentIntent = u"pi_current"_s, .description = u"Subscription update"_s},
+                        Shape::Current));
     // A real one-off sale in the current shape: Stripe's invoice payments know no invoice for it.
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_5"_s, u"charge.succeeded"_s, 1'795'210'000,
-                   charge({.id = u"ch_sale"_s, .amount = 9900, .created = 1'795'210'000, .customer = u"cus_one"_s,
-                           .paymentIntent = u"pi_sale"_s, .description = u"Lifetime licence"_s},
-                          Shape::Current),
-                   Shape::Current));
+    add(succeededCharge(u"evt_5"_s, 1'795'210'000,
+                        {.id = u"ch_sale"_s, .amount = 9900, .created = 1'795'210'000, .customer = u"cus_one"_s,
+                         .paymentIntent = u"pi_sale"_s, .description = u"Lifetime licence"_s},
+                        Shape::Current));
     // A legacy-shape sale says "invoice": null itself and costs no look-up.
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_5b"_s, u"charge.succeeded"_s, 1'795'211'000,
-                   charge({.id = u"ch_legacy_sale"_s, .amount = 1500, .created = 1'795'211'000, .customer = u"cus_two"_s,
-                           .paymentIntent = u"pi_legacy_sale"_s, .description = u"Sticker pack"_s},
-                          Shape::Legacy),
-                   Shape::Legacy));
+    add(succeededCharge(u"evt_5b"_s, 1'795'211'000,
+                        {.id = u"ch_legacy_sale"_s, .amount = 1500, .created = 1'795'211'000, .customer = u"cus_two"_s,
+                         .paymentIntent = u"pi_legacy_sale"_s, .description = u"Sticker pack"_s},
+                        Shape::Legacy));
     // A record that does not decode is left out and counted; the rest of its page is used.
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_5c"_s, u"charge.succeeded"_s, 1'795'212'000,
-                                 QJsonObject{{"id"_L1, "ch_bad"_L1}, {"amount"_L1, "12.00"_L1}}, Shape::Current));
+    add(StripeBodies::event(u"evt_5c"_s, u"charge.succeeded"_s, 1'795'212'000,
+                            QJsonObject{{"id"_L1, "ch_bad"_L1}, {"amount"_L1, "12.00"_L1}}, Shape::Current));
     // Yen are whole units: 5000 is ¥5000.
-    addEvent(main, u"invoice.payment_succeeded"_s,
-             StripeBodies::event(u"evt_6"_s, u"invoice.payment_succeeded"_s, 1'795'220'000,
-                   invoice({.id = u"in_yen"_s, .amountPaid = 5000, .currency = u"jpy"_s, .created = 1'795'220'000,
-                            .billingReason = u"manual"_s, .customerName = u"Kaito"_s, .subscription = {},
-                            .lineDescription = {}},
-                           Shape::Legacy),
-                   Shape::Legacy));
-    addEvent(main, u"customer.subscription.deleted"_s,
-             StripeBodies::event(u"evt_7"_s, u"customer.subscription.deleted"_s, 1'795'230'000, subscription({}, Shape::Current),
-                   Shape::Current));
-    addEvent(main, u"invoice.payment_failed"_s,
-             StripeBodies::event(u"evt_8"_s, u"invoice.payment_failed"_s, 1'795'240'000,
-                   invoice({.id = u"in_failed"_s, .amountPaid = 0, .created = 1'795'240'000, .amountDue = 1500},
-                           Shape::Current),
-                   Shape::Current));
+    add(paidInvoice(u"evt_6"_s, 1'795'220'000,
+                    {.id = u"in_yen"_s, .amountPaid = 5000, .currency = u"jpy"_s, .created = 1'795'220'000,
+                     .billingReason = u"manual"_s, .customerName = u"Kaito"_s, .subscription = {}, .lineDescription = {}},
+                    Shape::Legacy));
+    add(StripeBodies::event(u"evt_7"_s, u"customer.subscription.deleted"_s, 1'795'230'000,
+                            subscription({}, Shape::Current), Shape::Current));
+    add(StripeBodies::event(u"evt_8"_s, u"invoice.payment_failed"_s, 1'795'240'000,
+                            invoice({.id = u"in_failed"_s, .amountPaid = 0, .created = 1'795'240'000, .amountDue = 1500},
+                                    Shape::Current),
+                            Shape::Current));
     script.invoiceByPayment.insert(u"pi_current"_s, u"in_current"_s);
-    script.failingKeys.insert(StripeScript::authFor(broken.stripeRestrictedKey), 401);
+    script.failingKeys.insert(stripeAuth(broken), 401);
 
-    ASSERT_TRUE(storage().saveAccounts({main, broken, pp}));
-    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    RevenueEngine &e = startWith({main, broken, pp});
     QStringList progress;
     QObject::connect(&e, &RevenueEngine::refreshProgressChanged, [&] {
         if (e.refreshProgress())
@@ -242,7 +214,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     const auto payments = stripe.requestsTo("/v1/invoice_payments");
     EXPECT_EQ(std::count_if(payments.cbegin(), payments.cend(),
                             [&](const RecordedRequest &r) {
-                                return r.header("Authorization") == StripeScript::authFor(main.stripeRestrictedKey);
+                                return r.header("Authorization") == stripeAuth(main);
                             }),
               1);
     for (const RecordedRequest &r : payments)
@@ -255,7 +227,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     const QByteArray expectedGte = QByteArray::number(static_cast<qint64>(1'795'262'400 - 300));
     bool sawIncremental = false;
     for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
-        if (r.header("Authorization") == StripeScript::authFor(main.stripeRestrictedKey)) {
+        if (r.header("Authorization") == stripeAuth(main)) {
             EXPECT_TRUE(r.rawQuery.contains(QByteArray("created%5Bgte%5D=" + expectedGte)))
                 << r.rawQuery.toStdString();
             sawIncremental = true;
@@ -269,24 +241,18 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
 {
     // First cycle: Stripe has reported the current-shape charge but not yet its invoice, nor
     // marked its invoice payment paid: it looks like a sale.
-    addEvent(main, u"charge.succeeded"_s,
-             StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'795'262'000,
-                   charge({.id = u"ch_race"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_r"_s,
-                           .paymentIntent = u"pi_race"_s},
-                          Shape::Current),
-                   Shape::Current));
-    ASSERT_TRUE(storage().saveAccounts({main}));
-    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    add(succeededCharge(u"evt_c"_s, 1'795'262'000,
+                        {.id = u"ch_race"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_r"_s,
+                         .paymentIntent = u"pi_race"_s},
+                        Shape::Current));
+    RevenueEngine &e = startWith({main});
     QCoro::waitFor(e.refresh());
     ASSERT_EQ(byId(e.feed()).keys(), QStringList{u"ch_race"_s});
 
     // Next cycle: the invoice and its paid invoice payment are there too.
     script.invoiceByPayment.insert(u"pi_race"_s, u"in_race"_s);
-    addEvent(main, u"invoice.payment_succeeded"_s,
-             StripeBodies::event(u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'795'262'008,
-                   invoice({.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s},
-                           Shape::Current),
-                   Shape::Current));
+    add(paidInvoice(u"evt_i"_s, 1'795'262'008,
+                    {.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s}, Shape::Current));
     clock->advance(60);
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(byId(e.feed()).keys(), QStringList{u"in_race"_s}) << "the payment must not count twice";
@@ -295,10 +261,9 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
 
 TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
 {
-    script.failingKeys.insert(StripeScript::authFor(main.stripeRestrictedKey), 500);
-    ASSERT_TRUE(storage().saveAccounts({main}));
+    script.failingKeys.insert(stripeAuth(main), 500);
     ASSERT_TRUE(storage().saveFeed({event(u"kept"_s, clock->now().addingSeconds(-30 * 86400.0), RevenueKind::New, 5)}));
-    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    RevenueEngine &e = startWith({main});
     QCoro::waitFor(e.refresh());
     ASSERT_TRUE(e.lastError().has_value());
     EXPECT_TRUE(e.lastError()->startsWith(u"[Main] Stripe HTTP 500: "_s));
@@ -310,8 +275,7 @@ TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
 TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops)
 {
     stripe.setHandler("GET", "/v1/events", [](const RecordedRequest &) { return FakeResponse::hang(); });
-    ASSERT_TRUE(storage().saveAccounts({main}));
-    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env()));
+    RevenueEngine &e = startWith({main});
     e.triggerRefresh();
     ASSERT_TRUE(waitUntil([&] { return stripe.requests().size() >= 2; }));
     ASSERT_TRUE(e.isLoading());
@@ -337,9 +301,8 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
 TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
 {
     const qint64 now = 1'795'262'400;
-    const auto paid = [](const char *id, qint64 at) {
-        return StripeBodies::event(u"evt_"_s + QString::fromLatin1(id), u"invoice.payment_succeeded"_s, at,
-                                   invoice({.id = QString::fromLatin1(id), .created = at}, Shape::Current), Shape::Current);
+    const auto paid = [](const QString &id, qint64 at) {
+        return paidInvoice(u"evt_"_s + id, at, {.id = id, .created = at}, Shape::Current);
     };
     struct Row
     {
@@ -361,10 +324,9 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         QTemporaryDir fresh;
         dir.swap(fresh);
         script.eventsByKeyAndType.clear();
-        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_stored", now - 100));
-        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_fresh", now - 120));
-        addEvent(main, u"invoice.payment_succeeded"_s, paid("in_old", now - 3600));
-        ASSERT_TRUE(storage().saveAccounts({main}));
+        add(paid(u"in_stored"_s, now - 100));
+        add(paid(u"in_fresh"_s, now - 120));
+        add(paid(u"in_old"_s, now - 3600));
         if (row.storedFeed) {
             PaymentEvent stored = event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20);
             // Older than 25 days somewhere, so the stored feed does not reset the sync state.
@@ -375,9 +337,7 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         p.privacyMode = row.privacyMode;
         ASSERT_TRUE(storage().savePreferences(p));
         auto notifier = std::make_shared<RecordingNotifier>();
-        EngineEnvironment environment = env();
-        environment.notifier = notifier;
-        RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(environment));
+        RevenueEngine &e = startWith({main}, notifier);
         QCoro::waitFor(e.refresh());
         ASSERT_EQ(e.feed().size(), row.storedFeed ? 4 : 3);
         EXPECT_EQ(notifier->notifiedIds(), row.expected);
