@@ -1,8 +1,6 @@
 // One Stripe account's load: which queries run, which kinds load, and how partial failures
 // are reported.
 #include "EngineFixture.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
@@ -10,7 +8,6 @@ using namespace StripeBodies;
 class StripeLoadTest : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     // Placeholders in the name must reach the texts untouched.
     Account acct = stripeAccount(u"Acme %1 & %3 Co"_s);
     QHash<QString, FakeResponse> byType; // event type → answer; missing types get an empty page
@@ -25,10 +22,7 @@ protected:
     RevenueEngine &engineWith(const Preferences &prefs)
     {
         EXPECT_TRUE(storage().savePreferences(prefs));
-        EngineEnvironment env = environment(false);
-        env.endpoints.stripeApi = stripe.baseUrl();
-        engine = std::make_unique<RevenueEngine>(env);
-        return *engine;
+        return start();
     }
 
     QStringList requestedTypes() const
@@ -43,9 +37,8 @@ protected:
 
 TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 {
-    const QJsonObject first = StripeBodies::event(
-        u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
-        invoice({.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy),
+    const QJsonObject first = paidInvoice(
+        u"evt_i"_s, 1'773'140'000, {.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s},
         Shape::Legacy);
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
     struct Row
@@ -141,19 +134,12 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
 {
     // A zero-amount stand-alone charge (a trial, a card check) is no sale.
-    byType.insert(u"charge.succeeded"_s,
-                  FakeResponse::json(200, page({StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'773'140'050,
-                                                                    charge({.id = u"ch_zero"_s, .amount = 0}, Shape::Legacy),
-                                                                    Shape::Legacy)},
-                                               false)));
-    byType.insert(u"invoice.payment_succeeded"_s,
-                  FakeResponse::json(200, page({StripeBodies::event(u"evt_y"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
-                                                                    invoice({.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),
-                                                                    Shape::Legacy),
-                                                StripeBodies::event(u"evt_e"_s, u"invoice.payment_succeeded"_s, 1'773'140'100,
-                                                                    invoice({.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current),
-                                                                    Shape::Current)},
-                                               false)));
+    byType.insert(u"charge.succeeded"_s, FakeResponse::json(200, page({succeededCharge(
+                      u"evt_c"_s, 1'773'140'050, {.id = u"ch_zero"_s, .amount = 0}, Shape::Legacy)}, false)));
+    const QJsonArray invoices{
+        paidInvoice(u"evt_y"_s, 1'773'140'000, {.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),
+        paidInvoice(u"evt_e"_s, 1'773'140'100, {.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current)};
+    byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page(invoices, false)));
     ASSERT_TRUE(storage().saveAccounts({acct}));
     RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
     QCoro::waitFor(e.refresh());
@@ -164,11 +150,9 @@ TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
 TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
 {
     const auto paid = [](const QString &id, const ChargeFields &byCharge) {
-        return StripeBodies::event(u"evt_"_s + id, u"invoice.payment_succeeded"_s, byCharge.created + 5,
-                                   invoice({.id = id, .amountPaid = byCharge.amount, .created = byCharge.created,
-                                            .customer = byCharge.customer},
-                                           Shape::Current),
-                                   Shape::Current);
+        return paidInvoice(u"evt_"_s + id, byCharge.created + 5,
+                           {.id = id, .amountPaid = byCharge.amount, .created = byCharge.created, .customer = byCharge.customer},
+                           Shape::Current);
     };
     const auto inpay = [](const QString &invoiceId, const QString &type, const QString &paidBy) {
         return QJsonObject{{"id"_L1, QString(u"inpay_"_s + paidBy)}, {"invoice"_L1, invoiceId}, {"status"_L1, "paid"_L1},
@@ -215,8 +199,7 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         stripe.clearRecords();
         QJsonArray invoices, charges, payments, late;
         for (const ChargeFields &c : row.charges)
-            charges.append(StripeBodies::event(u"evt_"_s + c.id, u"charge.succeeded"_s, c.created, charge(c, Shape::Current),
-                                               Shape::Current));
+            charges.append(succeededCharge(u"evt_"_s + c.id, c.created, c, Shape::Current));
         for (qsizetype i = 0; i < row.payingCharges.size(); ++i) {
             const ChargeFields &c = row.charges[row.payingCharges[i]];
             const QString invoiceId = u"in_"_s + c.id.mid(3);
