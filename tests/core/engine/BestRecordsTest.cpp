@@ -64,13 +64,9 @@ TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
 TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
 {
     const Date now = at(2026, 3, 20);
-    AchievementsState handEdited;
-    handEdited.bestDayUSD = 1200;
-    handEdited.bestDayDate = at(2025, 12, 1, 0);
-    AchievementsState unlocked;
-    unlocked.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}};
-    unlocked.bestDayUSD = 60;
-    unlocked.bestDayDate = at(2026, 1, 1, 0);
+    const AchievementsState handEdited{.bestDayUSD = 1200, .bestDayDate = at(2025, 12, 1, 0)};
+    const AchievementsState unlocked{.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}}, .bestDayUSD = 60,
+                                     .bestDayDate = at(2026, 1, 1, 0)};
     struct Case
     {
         const char *name;
@@ -109,10 +105,7 @@ TEST_F(EngineFixture, UpdatingAchievementsWritesTheFileWithIsoDates)
 {
     clock->set(local(2026, 3, 3, 15));
     RevenueEngine &e = start();
-    AchievementsState edited;
-    edited.bestMonthUSD = 20000;
-    edited.bestMonthStartDate = local(2025, 11, 1, 0);
-    e.saveAchievements(edited);
+    e.saveAchievements({.bestMonthUSD = 20000, .bestMonthStartDate = local(2025, 11, 1, 0)});
     EXPECT_EQ(e.achievements().bestMonthUSD, 20000);
     EXPECT_EQ(e.achievements().achievements.size(), 3); // month_1000, month_5000, month_10000
     const QByteArray file = readFile(storage().pathOf(Storage::achievementsFile));

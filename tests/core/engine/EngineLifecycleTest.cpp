@@ -6,16 +6,23 @@ using namespace Qt::StringLiterals;
 
 using EngineLifecycle = EngineFixture;
 
-TEST_F(EngineLifecycle, FirstLaunchStartsEmptyWithDefaults)
+TEST_F(EngineLifecycle, FirstLaunchStartsEmptyAndALoadFindingNothingGivesNinetyFiveZeroDays)
 {
     RevenueEngine &e = start();
     EXPECT_TRUE(e.accounts().isEmpty());
     EXPECT_EQ(e.preferences(), Preferences::defaults(clock->now(), calendar));
     EXPECT_TRUE(e.feed().isEmpty());
-    EXPECT_TRUE(e.dailyBuckets().isEmpty());
+    EXPECT_TRUE(e.dailyBuckets().isEmpty()) << "no days before anything was loaded";
     EXPECT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_FALSE(e.lastRefreshed().has_value());
     EXPECT_EQ(e.menubarLabel(), u"$0"_s);
+
+    e.rebuildBucketsFromFeed(); // what a load that found nothing does
+    ASSERT_EQ(e.dailyBuckets().size(), 95);
+    EXPECT_EQ(e.dailyBuckets().last().date, calendar.startOfDay(clock->now()));
+    for (TimeRange r : allCases<TimeRange>())
+        EXPECT_EQ(e.totals(r), Totals{}) << toRaw(r).toStdString();
+    EXPECT_TRUE(e.buckets(TimeRange::Custom).isEmpty());
 }
 
 TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)

@@ -213,9 +213,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated() - 3600);
     const auto payments = stripe.requestsTo("/v1/invoice_payments");
     EXPECT_EQ(std::count_if(payments.cbegin(), payments.cend(),
-                            [&](const RecordedRequest &r) {
-                                return r.header("Authorization") == stripeAuth(main);
-                            }),
+                            [&](const RecordedRequest &r) { return r.header("Authorization") == stripeAuth(main); }),
               1);
     for (const RecordedRequest &r : payments)
         EXPECT_TRUE(r.rawQuery.endsWith(paymentsSince)) << r.rawQuery.toStdString();

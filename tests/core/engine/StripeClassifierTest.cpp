@@ -1,21 +1,12 @@
+#include "EngineFixture.h"
 #include "engine/StripeClassifier.h"
-#include "support/StripeBodies.h"
 
 #include <QJsonDocument>
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
 namespace {
-
-Account account(std::optional<QString> stripeAccountId = std::nullopt)
-{
-    Account a = Account::newAccount(AccountProvider::Stripe);
-    a.name = u"Main"_s;
-    a.stripeAccountId = stripeAccountId;
-    return a;
-}
 
 template<typename T>
 T decoded(const QJsonObject &o)
@@ -59,7 +50,8 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
-        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decoded<RawInvoice>(invoice(row.fields, row.shape)), account());
+        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decoded<RawInvoice>(invoice(row.fields, row.shape)),
+                                                                  EngineFixture::stripeAccount(u"Main"_s));
         EXPECT_EQ(e.id, row.fields.id);
         EXPECT_EQ(e.kind, row.kind);
         EXPECT_DOUBLE_EQ(e.amount, row.amount);
@@ -74,7 +66,8 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
 
 TEST(StripeClassifier, ChargesRefundsFailuresAndCancellations)
 {
-    const Account acct = account(u"acct_1PgafTB7WZ01zgkW"_s);
+    Account acct = EngineFixture::stripeAccount(u"Main"_s);
+    acct.stripeAccountId = u"acct_1PgafTB7WZ01zgkW"_s;
     const SucceededChargeEvent sale{u"evt_s"_s, Date::fromUnix(1'795'000'000),
                                     decoded<RawCharge>(charge({.id = u"ch_s"_s, .amount = 1000, .currency = u"eur"_s,
                                                          .description = {}, .email = u"a@b.io"_s, .name = u"Ana"_s},
