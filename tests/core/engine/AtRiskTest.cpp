@@ -4,7 +4,6 @@
 #include "engine/AtRiskRefresh.h"
 #include "engine/InvoiceRetry.h"
 #include "model/CurrencyConverter.h"
-#include "support/StripeBodies.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -27,10 +26,7 @@ QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoic
 {
     const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
                             {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
-    return {{"id"_L1, id},
-            {"object"_L1, "subscription"_L1},
-            {"created"_L1, 1'770'000'000},
-            {"currency"_L1, "usd"_L1},
+    return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000}, {"currency"_L1, "usd"_L1},
             {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
             {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
             {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};

@@ -137,8 +137,7 @@ TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
     };
     for (const Row row : {Row{5, 15}, Row{15, 15}, Row{300, 300}}) {
         SCOPED_TRACE(row.refreshSeconds);
-        auto fresh = std::make_shared<VirtualClock>();
-        clock = fresh;
+        clock = std::make_shared<VirtualClock>();
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.refreshSeconds = row.refreshSeconds;
         ASSERT_TRUE(storage().savePreferences(p));

@@ -2,56 +2,21 @@
 // failing) and one PayPal account, then an incremental second cycle.
 #include "EngineFixture.h"
 #include "core/paypal/PayPalBodies.h"
-#include "support/FakeHttpServer.h"
 #include "support/RecordingNotifier.h"
-#include "support/StripeBodies.h"
 
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
-namespace {
-
-// Answers GET /v1/events per account key and event type from scripted pages; every other
-// path gets an empty list.
-struct StripeScript
-{
-    QHash<QByteArray, QHash<QString, QJsonArray>> eventsByKeyAndType; // "Basic ..." → type → events
-    QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
-    QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
-
-    void install(FakeHttpServer &server)
-    {
-        server.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
-            const QByteArray auth = r.header("Authorization");
-            if (failingKeys.contains(auth))
-                return FakeResponse::json(failingKeys.value(auth),
-                                          error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s));
-            return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(r.query(u"type"_s)), false));
-        });
-        // Asked by the icon cache; an account without a web site gets no icon.
-        server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, R"({"id":"acct_1"})"); });
-        server.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &) {
-            QJsonArray data;
-            for (auto it = invoiceByPayment.cbegin(); it != invoiceByPayment.cend(); ++it) {
-                const QString type = it.key().startsWith(u"pi_"_s) ? u"payment_intent"_s : u"charge"_s;
-                data.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + it.key())}, {"object"_L1, "invoice_payment"_L1},
-                                        {"invoice"_L1, it.value()}, {"status"_L1, "paid"_L1},
-                                        {"payment"_L1, QJsonObject{{"type"_L1, type}, {type, it.key()}}}});
-            }
-            return FakeResponse::json(200, page(data, false, u"/v1/invoice_payments"_s));
-        });
-    }
-};
-
-} // namespace
-
 class RefreshEndToEnd : public EngineFixture
 {
 protected:
     FakeHttpServer paypal;
-    StripeScript script;
+    // What Stripe answers: events per account key and type, failing keys, paid invoice payments.
+    QHash<QByteArray, QHash<QString, QJsonArray>> eventsByKeyAndType; // "Basic ..." → type → events
+    QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
+    QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
 
     Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
     Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
@@ -61,7 +26,25 @@ protected:
     {
         // 2026-11-20 12:00 UTC; the events below happen on 19 and 20 November.
         clock->set(Date::fromUnix(1'795'262'400));
-        script.install(stripe);
+        stripe.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
+            const QByteArray auth = r.header("Authorization");
+            if (failingKeys.contains(auth))
+                return FakeResponse::json(failingKeys.value(auth),
+                                          error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s));
+            return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(r.query(u"type"_s)), false));
+        });
+        // Asked by the icon cache; an account without a web site gets no icon.
+        stripe.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, R"({"id":"acct_1"})"); });
+        stripe.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &) {
+            QJsonArray data;
+            for (auto it = invoiceByPayment.cbegin(); it != invoiceByPayment.cend(); ++it) {
+                const QString type = it.key().startsWith(u"pi_"_s) ? u"payment_intent"_s : u"charge"_s;
+                data.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + it.key())}, {"object"_L1, "invoice_payment"_L1},
+                                        {"invoice"_L1, it.value()}, {"status"_L1, "paid"_L1},
+                                        {"payment"_L1, QJsonObject{{"type"_L1, type}, {type, it.key()}}}});
+            }
+            return FakeResponse::json(200, page(data, false, u"/v1/invoice_payments"_s));
+        });
         paypal.enqueue("POST", "/v1/oauth2/token", FakeResponse::json(200, PayPalBodies::tokenBody()));
         paypal.enqueue("GET", "/v1/reporting/transactions",
                        FakeResponse::json(200, PayPalBodies::pageOf({
@@ -84,7 +67,7 @@ protected:
     // One of the main account's events, listed under its own type.
     void add(const QJsonObject &event)
     {
-        script.eventsByKeyAndType[stripeAuth(main)][event.value("type"_L1).toString()].append(event);
+        eventsByKeyAndType[stripeAuth(main)][event.value("type"_L1).toString()].append(event);
     }
 
     static QMap<QString, const PaymentEvent *> byId(const QList<PaymentEvent> &feed)
@@ -141,8 +124,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
                             invoice({.id = u"in_failed"_s, .amountPaid = 0, .created = 1'795'240'000, .amountDue = 1500},
                                     Shape::Current),
                             Shape::Current));
-    script.invoiceByPayment.insert(u"pi_current"_s, u"in_current"_s);
-    script.failingKeys.insert(stripeAuth(broken), 401);
+    invoiceByPayment.insert(u"pi_current"_s, u"in_current"_s);
+    failingKeys.insert(stripeAuth(broken), 401);
 
     RevenueEngine &e = startWith({main, broken, pp});
     QStringList progress;
@@ -248,7 +231,7 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
     ASSERT_EQ(byId(e.feed()).keys(), QStringList{u"ch_race"_s});
 
     // Next cycle: the invoice and its paid invoice payment are there too.
-    script.invoiceByPayment.insert(u"pi_race"_s, u"in_race"_s);
+    invoiceByPayment.insert(u"pi_race"_s, u"in_race"_s);
     add(paidInvoice(u"evt_i"_s, 1'795'262'008,
                     {.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s}, Shape::Current));
     clock->advance(60);
@@ -259,7 +242,7 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
 
 TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
 {
-    script.failingKeys.insert(stripeAuth(main), 500);
+    failingKeys.insert(stripeAuth(main), 500);
     ASSERT_TRUE(storage().saveFeed({event(u"kept"_s, clock->now().addingSeconds(-30 * 86400.0), RevenueKind::New, 5)}));
     RevenueEngine &e = startWith({main});
     QCoro::waitFor(e.refresh());
@@ -321,7 +304,7 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         SCOPED_TRACE(row.name);
         QTemporaryDir fresh;
         dir.swap(fresh);
-        script.eventsByKeyAndType.clear();
+        eventsByKeyAndType.clear();
         add(paid(u"in_stored"_s, now - 100));
         add(paid(u"in_fresh"_s, now - 120));
         add(paid(u"in_old"_s, now - 3600));

@@ -10,24 +10,20 @@
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
-namespace {
-
-void runEventsFor(int ms)
-{
-    QElapsedTimer timer;
-    timer.start();
-    do
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    while (timer.elapsed() < ms);
-}
-
-} // namespace
-
 class RefreshStress : public EngineFixture
 {
 protected:
     std::mt19937 random{20261123};
     int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); }
+
+    static void runEventsFor(int ms)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        do
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        while (timer.elapsed() < ms);
+    }
 
     QByteArray bodyFor(const RecordedRequest &r)
     {
