@@ -32,6 +32,14 @@ QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoic
             {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};
 }
 
+QStringList ids(const QList<AtRiskSub> &subs)
+{
+    QStringList out;
+    for (const AtRiskSub &s : subs)
+        out.append(s.accountName + u'/' + s.id);
+    return out;
+}
+
 } // namespace
 
 TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
@@ -74,16 +82,13 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     }
 
     const auto make = [](const char *id, AtRiskKind kind, double usd) {
-        return AtRiskSub{.id = QString::fromLatin1(id), .monthlyUSD = usd, .kind = kind};
+        return AtRiskSub{.id = QString::fromLatin1(id), .accountName = u"A"_s, .monthlyUSD = usd, .kind = kind};
     };
     QList<AtRiskSub> subs{make("u_big", AtRiskKind::Unpaid, 900), make("p30", AtRiskKind::PastDue, 30),
                           make("i", AtRiskKind::Incomplete, 5), make("p50", AtRiskKind::PastDue, 50),
                           make("p30b", AtRiskKind::PastDue, 30)};
     AtRiskRefresh::sortForDisplay(subs);
-    QStringList order;
-    for (const AtRiskSub &s : subs)
-        order.append(s.id);
-    EXPECT_EQ(order, (QStringList{u"p50"_s, u"p30"_s, u"p30b"_s, u"u_big"_s, u"i"_s}));
+    EXPECT_EQ(ids(subs), (QStringList{u"A/p50"_s, u"A/p30"_s, u"A/p30b"_s, u"A/u_big"_s, u"A/i"_s}));
     EXPECT_DOUBLE_EQ(AtRiskRefresh::monthlyTotalUSD(subs), 1015);
 }
 
@@ -132,19 +137,11 @@ protected:
         EXPECT_TRUE(storage().saveAccounts(accounts));
         return start();
     }
-
-    static QStringList ids(const QList<AtRiskSub> &subs)
-    {
-        QStringList out;
-        for (const AtRiskSub &s : subs)
-            out.append(s.accountName + u'/' + s.id);
-        return out;
-    }
 };
 
 TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
 {
-    failingKey = "Basic " + QByteArray("rk_second:").toBase64();
+    failingKey = stripeAuth(second);
     RevenueEngine &e = startWith({main, second});
     QList<int> progress;
     QList<bool> loading;

@@ -18,14 +18,6 @@ PaymentEvent sale(Date date, double usd, RevenueKind kind = RevenueKind::New)
     return EngineFixture::event(QString::number(date.referenceSeconds()) + QString::number(usd), date, kind, usd);
 }
 
-QStringList ids(const AchievementsState &s)
-{
-    QStringList out;
-    for (const Achievement &a : s.achievements)
-        out << a.id();
-    return out;
-}
-
 } // namespace
 
 TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
@@ -90,7 +82,10 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         const AchievementsState s = BestRecords::updated(c.stored, c.bests, now);
-        EXPECT_EQ(ids(s), c.ids);
+        QStringList ids;
+        for (const Achievement &a : s.achievements)
+            ids << a.id();
+        EXPECT_EQ(ids, c.ids);
         EXPECT_EQ(s.bestDayUSD, c.bestDay);
         ASSERT_FALSE(s.achievements.isEmpty());
         EXPECT_EQ(s.achievements.first().achievedAt, c.firstDate);

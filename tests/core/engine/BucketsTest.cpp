@@ -25,8 +25,7 @@ TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
     struct Row
     {
         const char *name;
-        Date now;
-        Date dayStart;
+        Date now, dayStart;
         double hoursLong;
         QList<Date> inside;
         Date nextDay;

@@ -45,9 +45,7 @@ TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLostAndGoWithTheirAccount)
     const struct
     {
         const char *name;
-        bool available;
-        bool refuseWrites;
-        bool keyInFile;
+        bool available, refuseWrites, keyInFile;
     } cases[] = {
         {"keyring", true, false, false},
         {"no keyring", false, false, true},

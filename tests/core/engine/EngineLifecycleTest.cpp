@@ -31,13 +31,17 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
     {
         const char *name;
         int oldestDaysAgo;
-        bool withAccount;
-        bool syncKept;
+        bool withAccount, syncKept;
     };
     const Row rows[] = {
         {"short feed with an account resets", 10, true, false},
         {"short feed without accounts keeps", 10, false, true},
         {"long feed keeps", 26, true, true},
+    };
+    const auto readingInBackground = [this](bool background) {
+        EngineEnvironment env = environment();
+        env.readFeedInBackground = background;
+        return env;
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
@@ -46,22 +50,16 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         const Storage s = storage();
         const Date now = clock->now();
         const Date synced = now.addingSeconds(-3600);
-        const QUuid accountId = QUuid::createUuid();
-        if (row.withAccount) {
-            Account a = stripeAccount(u"Main"_s);
-            a.id = accountId;
-            ASSERT_TRUE(s.saveAccounts({a}));
-        }
+        const Account account = stripeAccount(u"Main"_s);
+        if (row.withAccount)
+            ASSERT_TRUE(s.saveAccounts({account}));
         // Stored oldest first to prove start-up sorts newest first.
         ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
                                 event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
         for (bool background : {false, true}) {
             SCOPED_TRACE(background ? "read in the background" : "read at once");
-            ASSERT_TRUE(s.saveSyncState({{accountId, synced}}));
-            EngineEnvironment env = environment();
-            env.readFeedInBackground = background;
-            engine = std::make_unique<RevenueEngine>(env);
-            RevenueEngine &e = *engine;
+            ASSERT_TRUE(s.saveSyncState({{account.id, synced}}));
+            RevenueEngine &e = start(readingInBackground(background));
             int feedChanges = 0;
             QObject::connect(&e, &RevenueEngine::feedChanged, [&feedChanges] { ++feedChanges; });
             EXPECT_EQ(e.isLoading(), background);
@@ -77,9 +75,7 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
             engine.reset();
         }
         // An engine gone before its read ends: the read finishes without touching it.
-        EngineEnvironment env = environment();
-        env.readFeedInBackground = true;
-        engine = std::make_unique<RevenueEngine>(env);
+        start(readingInBackground(true));
         engine.reset();
         QThreadPool::globalInstance()->waitForDone();
         VirtualClock::settle();

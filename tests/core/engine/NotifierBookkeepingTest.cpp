@@ -15,9 +15,7 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
         const char *name;
         QList<PaymentEvent> stored; // empty: nothing on disk, the first batch primes
         QList<PaymentEvent> batch;
-        bool notificationsOn;
-        bool requestPermission;
-        bool post;
+        bool notificationsOn, requestPermission, post;
         QStringList posted;
     };
     const Row rows[] = {

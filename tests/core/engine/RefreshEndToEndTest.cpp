@@ -145,8 +145,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     {
         const char *id;
         RevenueKind kind;
-        double amount;
-        double usd;
+        double amount, usd;
         const char *description;
     };
     const Expect expected[] = {
@@ -288,9 +287,7 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
     struct Row
     {
         const char *name;
-        bool storedFeed;
-        bool notificationsOn;
-        bool privacyMode;
+        bool storedFeed, notificationsOn, privacyMode;
         QStringList expected;
         int permissionRequests; // at start-up, and on the first hand-off when nothing was stored
     };

@@ -26,10 +26,8 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
         InvoiceFields fields;
         Shape shape;
         RevenueKind kind;
-        double amount;
-        double usd;
-        const char *description;
-        const char *path;
+        double amount, usd;
+        const char *description, *path;
     };
     const Row rows[] = {
         {"first invoice", {.id = u"in_1"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy,

@@ -84,8 +84,7 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
         const char *name;
         QString failingType;
         FakeResponse answer;
-        bool loadFails;
-        bool scopeMissing;
+        bool loadFails, scopeMissing;
         QString lastErrorPrefix;
         std::optional<RevenueKind> missingKind;
     };
