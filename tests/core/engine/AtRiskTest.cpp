@@ -5,9 +5,6 @@
 #include "engine/InvoiceRetry.h"
 #include "model/CurrencyConverter.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
-
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -1,7 +1,5 @@
 #include "EngineFixture.h"
 
-#include <QCoroTask>
-
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -1,7 +1,5 @@
 #include "EngineFixture.h"
 
-#include <QCoroTask>
-
 using namespace Qt::StringLiterals;
 
 // An accounts file that does not read is kept aside and never costs the stored history: a

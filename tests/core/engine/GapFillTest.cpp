@@ -3,8 +3,6 @@
 #include "EngineFixture.h"
 #include "engine/GapFill.h"
 
-#include <QCoroTask>
-
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
@@ -24,9 +22,8 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
 {
     const Account account = EngineFixture::stripeAccount(u"Main"_s);
     const Date now = Date::fromUnix(nowUnix);
-    RawCharge undated = rawCharge(u"ch_undated"_s, 500, u"usd"_s);
-    undated.created.reset();
-    undated.metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}};
+    const RawCharge undated{.id = u"ch_undated"_s, .amount = 500, .currency = u"usd"_s,
+                            .metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}}};
     struct Case
     {
         const char *name;
@@ -58,8 +55,7 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         EXPECT_EQ(h->event.description, c.description);
         EXPECT_EQ(h->event.dashboardURL, u"https://dashboard.stripe.com/payments/"_s + c.charge.id);
     }
-    RawCharge byIntent = rawCharge(u"ch_f"_s, 100, u"usd"_s);
-    byIntent.payment_intent = u"pi_f"_s;
+    const RawCharge byIntent{.id = u"ch_f"_s, .amount = 100, .currency = u"usd"_s, .payment_intent = u"pi_f"_s};
     const RawInvoicePayment payment{.invoice = u"in_f"_s, .payment_intent = u"pi_f"_s};
     EXPECT_EQ(GapFill::linksFrom({byIntent, cases[2].charge}, {payment}), (GapFill::InvoiceLinks{{u"ch_f"_s, u"in_f"_s}}));
     EXPECT_NEAR(GapFill::fromCharge(cases[3].charge, account, {}, now)->event.usdAmount, 3000 * 0.0064, 1e-9);

@@ -4,8 +4,6 @@
 #include "core/paypal/PayPalBodies.h"
 #include "support/RecordingNotifier.h"
 
-#include <QJsonObject>
-
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
@@ -13,6 +11,7 @@ class RefreshEndToEnd : public EngineFixture
 {
 protected:
     FakeHttpServer paypal;
+    const QByteArray invalidKey = error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s);
     // What Stripe answers: events per account key and type, failing keys, paid invoice payments.
     QHash<QByteArray, QHash<QString, QJsonArray>> eventsByKeyAndType; // "Basic ..." → type → events
     QHash<QByteArray, int> failingKeys;                                // "Basic ..." → status
@@ -29,8 +28,7 @@ protected:
         stripe.setHandler("GET", "/v1/events", [this](const RecordedRequest &r) {
             const QByteArray auth = r.header("Authorization");
             if (failingKeys.contains(auth))
-                return FakeResponse::json(failingKeys.value(auth),
-                                          error(u"invalid_request_error"_s, {}, u"Invalid API Key provided: rk_test_****"_s));
+                return FakeResponse::json(failingKeys.value(auth), invalidKey);
             return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(r.query(u"type"_s)), false));
         });
         // Asked by the icon cache; an account without a web site gets no icon.
@@ -170,9 +168,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_EQ(events.value(u"in_current"_s)->dashboardURL, u"https://dashboard.stripe.com/invoices/in_current"_s);
     EXPECT_EQ(events.value(u"in_legacy"_s)->date, Date::fromUnix(1'795'160'000)) << "the time Stripe reported the payment";
 
-    EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Broken] Stripe HTTP 401: "_s
-                                                    + QString::fromUtf8(error(u"invalid_request_error"_s, {},
-                                                                              u"Invalid API Key provided: rk_test_****"_s))));
+    EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Broken] Stripe HTTP 401: "_s + QString::fromUtf8(invalidKey)));
     EXPECT_EQ(e.unavailableKinds(), QSet<RevenueKind>{RevenueKind::Refund}) << "refunds are off by default";
     EXPECT_EQ(e.skippedRecords(), (QHash<QUuid, qsizetype>{{main.id, 1}, {pp.id, 1}}));
     EXPECT_EQ(e.totals(TimeRange::Mtd), (Totals{20 + 99 + 15, 52.92 + 32 + 27, 10}));
@@ -204,12 +200,11 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     stripe.clearRecords();
     clock->advance(60);
     QCoro::waitFor(e.refresh());
-    const QByteArray expectedGte = QByteArray::number(static_cast<qint64>(1'795'262'400 - 300));
+    const QByteArray expectedGte = "created%5Bgte%5D=" + QByteArray::number(1'795'262'400 - 300);
     bool sawIncremental = false;
     for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
         if (r.header("Authorization") == stripeAuth(main)) {
-            EXPECT_TRUE(r.rawQuery.contains(QByteArray("created%5Bgte%5D=" + expectedGte)))
-                << r.rawQuery.toStdString();
+            EXPECT_TRUE(r.rawQuery.contains(expectedGte)) << r.rawQuery.toStdString();
             sawIncremental = true;
         }
     EXPECT_TRUE(sawIncremental);
@@ -281,9 +276,6 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
 TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
 {
     const qint64 now = 1'795'262'400;
-    const auto paid = [](const QString &id, qint64 at) {
-        return paidInvoice(u"evt_"_s + id, at, {.id = id, .created = at}, Shape::Current);
-    };
     struct Row
     {
         const char *name;
@@ -302,9 +294,9 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         QTemporaryDir fresh;
         dir.swap(fresh);
         eventsByKeyAndType.clear();
-        add(paid(u"in_stored"_s, now - 100));
-        add(paid(u"in_fresh"_s, now - 120));
-        add(paid(u"in_old"_s, now - 3600));
+        add(paidInvoice(u"evt_stored"_s, now - 100, {.id = u"in_stored"_s, .created = now - 100}, Shape::Current));
+        add(paidInvoice(u"evt_fresh"_s, now - 120, {.id = u"in_fresh"_s, .created = now - 120}, Shape::Current));
+        add(paidInvoice(u"evt_old"_s, now - 3600, {.id = u"in_old"_s, .created = now - 3600}, Shape::Current));
         if (row.storedFeed) {
             PaymentEvent stored = event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20);
             // Older than 25 days somewhere, so the stored feed does not reset the sync state.

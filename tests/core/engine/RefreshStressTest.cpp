@@ -3,8 +3,6 @@
 // what shows that no cycle or load resumes into freed memory.
 #include "EngineFixture.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <random>
 
 using namespace Qt::StringLiterals;

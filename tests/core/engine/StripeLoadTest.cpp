@@ -19,10 +19,12 @@ protected:
         });
     }
 
-    RevenueEngine &engineWith(const Preferences &prefs)
+    // The last day's load by a new engine, with `prefs` stored first if given.
+    auto loadLastDay(const std::optional<Preferences> &prefs = std::nullopt)
     {
-        EXPECT_TRUE(storage().savePreferences(prefs));
-        return start();
+        if (prefs)
+            EXPECT_TRUE(storage().savePreferences(*prefs));
+        return QCoro::waitFor(start().loadFromStripe(acct, clock->now().addingSeconds(-86400)));
     }
 
     QStringList requestedTypes() const
@@ -65,8 +67,7 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         p.showNewSubscriptions = row.showNew;
         p.showFailed = row.showFailed;
         p.showRefunds = row.showRefunds;
-        RevenueEngine &e = engineWith(p);
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay(p);
         ASSERT_TRUE(load.ok()) << load.error().toStdString();
         QStringList expectedTypes = row.types;
         expectedTypes.sort();
@@ -109,21 +110,20 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
         SCOPED_TRACE(row.name);
         byType.clear();
         byType.insert(row.failingType, row.answer);
-        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay();
         EXPECT_EQ(!load.ok(), row.loadFails);
         if (row.loadFails) {
             EXPECT_EQ(load.error(), u"Stripe HTTP 500: oops"_s);
             continue;
         }
-        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+        EXPECT_EQ(engine->missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
         if (row.lastErrorPrefix.isEmpty()) {
-            EXPECT_FALSE(e.lastError().has_value());
+            EXPECT_FALSE(engine->lastError().has_value());
         } else {
-            ASSERT_TRUE(e.lastError().has_value());
-            EXPECT_TRUE(e.lastError()->startsWith(row.lastErrorPrefix)) << e.lastError()->toStdString();
+            ASSERT_TRUE(engine->lastError().has_value());
+            EXPECT_TRUE(engine->lastError()->startsWith(row.lastErrorPrefix)) << engine->lastError()->toStdString();
             if (row.answer.status == 500)
-                EXPECT_EQ(*e.lastError(), row.lastErrorPrefix) << "only the first 140 characters of the body";
+                EXPECT_EQ(*engine->lastError(), row.lastErrorPrefix) << "only the first 140 characters of the body";
         }
         if (row.missingKind)
             EXPECT_FALSE(load.value().loadedKinds.contains(*row.missingKind));
@@ -140,7 +140,7 @@ TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
         paidInvoice(u"evt_e"_s, 1'773'140'100, {.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current)};
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page(invoices, false)));
     ASSERT_TRUE(storage().saveAccounts({acct}));
-    RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
+    RevenueEngine &e = start();
     QCoro::waitFor(e.refresh());
     ASSERT_EQ(e.feed().size(), 2);
     EXPECT_DOUBLE_EQ(e.totals(TimeRange::Mtd).recurringMRR, 5000 * 0.0064 + 50 * 1.08);
@@ -215,18 +215,17 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
             return r.rawQuery.startsWith("invoice=") ? FakeResponse::json(200, page(late, false)) : listing;
         });
 
-        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay();
         EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), row.requests);
         ASSERT_TRUE(load.ok());
         EXPECT_EQ(load.value().askAgainFromSameStart, row.chargesWait);
-        EXPECT_EQ(e.lastError().has_value(), row.chargesWait);
+        EXPECT_EQ(engine->lastError().has_value(), row.chargesWait);
         QStringList sales;
         for (const PaymentEvent &event : load.value().events)
             if (event.id.startsWith(u"ch_"_s))
                 sales.append(event.id);
         EXPECT_EQ(sales, row.sales);
         EXPECT_EQ(load.value().events.size() - sales.size(), row.payingCharges.size()) << "every invoice counts";
-        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+        EXPECT_EQ(engine->missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
     }
 }
