@@ -23,7 +23,8 @@ QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoic
 {
     const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
                             {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
-    return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000}, {"currency"_L1, "usd"_L1},
+    return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000},
+            {"currency"_L1, "usd"_L1},
             {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
             {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
             {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};
@@ -44,7 +45,7 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     const Date now = Date::fromUnix(1'773'144'000.7);
     Account account = EngineFixture::stripeAccount(u"Main"_s);
     account.stripeAccountId = u"acct_9"_s;
-    struct Row
+    const struct
     {
         const char *name;
         ExpandedSubscription sub;
@@ -52,21 +53,20 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
         bool made;
         double monthlyUSD;
         qint64 since;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"next attempt first",
          subscription(u"sub_a"_s, 5000, u"usd"_s, {}, 1'773'400'000, {{u"in_a"_s, u"open"_s, 5000, 1'773'500'000}}),
          "past_due", true, 50, 1'773'500'000},
         {"period end without an attempt; euro rate",
-         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'773'400'000, {{u"in_b"_s, {}, {}, {}}}), "unpaid", true,
-         10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
-        {"created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000), "incomplete", true,
-         0, 1'770'000'000},
+         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'773'400'000, {{u"in_b"_s, {}, {}, {}}}),
+         "unpaid", true, 10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
+        {"created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000),
+         "incomplete", true, 0, 1'770'000'000},
         {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
         {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
         {"a status not asked for", subscription(u"sub_f"_s, 100, u"usd"_s), "active", false, 0, 0},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         const auto record = AtRiskRefresh::atRisk(row.sub, account, QString::fromLatin1(row.status), now);
         ASSERT_EQ(record.has_value(), row.made);
@@ -92,15 +92,14 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
 TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 {
     const Date last = Date::fromUnix(1'773'144'000);
-    struct Row
+    const struct
     {
         std::optional<Date> lastAttempt;
         double secondsLater;
         std::optional<int> wait;
-    };
-    const Row rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
+    } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
                         {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.secondsLater);
         EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last.addingSeconds(row.secondsLater), 3.0), row.wait);
     }

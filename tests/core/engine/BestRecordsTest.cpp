@@ -22,16 +22,15 @@ PaymentEvent sale(Date date, double usd, RevenueKind kind = RevenueKind::New)
 
 TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
 {
-    struct Case
+    const QLocale us(QLocale::English, QLocale::UnitedStates);
+    const QLocale de(QLocale::German, QLocale::Germany);
+    const struct
     {
         const char *name;
         QLocale locale;
         QList<PaymentEvent> feed;
         BestRecords::Bests expected;
-    };
-    const QLocale us(QLocale::English, QLocale::UnitedStates);
-    const QLocale de(QLocale::German, QLocale::Germany);
-    const Case cases[] = {
+    } cases[] = {
         // Sunday 29 March 2026 is 23 hours long; 23:30 that night is still Sunday.
         {"short DST day, Monday weeks", de, {sale(at(2026, 3, 29, 1), 40), sale(at(2026, 3, 29, 23), 30), sale(at(2026, 3, 30, 0), 20)},
          {{70, at(2026, 3, 29, 0)}, {70, at(2026, 3, 23, 0)}, {90, at(2026, 3, 1, 0)}}},
@@ -46,7 +45,7 @@ TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
          {{10, at(2026, 5, 4, 0)}, {10, at(2026, 5, 4, 0)}, {10, at(2026, 5, 1, 0)}}},
         {"empty feed", de, {}, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const TimeContext calendar = TimeContext::forLocale(berlin, c.locale);
         EXPECT_EQ(BestRecords::compute(c.feed, calendar), c.expected);
@@ -57,9 +56,9 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
 {
     const Date now = at(2026, 3, 20);
     const AchievementsState handEdited{.bestDayUSD = 1200, .bestDayDate = at(2025, 12, 1, 0)};
-    const AchievementsState unlocked{.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}}, .bestDayUSD = 60,
-                                     .bestDayDate = at(2026, 1, 1, 0)};
-    struct Case
+    const AchievementsState unlocked{.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}},
+                                     .bestDayUSD = 60, .bestDayDate = at(2026, 1, 1, 0)};
+    const struct
     {
         const char *name;
         AchievementsState stored;
@@ -67,8 +66,7 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
         QStringList ids;
         double bestDay;
         Date firstDate; // of the first milestone
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"first record of 300", {}, {{300, at(2026, 3, 3, 0)}, {300, at(2026, 3, 2, 0)}, {300, at(2026, 3, 1, 0)}},
          {u"day_50"_s, u"day_100"_s, u"day_250"_s}, 300, at(2026, 3, 3, 0)},
         {"threshold equal to the record", {}, {{}, {5000, at(2026, 3, 2, 0)}, {}},
@@ -79,7 +77,7 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
          {u"day_50"_s, u"day_100"_s}, 120, at(2026, 1, 1, 0)},
         {"a weaker period changes nothing", unlocked, {{55, at(2026, 3, 3, 0)}, {}, {}}, {u"day_50"_s}, 60, at(2026, 1, 1, 0)},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const AchievementsState s = BestRecords::updated(c.stored, c.bests, now);
         QStringList ids;

@@ -15,27 +15,27 @@ protected:
 
 TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
 {
-    struct Row
+    const struct
     {
         const char *name;
         Date now, dayStart;
         double hoursLong;
         Date early, late, nextDay; // the first two inside the day
-    };
-    const Row rows[] = {
+    } rows[] = {
         // Berlin springs forward on 29 March 2026 and falls back on 25 October 2026.
         {"23-hour day", local(2026, 3, 30), local(2026, 3, 29, 0), 23,
          local(2026, 3, 29, 0, 30), local(2026, 3, 29, 23, 30), local(2026, 3, 30, 0, 0, 1)},
         {"25-hour day", local(2026, 10, 26), local(2026, 10, 25, 0), 25,
          local(2026, 10, 25, 0, 30), local(2026, 10, 25, 23, 30), local(2026, 10, 26, 0, 0, 1)},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         RevenueEngine &e = withFeed(row.now, {event(u"early"_s, row.early, RevenueKind::Recurring, 10),
                                               event(u"late"_s, row.late, RevenueKind::Recurring, 10),
                                               event(u"next"_s, row.nextDay, RevenueKind::Recurring, 1)});
         const QList<DailyBucket> days = e.dailyBuckets();
-        const auto day = std::find_if(days.cbegin(), days.cend(), [&](const DailyBucket &b) { return b.date == row.dayStart; });
+        const auto day = std::find_if(days.cbegin(), days.cend(),
+                                      [&](const DailyBucket &b) { return b.date == row.dayStart; });
         ASSERT_TRUE(day != days.cend());
         EXPECT_DOUBLE_EQ(day->recurringMRR, 20);
         EXPECT_DOUBLE_EQ((day + 1)->date.secondsSince(day->date), row.hoursLong * 3600);
@@ -90,7 +90,8 @@ TEST_F(Buckets, RangeStartsAndTheCustomEnd)
     EXPECT_EQ(e.startDate(TimeRange::Custom), local(2026, 3, 1, 0));
     EXPECT_EQ(e.endDate(TimeRange::Custom), local(2026, 3, 3, 23, 59, 59));
     EXPECT_EQ(e.totals(TimeRange::Custom), (Totals{1, 2, 0}));
-    EXPECT_EQ(e.buckets(TimeRange::Custom), (QList<DailyBucket>{{local(2026, 3, 1, 0), 1, 0, 0}, {local(2026, 3, 2, 0), 0, 0, 0},
+    EXPECT_EQ(e.buckets(TimeRange::Custom), (QList<DailyBucket>{{local(2026, 3, 1, 0), 1, 0, 0},
+                                                                {local(2026, 3, 2, 0), 0, 0, 0},
                                                                 {local(2026, 3, 3, 0), 0, 2, 0}}))
         << "only days with events, failed-only days included";
     EXPECT_EQ(e.buckets(TimeRange::Last7Days).size(), 8) << "today plus seven whole days";

@@ -17,7 +17,8 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
     const Date t0 = Date::fromUnix(1'795'262'400);
     const auto ev = [&](const char *id, int hoursAgo, double usd, std::optional<QString> email,
                         RevenueKind kind = RevenueKind::New, QUuid account = mainId) {
-        PaymentEvent e = EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
+        PaymentEvent e =
+            EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
         e.customerEmail = std::move(email);
         return e;
     };
@@ -31,20 +32,19 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         ev("o1", 7, 70, u"ann@example.com"_s, RevenueKind::New, other),
         ev("old", 200, 500, u"ann@example.com"_s),
     };
-    struct Case
+    const struct
     {
         const char *name;
         std::optional<QUuid> account;
         QStringList groups; // "id ×count"
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"all accounts", std::nullopt,
          {u"ann@example.com ×3"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s}},
         {"one account", mainId,
          {u"ann@example.com ×2"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s}},
         {"an account without events", QUuid::createUuid(), {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const auto events = DrillDown::events(feed, {RevenueKind::New, t0.addingSeconds(-100 * 3600.0), t0, c.account});
         QStringList groups;

@@ -59,7 +59,10 @@ public:
     }
 
     // The Authorization header of the account's Stripe requests.
-    static QByteArray stripeAuth(const Account &a) { return "Basic " + (a.stripeRestrictedKey + u':').toUtf8().toBase64(); }
+    static QByteArray stripeAuth(const Account &a)
+    {
+        return "Basic " + (a.stripeRestrictedKey + u':').toUtf8().toBase64();
+    }
 
     // Stripe events on an invoice or a charge, written in the API version of `shape`.
     static QJsonObject paidInvoice(const QString &id, qint64 created, const StripeBodies::InvoiceFields &fields,
@@ -71,7 +74,8 @@ public:
     static QJsonObject succeededCharge(const QString &id, qint64 created, const StripeBodies::ChargeFields &fields,
                                        StripeBodies::Shape shape)
     {
-        return StripeBodies::event(id, QStringLiteral("charge.succeeded"), created, StripeBodies::charge(fields, shape), shape);
+        return StripeBodies::event(id, QStringLiteral("charge.succeeded"), created,
+                                   StripeBodies::charge(fields, shape), shape);
     }
 
     static Account paypalAccount(const QString &name)

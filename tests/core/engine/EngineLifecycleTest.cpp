@@ -27,13 +27,12 @@ TEST_F(EngineLifecycle, FirstLaunchStartsEmptyAndALoadFindingNothingGivesNinetyF
 
 TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
 {
-    struct Row
+    const struct
     {
         const char *name;
         int oldestDaysAgo;
         bool withAccount, syncKept;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"short feed with an account resets", 10, true, false},
         {"short feed without accounts keeps", 10, false, true},
         {"long feed keeps", 26, true, true},
@@ -43,7 +42,7 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         env.readFeedInBackground = background;
         return env;
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         QTemporaryDir fresh;
         dir.swap(fresh);

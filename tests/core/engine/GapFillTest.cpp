@@ -13,7 +13,8 @@ constexpr qint64 day = 86'400;
 
 RawCharge rawCharge(const QString &id, qint64 amount, const QString &currency, std::optional<QString> invoice = {})
 {
-    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day, .invoice = std::move(invoice)};
+    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day,
+            .invoice = std::move(invoice)};
 }
 
 } // namespace
@@ -24,7 +25,8 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
     const Date now = Date::fromUnix(nowUnix);
     const RawCharge undated{.id = u"ch_undated"_s, .amount = 500, .currency = u"usd"_s,
                             .metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}}};
-    struct Case
+    const Date old = Date::fromUnix(nowUnix - 60 * day);
+    const struct
     {
         const char *name;
         RawCharge charge;
@@ -33,17 +35,16 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         double amount;
         Date date;
         QString description = u"Payment"_s;
-    };
-    const Date old = Date::fromUnix(nowUnix - 60 * day);
-    const Case cases[] = {
+    } cases[] = {
         {"invoice on the charge", rawCharge(u"ch_a"_s, 2000, u"usd"_s, u"in_a"_s), {}, RevenueKind::Recurring, 20, old},
-        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}}, RevenueKind::Recurring, 20, old},
+        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}},
+         RevenueKind::Recurring, 20, old},
         {"no invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, old},
         {"zero-decimal currency", rawCharge(u"ch_d"_s, 3000, u"JPY"_s), {}, RevenueKind::New, 3000, old},
         {"no created date, plan name", undated, {}, RevenueKind::New, 5, now, u"Team"_s},
         {"zero amount", rawCharge(u"ch_e"_s, 0, u"usd"_s), {}, std::nullopt, 0, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const auto h = GapFill::fromCharge(c.charge, account, c.links, now);
         ASSERT_EQ(h.has_value(), c.kind.has_value());

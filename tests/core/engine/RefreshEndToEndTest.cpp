@@ -139,14 +139,13 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_legacy_sale"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
                                           u"in_current"_s, u"in_legacy"_s, u"in_yen"_s}));
     ASSERT_EQ(e.feed().size(), events.size()) << "every payment appears once";
-    struct Expect
+    const struct
     {
         const char *id;
         RevenueKind kind;
         double amount, usd;
         const char *description;
-    };
-    const Expect expected[] = {
+    } expected[] = {
         {"in_legacy", RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)"},
         {"in_current", RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)"},
         {"ch_sale", RevenueKind::New, 99, 99, "Lifetime licence"},
@@ -155,7 +154,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         {"failed_evt_8", RevenueKind::Failed, 15, 15, "1 × Pro (at $20.00 / month)"},
         {"5TY05013RG002845M", RevenueKind::Recurring, 25, 27, "Team plan"},
     };
-    for (const Expect &x : expected) {
+    for (const auto &x : expected) {
         SCOPED_TRACE(x.id);
         const PaymentEvent *ev = events.value(QString::fromLatin1(x.id));
         ASSERT_NE(ev, nullptr);
@@ -227,7 +226,8 @@ TEST_F(RefreshEndToEnd, AChargeStoredBeforeItsInvoiceArrivedIsReplacedByTheInvoi
     // Next cycle: the invoice and its paid invoice payment are there too.
     invoiceByPayment.insert(u"pi_race"_s, u"in_race"_s);
     add(paidInvoice(u"evt_i"_s, 1'795'262'008,
-                    {.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s}, Shape::Current));
+                    {.id = u"in_race"_s, .amountPaid = 2000, .created = 1'795'261'990, .customer = u"cus_r"_s},
+                    Shape::Current));
     clock->advance(60);
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(byId(e.feed()).keys(), QStringList{u"in_race"_s}) << "the payment must not count twice";
@@ -276,20 +276,19 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
 TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
 {
     const qint64 now = 1'795'262'400;
-    struct Row
+    const struct
     {
         const char *name;
         bool storedFeed, notificationsOn, privacyMode;
         QStringList expected;
         int permissionRequests; // at start-up, and on the first hand-off when nothing was stored
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"first cycle without a stored feed only learns", false, true, false, {}, 2},
         {"after a stored feed: new and recent only", true, true, false, {u"in_fresh"_s}, 1},
         {"privacy mode hides nothing from notifications", true, true, true, {u"in_fresh"_s}, 1},
         {"switched off: nothing", true, false, false, {}, 1},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         QTemporaryDir fresh;
         dir.swap(fresh);

@@ -41,7 +41,8 @@ protected:
                         false, u"/v1/invoice_payments"_s);
         const QString type = r.query(u"type"_s);
         if (type == u"invoice.payment_succeeded"_s)
-            return page({paidInvoice(u"evt_i"_s + tag, now - 60, {.id = u"in_"_s + tag, .created = now - 60}, Shape::Current)},
+            return page({paidInvoice(u"evt_i"_s + tag, now - 60, {.id = u"in_"_s + tag, .created = now - 60},
+                                     Shape::Current)},
                         false);
         if (type == u"charge.succeeded"_s)
             return page({succeededCharge(u"evt_c"_s + tag, now - 50,
@@ -62,7 +63,8 @@ TEST_F(RefreshStress, RandomInterleavingsApplyOneResultPerCycleAndKeepTheFeedFil
         return answer;
     });
     const QList<Account> pool{stripeAccount(u"A %2"_s, u"rk_a"_s), stripeAccount(u"B"_s, u"rk_b"_s),
-                              stripeAccount(u"C"_s, u"rk_c"_s), stripeAccount(u"D"_s, u"rk_d"_s), paypalAccount(u"Shop %1"_s)};
+                              stripeAccount(u"C"_s, u"rk_c"_s), stripeAccount(u"D"_s, u"rk_d"_s),
+                              paypalAccount(u"Shop %1"_s)};
     ASSERT_TRUE(storage().saveAccounts(pool));
     EngineEnvironment env = environment(true);
     env.endpoints.paypalLive = env.endpoints.paypalSandbox = stripe.baseUrl();

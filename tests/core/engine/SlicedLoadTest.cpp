@@ -23,7 +23,8 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
         case 1:
             add(u"invoice.payment_succeeded"_s,
                 invoice({.id = u"in_"_s + n, .amountPaid = 1000 + i, .created = created,
-                         .billingReason = i % 2 ? u"subscription_cycle"_s : u"subscription_create"_s, .charge = u"ch_in_"_s + n},
+                         .billingReason = i % 2 ? u"subscription_cycle"_s : u"subscription_create"_s,
+                         .charge = u"ch_in_"_s + n},
                         Shape::Legacy));
             break;
         case 2:
@@ -31,7 +32,8 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
                 charge({.id = u"ch_"_s + n, .amount = 500 + i, .currency = u"jpy"_s, .created = created}, Shape::Legacy));
             break;
         case 3:
-            add(u"customer.subscription.deleted"_s, subscription({.id = u"sub_"_s + n, .canceledAt = created}, Shape::Legacy));
+            add(u"customer.subscription.deleted"_s,
+                subscription({.id = u"sub_"_s + n, .canceledAt = created}, Shape::Legacy));
             break;
         default:
             add(u"invoice.payment_failed"_s,

@@ -20,7 +20,7 @@ T decoded(const QJsonObject &o)
 
 TEST(StripeClassifier, PaidInvoicesInBothShapes)
 {
-    struct Row
+    const struct
     {
         const char *name;
         InvoiceFields fields;
@@ -28,8 +28,7 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
         RevenueKind kind;
         double amount, usd;
         const char *description, *path;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"first invoice", {.id = u"in_1"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy,
          RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)", "payments/ch_1"},
         {"renewal, current shape", {.id = u"in_2"_s, .amountPaid = 4900, .currency = u"eur"_s}, Shape::Current,
@@ -46,7 +45,7 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
         {"unknown currency", {.id = u"in_6"_s, .amountPaid = 1000, .currency = u"huf"_s, .billingReason = {}}, Shape::Current,
          RevenueKind::Recurring, 10, 0, "1 × Pro (at $20.00 / month)", "invoices/in_6"},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         const PaymentEvent e = StripeClassifier::fromPaidInvoice(decoded<RawInvoice>(invoice(row.fields, row.shape)),
                                                                   EngineFixture::stripeAccount(u"Main"_s));

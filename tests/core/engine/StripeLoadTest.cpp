@@ -43,16 +43,15 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         u"evt_i"_s, 1'773'140'000, {.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s},
         Shape::Legacy);
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
-    struct Row
+    const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
+    const struct
     {
         const char *name;
         bool showNew, showFailed, showRefunds;
         QStringList types;
         QSet<RevenueKind> kinds;
         qsizetype events;
-    };
-    const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
-    const Row rows[] = {
+    } rows[] = {
         {"defaults", true, true, false, base + QStringList{u"invoice.payment_failed"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Failed}, 1},
         {"new subscriptions hidden", false, false, false, base,
@@ -60,7 +59,7 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         {"refunds shown", true, false, true, base + QStringList{u"charge.refunded"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Refund}, 1},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         stripe.clearRecords();
         Preferences p = Preferences::defaults(clock->now(), calendar);
@@ -80,7 +79,7 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 {
     const QByteArray longBody = QByteArray(300, 'x');
-    struct Row
+    const struct
     {
         const char *name;
         QString failingType;
@@ -88,8 +87,7 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
         bool loadFails, scopeMissing;
         QString lastErrorPrefix;
         std::optional<RevenueKind> missingKind;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
         {"charges failing otherwise", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false,
          u"[Acme %1 & %3 Co] charges fetch HTTP 500: oops"_s, std::nullopt},
@@ -106,7 +104,7 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
         {"failed payments failing otherwise", u"invoice.payment_failed"_s, FakeResponse::json(502, "{}"), false, false, {},
          RevenueKind::Failed},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         byType.clear();
         byType.insert(row.failingType, row.answer);
@@ -150,7 +148,8 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
 {
     const auto paid = [](const QString &id, const ChargeFields &byCharge) {
         return paidInvoice(u"evt_"_s + id, byCharge.created + 5,
-                           {.id = id, .amountPaid = byCharge.amount, .created = byCharge.created, .customer = byCharge.customer},
+                           {.id = id, .amountPaid = byCharge.amount, .created = byCharge.created,
+                            .customer = byCharge.customer},
                            Shape::Current);
     };
     const auto inpay = [](const QString &invoiceId, const QString &type, const QString &paidBy) {
@@ -160,18 +159,6 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     // How Stripe names what paid an invoice: the payment intent, the charge (no intent), or the
     // intent on a record older than the listing reaches, found by asking for the invoice.
     enum Link { Intent, Charge, Late };
-    struct Row
-    {
-        const char *name;
-        QList<ChargeFields> charges;
-        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
-        QList<Link> links;              // per paying charge
-        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
-        QStringList sales;
-        qsizetype requests = 1;         // to /v1/invoice_payments
-        bool scopeMissing = false;
-        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
-    };
     const ChargeFields invoiced{.id = u"ch_inv"_s, .amount = 4900, .created = 1'773'140'000, .customer = u"cus_a"_s,
                                 .paymentIntent = u"pi_inv"_s};
     ChargeFields upsell = invoiced;
@@ -182,7 +169,18 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     for (int i = 0; i < 12; ++i)
         twelve.append({.id = u"ch_%1"_s.arg(i), .amount = 1000 + i, .created = 1'773'140'000 + i, .paymentIntent = u"pi_%1"_s.arg(i)});
     const FakeResponse ok = FakeResponse::json(200, {});
-    const Row rows[] = {
+    const struct
+    {
+        const char *name;
+        QList<ChargeFields> charges;
+        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
+        QList<Link> links;              // per paying charge
+        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
+        QStringList sales;
+        qsizetype requests = 1;         // to /v1/invoice_payments
+        bool scopeMissing = false;
+        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
+    } rows[] = {
         {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}},
         {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
         {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},
@@ -192,7 +190,7 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         {"listing failing otherwise: the invoice counts, the charge waits", {invoiced}, {0}, {Intent},
          FakeResponse::json(500, "oops"), {}, 1, false, true},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         byType.clear();
         stripe.clearRecords();
