@@ -58,6 +58,15 @@ public:
         return a;
     }
 
+    // The feed by event id.
+    static QMap<QString, PaymentEvent> byId(const QList<PaymentEvent> &feed)
+    {
+        QMap<QString, PaymentEvent> out;
+        for (const PaymentEvent &e : feed)
+            out.insert(e.id, e);
+        return out;
+    }
+
     // The Authorization header of the account's Stripe requests.
     static QByteArray stripeAuth(const Account &a)
     {

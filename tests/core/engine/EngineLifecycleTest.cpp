@@ -153,11 +153,10 @@ TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
 
 TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
 {
-    const Date now = clock->now();
     Account disabled = stripeAccount(u"Off"_s);
     disabled.enabled = false;
     ASSERT_TRUE(storage().saveAccounts({disabled}));
-    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, now.addingSeconds(-60), RevenueKind::New, 10)}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, clock->now().addingSeconds(-60), RevenueKind::New, 10)}));
     RevenueEngine &e = start();
     bool everLoading = false;
     QObject::connect(&e, &RevenueEngine::isLoadingChanged, [&] { everLoading |= e.isLoading(); });

@@ -101,13 +101,11 @@ TEST_F(GapFillEngine, FillsOnceWithTheFeedWinningAndAFailingAccountSilent)
     EXPECT_TRUE(e.isLoadingHistoricalGap());
     ASSERT_TRUE(waitUntil([&] { return !e.isLoadingHistoricalGap(); }));
 
-    QMap<QString, PaymentEvent> byId;
-    for (const PaymentEvent &ev : e.feed())
-        byId.insert(ev.id, ev);
-    EXPECT_EQ(byId.keys(), (QStringList{u"ch_renewal"_s, u"ch_sale"_s, u"ch_stored"_s, u"in_stored"_s}));
-    EXPECT_EQ(byId.value(u"ch_stored"_s).usdAmount, 99) << "events already in the feed win";
-    EXPECT_EQ(byId.value(u"ch_sale"_s).kind, RevenueKind::New);
-    EXPECT_EQ(byId.value(u"ch_renewal"_s).kind, RevenueKind::Recurring);
+    const QMap<QString, PaymentEvent> events = byId(e.feed());
+    EXPECT_EQ(events.keys(), (QStringList{u"ch_renewal"_s, u"ch_sale"_s, u"ch_stored"_s, u"in_stored"_s}));
+    EXPECT_EQ(events.value(u"ch_stored"_s).usdAmount, 99) << "events already in the feed win";
+    EXPECT_EQ(events.value(u"ch_sale"_s).kind, RevenueKind::New);
+    EXPECT_EQ(events.value(u"ch_renewal"_s).kind, RevenueKind::Recurring);
     EXPECT_EQ(storage().loadFeed(), e.feed());
     EXPECT_EQ(e.achievements().bestDayUSD, 99 + 15 + 20);
     EXPECT_FALSE(e.lastError().has_value());

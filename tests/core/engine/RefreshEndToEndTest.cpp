@@ -67,14 +67,6 @@ protected:
     {
         eventsByKeyAndType[stripeAuth(main)][event.value("type"_L1).toString()].append(event);
     }
-
-    static QMap<QString, const PaymentEvent *> byId(const QList<PaymentEvent> &feed)
-    {
-        QMap<QString, const PaymentEvent *> out;
-        for (const PaymentEvent &e : feed)
-            out.insert(e.id, &e);
-        return out;
-    }
 };
 
 TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCycle)
@@ -156,16 +148,16 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     };
     for (const auto &x : expected) {
         SCOPED_TRACE(x.id);
-        const PaymentEvent *ev = events.value(QString::fromLatin1(x.id));
-        ASSERT_NE(ev, nullptr);
-        EXPECT_EQ(ev->kind, x.kind);
-        EXPECT_DOUBLE_EQ(ev->amount, x.amount);
-        EXPECT_NEAR(ev->usdAmount, x.usd, 1e-9);
-        EXPECT_EQ(ev->description, QString::fromUtf8(x.description));
+        ASSERT_TRUE(events.contains(QString::fromLatin1(x.id)));
+        const PaymentEvent ev = events.value(QString::fromLatin1(x.id));
+        EXPECT_EQ(ev.kind, x.kind);
+        EXPECT_DOUBLE_EQ(ev.amount, x.amount);
+        EXPECT_NEAR(ev.usdAmount, x.usd, 1e-9);
+        EXPECT_EQ(ev.description, QString::fromUtf8(x.description));
     }
-    EXPECT_EQ(events.value(u"in_legacy"_s)->dashboardURL, u"https://dashboard.stripe.com/payments/ch_legacy"_s);
-    EXPECT_EQ(events.value(u"in_current"_s)->dashboardURL, u"https://dashboard.stripe.com/invoices/in_current"_s);
-    EXPECT_EQ(events.value(u"in_legacy"_s)->date, Date::fromUnix(1'795'160'000)) << "the time Stripe reported the payment";
+    EXPECT_EQ(events.value(u"in_legacy"_s).dashboardURL, u"https://dashboard.stripe.com/payments/ch_legacy"_s);
+    EXPECT_EQ(events.value(u"in_current"_s).dashboardURL, u"https://dashboard.stripe.com/invoices/in_current"_s);
+    EXPECT_EQ(events.value(u"in_legacy"_s).date, Date::fromUnix(1'795'160'000)) << "the time Stripe reported the payment";
 
     EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Broken] Stripe HTTP 401: "_s + QString::fromUtf8(invalidKey)));
     EXPECT_EQ(e.unavailableKinds(), QSet<RevenueKind>{RevenueKind::Refund}) << "refunds are off by default";
@@ -179,9 +171,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_FALSE(e.refreshProgress().has_value());
 
     const QHash<QUuid, Date> synced = storage().loadSyncState();
-    EXPECT_TRUE(synced.contains(main.id));
-    EXPECT_TRUE(synced.contains(pp.id));
-    EXPECT_FALSE(synced.contains(broken.id)) << "a failed account asks again from the same point";
+    EXPECT_EQ(QSet<QUuid>(synced.keyBegin(), synced.keyEnd()), (QSet<QUuid>{main.id, pp.id}))
+        << "a failed account asks again from the same point";
     EXPECT_EQ(storage().loadFeed(), e.feed());
 
     // Each Stripe load lists invoice payments once, from an hour before its window. (The
@@ -240,8 +231,7 @@ TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
     ASSERT_TRUE(storage().saveFeed({event(u"kept"_s, clock->now().addingSeconds(-30 * 86400.0), RevenueKind::New, 5)}));
     RevenueEngine &e = startWith({main});
     QCoro::waitFor(e.refresh());
-    ASSERT_TRUE(e.lastError().has_value());
-    EXPECT_TRUE(e.lastError()->startsWith(u"[Main] Stripe HTTP 500: "_s));
+    EXPECT_EQ(e.lastError(), std::optional<QString>(u"[Main] Stripe HTTP 500: "_s + QString::fromUtf8(invalidKey)));
     EXPECT_EQ(e.feed().size(), 1);
     EXPECT_FALSE(e.lastRefreshed().has_value());
     EXPECT_EQ(e.unavailableKinds().size(), 5);
@@ -296,11 +286,10 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         add(paidInvoice(u"evt_stored"_s, now - 100, {.id = u"in_stored"_s, .created = now - 100}, Shape::Current));
         add(paidInvoice(u"evt_fresh"_s, now - 120, {.id = u"in_fresh"_s, .created = now - 120}, Shape::Current));
         add(paidInvoice(u"evt_old"_s, now - 3600, {.id = u"in_old"_s, .created = now - 3600}, Shape::Current));
-        if (row.storedFeed) {
-            PaymentEvent stored = event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20);
-            // Older than 25 days somewhere, so the stored feed does not reset the sync state.
-            ASSERT_TRUE(storage().saveFeed({stored, event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
-        }
+        // The ancient event makes the stored feed cover 25 days, so it does not reset the sync state.
+        if (row.storedFeed)
+            ASSERT_TRUE(storage().saveFeed({event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20),
+                                            event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.showNotifications = row.notificationsOn;
         p.privacyMode = row.privacyMode;
