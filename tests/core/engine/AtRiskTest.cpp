@@ -98,7 +98,7 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
         double secondsLater;
         std::optional<int> wait;
     } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
-                        {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
+                {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.secondsLater);
         EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last.addingSeconds(row.secondsLater), 3.0), row.wait);
