@@ -4,26 +4,18 @@
 #include "engine/AtRiskRefresh.h"
 #include "engine/InvoiceRetry.h"
 #include "model/CurrencyConverter.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
-
-#include <QJsonArray>
-#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency)
+ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency,
+                                  std::optional<qint64> created = {}, std::optional<qint64> periodEnd = {},
+                                  std::optional<ExpandedSubscription::LatestInvoice> latest = {})
 {
-    ExpandedSubscription s;
-    s.id = id;
-    s.currency = currency;
-    RawSubscription::SubscriptionPrice price;
-    price.unit_amount = monthlyMinor;
-    price.recurring = RawSubscription::SubscriptionPrice::Recurring{u"month"_s, 1};
-    s.items = RawSubscription::SubscriptionItems{{RawSubscription::SubscriptionItem{price, std::nullopt}}};
-    return s;
+    const RawSubscription::SubscriptionPrice price{.unit_amount = monthlyMinor, .recurring = {{u"month"_s, 1}}};
+    return {.id = id, .created = created, .current_period_end = periodEnd, .currency = currency,
+            .items = RawSubscription::SubscriptionItems{{{price, std::nullopt}}}, .latest_invoice = latest};
 }
 
 // A subscription as GET /v1/subscriptions lists it with customer and latest invoice expanded.
@@ -31,13 +23,19 @@ QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoic
 {
     const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
                             {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
-    return {{"id"_L1, id},
-            {"object"_L1, "subscription"_L1},
-            {"created"_L1, 1'770'000'000},
+    return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000},
             {"currency"_L1, "usd"_L1},
             {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
             {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
             {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};
+}
+
+QStringList ids(const QList<AtRiskSub> &subs)
+{
+    QStringList out;
+    for (const AtRiskSub &s : subs)
+        out.append(s.accountName + u'/' + s.id);
+    return out;
 }
 
 } // namespace
@@ -47,7 +45,7 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     const Date now = Date::fromUnix(1'773'144'000.7);
     Account account = EngineFixture::stripeAccount(u"Main"_s);
     account.stripeAccountId = u"acct_9"_s;
-    struct Row
+    const struct
     {
         const char *name;
         ExpandedSubscription sub;
@@ -55,26 +53,20 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
         bool made;
         double monthlyUSD;
         qint64 since;
-    };
-    auto withInvoice = subscription(u"sub_a"_s, 5000, u"usd"_s);
-    withInvoice.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_a"_s, u"open"_s, 5000, 1'773'500'000};
-    withInvoice.current_period_end = 1'773'400'000;
-    auto periodEnd = subscription(u"sub_b"_s, 1000, u"EUR"_s);
-    periodEnd.latest_invoice = ExpandedSubscription::LatestInvoice{u"in_b"_s, {}, {}, {}};
-    periodEnd.current_period_end = 1'773'400'000;
-    periodEnd.created = 1'770'000'000;
-    auto created = subscription(u"sub_c"_s, 1000, u"xyz"_s);
-    created.created = 1'770'000'000;
-    const Row rows[] = {
-        {"next attempt first", withInvoice, "past_due", true, 50, 1'773'500'000},
-        {"period end without an attempt; euro rate", periodEnd, "unpaid", true,
-         10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
-        {"created; unknown currency is worth 0", created, "incomplete", true, 0, 1'770'000'000},
+    } rows[] = {
+        {"next attempt first",
+         subscription(u"sub_a"_s, 5000, u"usd"_s, {}, 1'773'400'000, {{u"in_a"_s, u"open"_s, 5000, 1'773'500'000}}),
+         "past_due", true, 50, 1'773'500'000},
+        {"period end without an attempt; euro rate",
+         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'773'400'000, {{u"in_b"_s, {}, {}, {}}}),
+         "unpaid", true, 10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
+        {"created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000),
+         "incomplete", true, 0, 1'770'000'000},
         {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
         {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
         {"a status not asked for", subscription(u"sub_f"_s, 100, u"usd"_s), "active", false, 0, 0},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         const auto record = AtRiskRefresh::atRisk(row.sub, account, QString::fromLatin1(row.status), now);
         ASSERT_EQ(record.has_value(), row.made);
@@ -87,35 +79,27 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     }
 
     const auto make = [](const char *id, AtRiskKind kind, double usd) {
-        AtRiskSub s;
-        s.id = QString::fromLatin1(id);
-        s.kind = kind;
-        s.monthlyUSD = usd;
-        return s;
+        return AtRiskSub{.id = QString::fromLatin1(id), .accountName = u"A"_s, .monthlyUSD = usd, .kind = kind};
     };
     QList<AtRiskSub> subs{make("u_big", AtRiskKind::Unpaid, 900), make("p30", AtRiskKind::PastDue, 30),
                           make("i", AtRiskKind::Incomplete, 5), make("p50", AtRiskKind::PastDue, 50),
                           make("p30b", AtRiskKind::PastDue, 30)};
     AtRiskRefresh::sortForDisplay(subs);
-    QStringList order;
-    for (const AtRiskSub &s : subs)
-        order.append(s.id);
-    EXPECT_EQ(order, (QStringList{u"p50"_s, u"p30"_s, u"p30b"_s, u"u_big"_s, u"i"_s}));
+    EXPECT_EQ(ids(subs), (QStringList{u"A/p50"_s, u"A/p30"_s, u"A/p30b"_s, u"A/u_big"_s, u"A/i"_s}));
     EXPECT_DOUBLE_EQ(AtRiskRefresh::monthlyTotalUSD(subs), 1015);
 }
 
 TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 {
     const Date last = Date::fromUnix(1'773'144'000);
-    struct Row
+    const struct
     {
         std::optional<Date> lastAttempt;
         double secondsLater;
         std::optional<int> wait;
-    };
-    const Row rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
-                        {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
-    for (const Row &row : rows) {
+    } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
+                {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.secondsLater);
         EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last.addingSeconds(row.secondsLater), 3.0), row.wait);
     }
@@ -127,7 +111,6 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 class AtRiskEngine : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     Account main = stripeAccount(u"Main"_s, u"rk_main"_s);
     Account second = stripeAccount(u"Second"_s, u"rk_second"_s);
     QHash<QString, QJsonArray> byStatus;
@@ -148,24 +131,13 @@ protected:
     RevenueEngine &startWith(const QList<Account> &accounts)
     {
         EXPECT_TRUE(storage().saveAccounts(accounts));
-        EngineEnvironment env = environment(false);
-        env.endpoints.stripeApi = stripe.baseUrl();
-        engine = std::make_unique<RevenueEngine>(env);
-        return *engine;
-    }
-
-    static QStringList ids(const QList<AtRiskSub> &subs)
-    {
-        QStringList out;
-        for (const AtRiskSub &s : subs)
-            out.append(s.accountName + u'/' + s.id);
-        return out;
+        return start();
     }
 };
 
 TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
 {
-    failingKey = "Basic " + QByteArray("rk_second:").toBase64();
+    failingKey = stripeAuth(second);
     RevenueEngine &e = startWith({main, second});
     QList<int> progress;
     QList<bool> loading;

@@ -18,28 +18,19 @@ PaymentEvent sale(Date date, double usd, RevenueKind kind = RevenueKind::New)
     return EngineFixture::event(QString::number(date.referenceSeconds()) + QString::number(usd), date, kind, usd);
 }
 
-QStringList ids(const AchievementsState &s)
-{
-    QStringList out;
-    for (const Achievement &a : s.achievements)
-        out << a.id();
-    return out;
-}
-
 } // namespace
 
 TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
 {
-    struct Case
+    const QLocale us(QLocale::English, QLocale::UnitedStates);
+    const QLocale de(QLocale::German, QLocale::Germany);
+    const struct
     {
         const char *name;
         QLocale locale;
         QList<PaymentEvent> feed;
         BestRecords::Bests expected;
-    };
-    const QLocale us(QLocale::English, QLocale::UnitedStates);
-    const QLocale de(QLocale::German, QLocale::Germany);
-    const Case cases[] = {
+    } cases[] = {
         // Sunday 29 March 2026 is 23 hours long; 23:30 that night is still Sunday.
         {"short DST day, Monday weeks", de, {sale(at(2026, 3, 29, 1), 40), sale(at(2026, 3, 29, 23), 30), sale(at(2026, 3, 30, 0), 20)},
          {{70, at(2026, 3, 29, 0)}, {70, at(2026, 3, 23, 0)}, {90, at(2026, 3, 1, 0)}}},
@@ -54,7 +45,7 @@ TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
          {{10, at(2026, 5, 4, 0)}, {10, at(2026, 5, 4, 0)}, {10, at(2026, 5, 1, 0)}}},
         {"empty feed", de, {}, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const TimeContext calendar = TimeContext::forLocale(berlin, c.locale);
         EXPECT_EQ(BestRecords::compute(c.feed, calendar), c.expected);
@@ -64,14 +55,10 @@ TEST(BestRecords, PeriodsFollowTheLocalCalendarAcrossDaylightSaving)
 TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
 {
     const Date now = at(2026, 3, 20);
-    AchievementsState handEdited;
-    handEdited.bestDayUSD = 1200;
-    handEdited.bestDayDate = at(2025, 12, 1, 0);
-    AchievementsState unlocked;
-    unlocked.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}};
-    unlocked.bestDayUSD = 60;
-    unlocked.bestDayDate = at(2026, 1, 1, 0);
-    struct Case
+    const AchievementsState handEdited{.bestDayUSD = 1200, .bestDayDate = at(2025, 12, 1, 0)};
+    const AchievementsState unlocked{.achievements = {{AchievementPeriod::Day, 50, at(2026, 1, 1, 0)}},
+                                     .bestDayUSD = 60, .bestDayDate = at(2026, 1, 1, 0)};
+    const struct
     {
         const char *name;
         AchievementsState stored;
@@ -79,8 +66,7 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
         QStringList ids;
         double bestDay;
         Date firstDate; // of the first milestone
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"first record of 300", {}, {{300, at(2026, 3, 3, 0)}, {300, at(2026, 3, 2, 0)}, {300, at(2026, 3, 1, 0)}},
          {u"day_50"_s, u"day_100"_s, u"day_250"_s}, 300, at(2026, 3, 3, 0)},
         {"threshold equal to the record", {}, {{}, {5000, at(2026, 3, 2, 0)}, {}},
@@ -91,10 +77,13 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
          {u"day_50"_s, u"day_100"_s}, 120, at(2026, 1, 1, 0)},
         {"a weaker period changes nothing", unlocked, {{55, at(2026, 3, 3, 0)}, {}, {}}, {u"day_50"_s}, 60, at(2026, 1, 1, 0)},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const AchievementsState s = BestRecords::updated(c.stored, c.bests, now);
-        EXPECT_EQ(ids(s), c.ids);
+        QStringList ids;
+        for (const Achievement &a : s.achievements)
+            ids << a.id();
+        EXPECT_EQ(ids, c.ids);
         EXPECT_EQ(s.bestDayUSD, c.bestDay);
         ASSERT_FALSE(s.achievements.isEmpty());
         EXPECT_EQ(s.achievements.first().achievedAt, c.firstDate);
@@ -109,10 +98,7 @@ TEST_F(EngineFixture, UpdatingAchievementsWritesTheFileWithIsoDates)
 {
     clock->set(local(2026, 3, 3, 15));
     RevenueEngine &e = start();
-    AchievementsState edited;
-    edited.bestMonthUSD = 20000;
-    edited.bestMonthStartDate = local(2025, 11, 1, 0);
-    e.saveAchievements(edited);
+    e.saveAchievements({.bestMonthUSD = 20000, .bestMonthStartDate = local(2025, 11, 1, 0)});
     EXPECT_EQ(e.achievements().bestMonthUSD, 20000);
     EXPECT_EQ(e.achievements().achievements.size(), 3); // month_1000, month_5000, month_10000
     const QByteArray file = readFile(storage().pathOf(Storage::achievementsFile));

@@ -1,7 +1,5 @@
 #include "EngineFixture.h"
 
-#include <QCoroTask>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -38,15 +36,14 @@ struct MemoryKeyring final : SecretStore
 } // namespace
 
 // Keys move from the file into the keyring only once the keyring holds them; without a
-// keyring, or when it refuses, the private file keeps every key.
-TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLost)
+// keyring, or when it refuses, the private file keeps every key. Removing the account removes
+// its keyring entry.
+TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLostAndGoWithTheirAccount)
 {
     const struct
     {
         const char *name;
-        bool available;
-        bool refuseWrites;
-        bool keyInFile;
+        bool available, refuseWrites, keyInFile;
     } cases[] = {
         {"keyring", true, false, false},
         {"no keyring", false, false, true},
@@ -74,22 +71,12 @@ TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLost)
         EXPECT_EQ(files.read(Storage::accountsFile)->contains("rk_live_new"), c.keyInFile);
         first.reset();
 
-        const RevenueEngine second(env);
+        RevenueEngine second(env);
         ASSERT_EQ(second.accounts().size(), 1);
         EXPECT_EQ(second.accounts()[0].stripeRestrictedKey, u"rk_live_new"_s) << "a restart reads the key back";
+        EXPECT_EQ(keyring->entries.size(), c.keyInFile ? 0 : 1);
+        second.removeAccount(edited);
+        EXPECT_TRUE(keyring->entries.isEmpty());
+        EXPECT_TRUE(files.loadAccounts().isEmpty());
     }
-}
-
-TEST_F(EngineFixture, RemovingAnAccountRemovesItsKeyringEntry)
-{
-    auto keyring = std::make_shared<MemoryKeyring>();
-    EngineEnvironment env = environment();
-    env.secrets = keyring;
-    RevenueEngine e(env);
-    const Account acme = stripeAccount(u"Acme"_s, u"rk_live_1"_s);
-    e.upsertAccount(acme);
-    EXPECT_EQ(keyring->entries.size(), 1);
-    e.removeAccount(acme);
-    EXPECT_TRUE(keyring->entries.isEmpty());
-    EXPECT_TRUE(storage().loadAccounts().isEmpty());
 }

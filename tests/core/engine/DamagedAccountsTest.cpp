@@ -1,9 +1,5 @@
 #include "EngineFixture.h"
 
-#include <QCoroTask>
-#include <QDir>
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 // An accounts file that does not read is kept aside and never costs the stored history: a
@@ -13,11 +9,7 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 {
     const QByteArray damaged = R"([{"id":"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F","enabled":"true"}])";
     storage().fileURL();
-    {
-        QFile f(storage().pathOf(Storage::accountsFile));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(damaged);
-    }
+    ASSERT_TRUE(writeFile(storage().pathOf(Storage::accountsFile), damaged));
     const QList<PaymentEvent> stored{event(u"in_1"_s, clock->now().addingSeconds(-40 * 86400), RevenueKind::New, 49)};
     ASSERT_TRUE(storage().saveFeed(stored));
     const QByteArray feedBytes = *storage().read(Storage::feedFile);
@@ -31,7 +23,5 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 
     e.upsertAccount(stripeAccount(u"New"_s));
     EXPECT_EQ(storage().loadAccounts().size(), 1);
-    QFile copy(e.damagedFiles()[0].keptAt);
-    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
-    EXPECT_EQ(copy.readAll(), damaged);
+    EXPECT_EQ(readFile(e.damagedFiles()[0].keptAt), damaged) << "an unreadable copy reads as empty";
 }

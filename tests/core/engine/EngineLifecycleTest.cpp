@@ -6,55 +6,59 @@ using namespace Qt::StringLiterals;
 
 using EngineLifecycle = EngineFixture;
 
-TEST_F(EngineLifecycle, FirstLaunchStartsEmptyWithDefaults)
+TEST_F(EngineLifecycle, FirstLaunchStartsEmptyAndALoadFindingNothingGivesNinetyFiveZeroDays)
 {
     RevenueEngine &e = start();
     EXPECT_TRUE(e.accounts().isEmpty());
     EXPECT_EQ(e.preferences(), Preferences::defaults(clock->now(), calendar));
     EXPECT_TRUE(e.feed().isEmpty());
-    EXPECT_TRUE(e.dailyBuckets().isEmpty());
+    EXPECT_TRUE(e.dailyBuckets().isEmpty()) << "no days before anything was loaded";
     EXPECT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_FALSE(e.lastRefreshed().has_value());
     EXPECT_EQ(e.menubarLabel(), u"$0"_s);
+
+    e.rebuildBucketsFromFeed(); // what a load that found nothing does
+    ASSERT_EQ(e.dailyBuckets().size(), 95);
+    EXPECT_EQ(e.dailyBuckets().last().date, calendar.startOfDay(clock->now()));
+    for (TimeRange r : allCases<TimeRange>())
+        EXPECT_EQ(e.totals(r), Totals{}) << toRaw(r).toStdString();
+    EXPECT_TRUE(e.buckets(TimeRange::Custom).isEmpty());
 }
 
 TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
 {
-    struct Row
+    const struct
     {
         const char *name;
         int oldestDaysAgo;
-        bool withAccount;
-        bool syncKept;
-    };
-    const Row rows[] = {
+        bool withAccount, syncKept;
+    } rows[] = {
         {"short feed with an account resets", 10, true, false},
         {"short feed without accounts keeps", 10, false, true},
         {"long feed keeps", 26, true, true},
     };
-    for (const Row &row : rows) {
+    const auto readingInBackground = [this](bool background) {
+        EngineEnvironment env = environment();
+        env.readFeedInBackground = background;
+        return env;
+    };
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         QTemporaryDir fresh;
         dir.swap(fresh);
         const Storage s = storage();
         const Date now = clock->now();
         const Date synced = now.addingSeconds(-3600);
-        const QUuid accountId = QUuid::createUuid();
-        if (row.withAccount) {
-            Account a = stripeAccount(u"Main"_s);
-            a.id = accountId;
-            ASSERT_TRUE(s.saveAccounts({a}));
-        }
+        const Account account = stripeAccount(u"Main"_s);
+        if (row.withAccount)
+            ASSERT_TRUE(s.saveAccounts({account}));
         // Stored oldest first to prove start-up sorts newest first.
         ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
                                 event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
         for (bool background : {false, true}) {
             SCOPED_TRACE(background ? "read in the background" : "read at once");
-            ASSERT_TRUE(s.saveSyncState({{accountId, synced}}));
-            EngineEnvironment env = environment();
-            env.readFeedInBackground = background;
-            engine = std::make_unique<RevenueEngine>(env);
-            RevenueEngine &e = *engine;
+            ASSERT_TRUE(s.saveSyncState({{account.id, synced}}));
+            RevenueEngine &e = start(readingInBackground(background));
             int feedChanges = 0;
             QObject::connect(&e, &RevenueEngine::feedChanged, [&feedChanges] { ++feedChanges; });
             EXPECT_EQ(e.isLoading(), background);
@@ -70,9 +74,7 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
             engine.reset();
         }
         // An engine gone before its read ends: the read finishes without touching it.
-        EngineEnvironment env = environment();
-        env.readFeedInBackground = true;
-        engine = std::make_unique<RevenueEngine>(env);
+        start(readingInBackground(true));
         engine.reset();
         QThreadPool::globalInstance()->waitForDone();
         VirtualClock::settle();
@@ -130,8 +132,7 @@ TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
     };
     for (const Row row : {Row{5, 15}, Row{15, 15}, Row{300, 300}}) {
         SCOPED_TRACE(row.refreshSeconds);
-        auto fresh = std::make_shared<VirtualClock>();
-        clock = fresh;
+        clock = std::make_shared<VirtualClock>();
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.refreshSeconds = row.refreshSeconds;
         ASSERT_TRUE(storage().savePreferences(p));
@@ -152,11 +153,10 @@ TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
 
 TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
 {
-    const Date now = clock->now();
     Account disabled = stripeAccount(u"Off"_s);
     disabled.enabled = false;
     ASSERT_TRUE(storage().saveAccounts({disabled}));
-    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, now.addingSeconds(-60), RevenueKind::New, 10)}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, clock->now().addingSeconds(-60), RevenueKind::New, 10)}));
     RevenueEngine &e = start();
     bool everLoading = false;
     QObject::connect(&e, &RevenueEngine::isLoadingChanged, [&] { everLoading |= e.isLoading(); });

@@ -2,10 +2,6 @@
 // the engine's fill task against a loopback Stripe with one failing account.
 #include "EngineFixture.h"
 #include "engine/GapFill.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
-
-#include <QCoroTask>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
@@ -17,13 +13,8 @@ constexpr qint64 day = 86'400;
 
 RawCharge rawCharge(const QString &id, qint64 amount, const QString &currency, std::optional<QString> invoice = {})
 {
-    RawCharge c;
-    c.id = id;
-    c.amount = amount;
-    c.currency = currency;
-    c.created = nowUnix - 60 * day;
-    c.invoice = std::move(invoice);
-    return c;
+    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day,
+            .invoice = std::move(invoice)};
 }
 
 } // namespace
@@ -32,10 +23,10 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
 {
     const Account account = EngineFixture::stripeAccount(u"Main"_s);
     const Date now = Date::fromUnix(nowUnix);
-    RawCharge undated = rawCharge(u"ch_undated"_s, 500, u"usd"_s);
-    undated.created.reset();
-    undated.metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}};
-    struct Case
+    const RawCharge undated{.id = u"ch_undated"_s, .amount = 500, .currency = u"usd"_s,
+                            .metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}}};
+    const Date old = Date::fromUnix(nowUnix - 60 * day);
+    const struct
     {
         const char *name;
         RawCharge charge;
@@ -43,21 +34,17 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         std::optional<RevenueKind> kind; // none: no event
         double amount;
         Date date;
-        QString description;
-    };
-    const Case cases[] = {
-        {"invoice on the charge", rawCharge(u"ch_a"_s, 2000, u"usd"_s, u"in_a"_s), {}, RevenueKind::Recurring, 20,
-         Date::fromUnix(nowUnix - 60 * day), u"Payment"_s},
-        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}}, RevenueKind::Recurring, 20,
-         Date::fromUnix(nowUnix - 60 * day), u"Payment"_s},
-        {"no invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, Date::fromUnix(nowUnix - 60 * day),
-         u"Payment"_s},
-        {"zero-decimal currency", rawCharge(u"ch_d"_s, 3000, u"JPY"_s), {}, RevenueKind::New, 3000,
-         Date::fromUnix(nowUnix - 60 * day), u"Payment"_s},
+        QString description = u"Payment"_s;
+    } cases[] = {
+        {"invoice on the charge", rawCharge(u"ch_a"_s, 2000, u"usd"_s, u"in_a"_s), {}, RevenueKind::Recurring, 20, old},
+        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}},
+         RevenueKind::Recurring, 20, old},
+        {"no invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, old},
+        {"zero-decimal currency", rawCharge(u"ch_d"_s, 3000, u"JPY"_s), {}, RevenueKind::New, 3000, old},
         {"no created date, plan name", undated, {}, RevenueKind::New, 5, now, u"Team"_s},
-        {"zero amount", rawCharge(u"ch_e"_s, 0, u"usd"_s), {}, std::nullopt, 0, {}, {}},
+        {"zero amount", rawCharge(u"ch_e"_s, 0, u"usd"_s), {}, std::nullopt, 0, {}},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const auto h = GapFill::fromCharge(c.charge, account, c.links, now);
         ASSERT_EQ(h.has_value(), c.kind.has_value());
@@ -69,11 +56,8 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         EXPECT_EQ(h->event.description, c.description);
         EXPECT_EQ(h->event.dashboardURL, u"https://dashboard.stripe.com/payments/"_s + c.charge.id);
     }
-    RawCharge byIntent = rawCharge(u"ch_f"_s, 100, u"usd"_s);
-    byIntent.payment_intent = u"pi_f"_s;
-    RawInvoicePayment payment;
-    payment.invoice = u"in_f"_s;
-    payment.payment_intent = u"pi_f"_s;
+    const RawCharge byIntent{.id = u"ch_f"_s, .amount = 100, .currency = u"usd"_s, .payment_intent = u"pi_f"_s};
+    const RawInvoicePayment payment{.invoice = u"in_f"_s, .payment_intent = u"pi_f"_s};
     EXPECT_EQ(GapFill::linksFrom({byIntent, cases[2].charge}, {payment}), (GapFill::InvoiceLinks{{u"ch_f"_s, u"in_f"_s}}));
     EXPECT_NEAR(GapFill::fromCharge(cases[3].charge, account, {}, now)->event.usdAmount, 3000 * 0.0064, 1e-9);
 }
@@ -81,7 +65,6 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
 class GapFillEngine : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
     Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
     FakeResponse chargesAnswer;
@@ -101,7 +84,7 @@ protected:
         stripe.setFallback([this](const RecordedRequest &r) {
             if (r.path != "/v1/charges")
                 return FakeResponse::json(200, page({}, false));
-            if (r.header("Authorization") == "Basic " + QByteArray("rk_test_broken:").toBase64())
+            if (r.header("Authorization") == stripeAuth(broken))
                 return FakeResponse::json(500, error(u"api_error"_s, {}, u"Something went wrong"_s));
             return chargesAnswer;
         });
@@ -109,30 +92,20 @@ protected:
         storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(nowUnix - 60 * day), RevenueKind::Recurring, 99),
                             event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20)});
     }
-
-    RevenueEngine &startEngine()
-    {
-        EngineEnvironment env = environment(false);
-        env.endpoints.stripeApi = stripe.baseUrl();
-        engine = std::make_unique<RevenueEngine>(env);
-        return *engine;
-    }
 };
 
 TEST_F(GapFillEngine, FillsOnceWithTheFeedWinningAndAFailingAccountSilent)
 {
-    RevenueEngine &e = startEngine();
+    RevenueEngine &e = start();
     QCoro::waitFor(e.refresh());
     EXPECT_TRUE(e.isLoadingHistoricalGap());
     ASSERT_TRUE(waitUntil([&] { return !e.isLoadingHistoricalGap(); }));
 
-    QMap<QString, PaymentEvent> byId;
-    for (const PaymentEvent &ev : e.feed())
-        byId.insert(ev.id, ev);
-    EXPECT_EQ(byId.keys(), (QStringList{u"ch_renewal"_s, u"ch_sale"_s, u"ch_stored"_s, u"in_stored"_s}));
-    EXPECT_EQ(byId.value(u"ch_stored"_s).usdAmount, 99) << "events already in the feed win";
-    EXPECT_EQ(byId.value(u"ch_sale"_s).kind, RevenueKind::New);
-    EXPECT_EQ(byId.value(u"ch_renewal"_s).kind, RevenueKind::Recurring);
+    const QMap<QString, PaymentEvent> events = byId(e.feed());
+    EXPECT_EQ(events.keys(), (QStringList{u"ch_renewal"_s, u"ch_sale"_s, u"ch_stored"_s, u"in_stored"_s}));
+    EXPECT_EQ(events.value(u"ch_stored"_s).usdAmount, 99) << "events already in the feed win";
+    EXPECT_EQ(events.value(u"ch_sale"_s).kind, RevenueKind::New);
+    EXPECT_EQ(events.value(u"ch_renewal"_s).kind, RevenueKind::Recurring);
     EXPECT_EQ(storage().loadFeed(), e.feed());
     EXPECT_EQ(e.achievements().bestDayUSD, 99 + 15 + 20);
     EXPECT_FALSE(e.lastError().has_value());
@@ -146,7 +119,7 @@ TEST_F(GapFillEngine, FillsOnceWithTheFeedWinningAndAFailingAccountSilent)
 TEST_F(GapFillEngine, AnEngineGoingAwayMidFillWritesNothing)
 {
     chargesAnswer = FakeResponse::hang();
-    RevenueEngine &e = startEngine();
+    RevenueEngine &e = start();
     QCoro::waitFor(e.refresh());
     ASSERT_TRUE(waitUntil([&] { return stripe.requestsTo("/v1/charges").size() == 2; }));
     const QByteArray before = readFile(storage().pathOf(Storage::feedFile));

@@ -10,17 +10,14 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
     const auto at = [&](const char *id, double secondsAgo) {
         return EngineFixture::event(QString::fromLatin1(id), now.addingSeconds(-secondsAgo), RevenueKind::New, 10);
     };
-    struct Row
+    const struct
     {
         const char *name;
         QList<PaymentEvent> stored; // empty: nothing on disk, the first batch primes
         QList<PaymentEvent> batch;
-        bool notificationsOn;
-        bool requestPermission;
-        bool post;
+        bool notificationsOn, requestPermission, post;
         QStringList posted;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"first batch only primes", {}, {at("a", 5)}, true, true, false, {}},
         {"600 s is recent, 601 s is not", {at("old", 9999)}, {at("b", 600), at("c", 601), at("d", 0)}, true, false, true,
          {u"b"_s, u"d"_s}},
@@ -28,7 +25,7 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
         {"an empty selection still reaches the notifier", {at("s", 10)}, {at("s", 10)}, true, false, true, {}},
         {"switched off posts nothing", {at("s", 10)}, {at("f", 1)}, false, false, false, {}},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         NotifierBookkeeping book;
         book.primeFromStoredFeed(row.stored);

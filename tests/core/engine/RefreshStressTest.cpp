@@ -2,35 +2,26 @@
 // destruction against a loopback server that answers after random delays. Under ASan this is
 // what shows that no cycle or load resumes into freed memory.
 #include "EngineFixture.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <random>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
-namespace {
-
-void runEventsFor(int ms)
-{
-    QElapsedTimer timer;
-    timer.start();
-    do
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    while (timer.elapsed() < ms);
-}
-
-} // namespace
-
 class RefreshStress : public EngineFixture
 {
 protected:
-    FakeHttpServer server;
     std::mt19937 random{20261123};
     int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); }
+
+    static void runEventsFor(int ms)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        do
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        while (timer.elapsed() < ms);
+    }
 
     QByteArray bodyFor(const RecordedRequest &r)
     {
@@ -50,13 +41,13 @@ protected:
                         false, u"/v1/invoice_payments"_s);
         const QString type = r.query(u"type"_s);
         if (type == u"invoice.payment_succeeded"_s)
-            return page({StripeBodies::event(u"evt_i"_s + tag, type, now - 60, invoice({.id = u"in_"_s + tag, .created = now - 60}, Shape::Current),
-                               Shape::Current)},
+            return page({paidInvoice(u"evt_i"_s + tag, now - 60, {.id = u"in_"_s + tag, .created = now - 60},
+                                     Shape::Current)},
                         false);
         if (type == u"charge.succeeded"_s)
-            return page({StripeBodies::event(u"evt_c"_s + tag, type, now - 50,
-                               charge({.id = u"ch_"_s + tag, .created = now - 50, .paymentIntent = u"pi_"_s + tag}, Shape::Current),
-                               Shape::Current)},
+            return page({succeededCharge(u"evt_c"_s + tag, now - 50,
+                                         {.id = u"ch_"_s + tag, .created = now - 50, .paymentIntent = u"pi_"_s + tag},
+                                         Shape::Current)},
                         false);
         return page({}, false);
     }
@@ -64,29 +55,25 @@ protected:
 
 TEST_F(RefreshStress, RandomInterleavingsApplyOneResultPerCycleAndKeepTheFeedFileWhole)
 {
-    server.setFallback([this](const RecordedRequest &r) {
+    // The one loopback server answers for Stripe, PayPal and the icon sources alike.
+    stripe.setFallback([this](const RecordedRequest &r) {
         FakeResponse answer = pick(10) == 0 ? FakeResponse::json(500, "{}") : FakeResponse::json(200, bodyFor(r));
         // Mostly near-simultaneous answers, so loads finish in the same turn of the event loop.
         answer.delayMs = pick(4) == 0 ? pick(40) : pick(4);
         return answer;
     });
-    Account paypal = Account::newAccount(AccountProvider::PayPal);
-    paypal.name = u"Shop %1"_s;
-    paypal.paypalClientId = u"id"_s;
-    paypal.paypalSecret = u"secret"_s;
     const QList<Account> pool{stripeAccount(u"A %2"_s, u"rk_a"_s), stripeAccount(u"B"_s, u"rk_b"_s),
-                              stripeAccount(u"C"_s, u"rk_c"_s), stripeAccount(u"D"_s, u"rk_d"_s), paypal};
+                              stripeAccount(u"C"_s, u"rk_c"_s), stripeAccount(u"D"_s, u"rk_d"_s),
+                              paypalAccount(u"Shop %1"_s)};
     ASSERT_TRUE(storage().saveAccounts(pool));
     EngineEnvironment env = environment(true);
-    env.endpoints.stripeApi = env.endpoints.paypalLive = env.endpoints.paypalSandbox = server.baseUrl();
-    env.endpoints.icons.duckDuckGo = env.endpoints.icons.google = server.baseUrl();
-    env.endpoints.icons.siteOverride = server.baseUrl();
-    env.endpoints.icons.allowPlainHttp = true;
+    env.endpoints.paypalLive = env.endpoints.paypalSandbox = stripe.baseUrl();
+    env.endpoints.icons = {.duckDuckGo = stripe.baseUrl(), .google = stripe.baseUrl(), .siteOverride = stripe.baseUrl(),
+                           .allowPlainHttp = true};
 
     int appliedThisCycle = 0, applied = 0, cycles = 0;
     const auto startEngine = [&] {
-        engine = std::make_unique<RevenueEngine>(env);
-        RevenueEngine *e = engine.get();
+        RevenueEngine *e = &start(env);
         appliedThisCycle = 0; // its first cycle started before anyone could watch
         cycles += e->isLoading();
         QObject::connect(e, &RevenueEngine::isLoadingChanged, e, [&, e] {

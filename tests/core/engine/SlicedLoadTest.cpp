@@ -1,8 +1,6 @@
 // A whole Stripe load gives the same events whether long listings are paged in slices side
 // by side or one page after another: slicing is only ever a matter of speed.
 #include "EngineFixture.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
 #include "support/StripeListing.h"
 
 using namespace Qt::StringLiterals;
@@ -17,31 +15,29 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
     for (int i = 0; i < 1500; ++i) {
         const qint64 created = newest - i / 2;
         const QString n = QString::number(i);
+        const auto add = [&](const QString &type, const QJsonObject &object) {
+            listing.add(StripeBodies::event(u"evt_"_s + n, type, created, object, Shape::Legacy));
+        };
         switch (i % 5) {
         case 0:
         case 1:
-            listing.add(StripeBodies::event(u"evt_"_s + n, u"invoice.payment_succeeded"_s, created,
-                              invoice({.id = u"in_"_s + n, .amountPaid = 1000 + i, .created = created,
-                                       .billingReason = i % 2 ? u"subscription_cycle"_s : u"subscription_create"_s,
-                                       .charge = u"ch_in_"_s + n},
-                                      Shape::Legacy),
-                              Shape::Legacy));
+            add(u"invoice.payment_succeeded"_s,
+                invoice({.id = u"in_"_s + n, .amountPaid = 1000 + i, .created = created,
+                         .billingReason = i % 2 ? u"subscription_cycle"_s : u"subscription_create"_s,
+                         .charge = u"ch_in_"_s + n},
+                        Shape::Legacy));
             break;
         case 2:
-            listing.add(StripeBodies::event(u"evt_"_s + n, u"charge.succeeded"_s, created,
-                              charge({.id = u"ch_"_s + n, .amount = 500 + i, .currency = u"jpy"_s, .created = created},
-                                     Shape::Legacy),
-                              Shape::Legacy));
+            add(u"charge.succeeded"_s,
+                charge({.id = u"ch_"_s + n, .amount = 500 + i, .currency = u"jpy"_s, .created = created}, Shape::Legacy));
             break;
         case 3:
-            listing.add(StripeBodies::event(u"evt_"_s + n, u"customer.subscription.deleted"_s, created,
-                              subscription({.id = u"sub_"_s + n, .canceledAt = created}, Shape::Legacy), Shape::Legacy));
+            add(u"customer.subscription.deleted"_s,
+                subscription({.id = u"sub_"_s + n, .canceledAt = created}, Shape::Legacy));
             break;
         default:
-            listing.add(StripeBodies::event(u"evt_"_s + n, u"invoice.payment_failed"_s, created,
-                              invoice({.id = u"in_f"_s + n, .amountPaid = 0, .created = created, .amountDue = 3000 + i},
-                                      Shape::Legacy),
-                              Shape::Legacy));
+            add(u"invoice.payment_failed"_s,
+                invoice({.id = u"in_f"_s + n, .amountPaid = 0, .created = created, .amountDue = 3000 + i}, Shape::Legacy));
         }
     }
     listing.finish();
@@ -49,22 +45,16 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
     // keeps them from counting as sales.
     StripeListing payments;
     for (int i = 2; i < 1500; i += 10)
-        payments.add(QJsonObject{{u"id"_s, u"inpay_%1"_s.arg(i)},
-                                 {u"object"_s, u"invoice_payment"_s},
-                                 {u"invoice"_s, u"in_paid_%1"_s.arg(i)},
-                                 {u"status"_s, u"paid"_s},
+        payments.add(QJsonObject{{u"id"_s, u"inpay_%1"_s.arg(i)}, {u"object"_s, u"invoice_payment"_s},
+                                 {u"invoice"_s, u"in_paid_%1"_s.arg(i)}, {u"status"_s, u"paid"_s},
                                  {u"created"_s, double(newest - i / 2)},
                                  {u"payment"_s, QJsonObject{{u"type"_s, u"charge"_s}, {u"charge"_s, u"ch_%1"_s.arg(i)}}}});
     payments.finish();
-    FakeHttpServer stripe;
-    stripe.setHandler("GET", "/v1/events", [&](const RecordedRequest &r) {
-        const auto [status, body] = listing.answer(r.queryItems());
-        return FakeResponse::json(status, body);
-    });
-    stripe.setHandler("GET", "/v1/invoice_payments", [&](const RecordedRequest &r) {
-        const auto [status, body] = payments.answer(r.queryItems());
-        return FakeResponse::json(status, body);
-    });
+    for (const auto &[path, source] : {std::pair{"/v1/events", &listing}, std::pair{"/v1/invoice_payments", &payments}})
+        stripe.setHandler("GET", path, [source](const RecordedRequest &r) {
+            const auto [status, body] = source->answer(r.queryItems());
+            return FakeResponse::json(status, body);
+        });
     clock->set(Date::fromUnix(newest + 3600));
 
     const Account account = stripeAccount(u"Acme"_s);
@@ -74,11 +64,9 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
         SCOPED_TRACE(slices);
         stripe.clearRecords();
         EngineEnvironment env = environment();
-        env.endpoints.stripeApi = stripe.baseUrl();
         env.stripeMaxSlices = slices;
         env.stripeRequestsPerSecond = 10'000;
-        engine = std::make_unique<RevenueEngine>(env);
-        const auto load = QCoro::waitFor(engine->loadFromStripe(account, Date::fromUnix(newest - 3600)));
+        const auto load = QCoro::waitFor(start(env).loadFromStripe(account, Date::fromUnix(newest - 3600)));
         ASSERT_TRUE(load.ok()) << load.error().toStdString();
         QList<PaymentEvent> events = load.value().events;
         std::sort(events.begin(), events.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.id < b.id; });

@@ -1,21 +1,12 @@
+#include "EngineFixture.h"
 #include "engine/StripeClassifier.h"
-#include "support/StripeBodies.h"
 
 #include <QJsonDocument>
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
 
 namespace {
-
-Account account(std::optional<QString> stripeAccountId = std::nullopt)
-{
-    Account a = Account::newAccount(AccountProvider::Stripe);
-    a.name = u"Main"_s;
-    a.stripeAccountId = stripeAccountId;
-    return a;
-}
 
 template<typename T>
 T decoded(const QJsonObject &o)
@@ -29,18 +20,15 @@ T decoded(const QJsonObject &o)
 
 TEST(StripeClassifier, PaidInvoicesInBothShapes)
 {
-    struct Row
+    const struct
     {
         const char *name;
         InvoiceFields fields;
         Shape shape;
         RevenueKind kind;
-        double amount;
-        double usd;
-        const char *description;
-        const char *path;
-    };
-    const Row rows[] = {
+        double amount, usd;
+        const char *description, *path;
+    } rows[] = {
         {"first invoice", {.id = u"in_1"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy,
          RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)", "payments/ch_1"},
         {"renewal, current shape", {.id = u"in_2"_s, .amountPaid = 4900, .currency = u"eur"_s}, Shape::Current,
@@ -57,9 +45,10 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
         {"unknown currency", {.id = u"in_6"_s, .amountPaid = 1000, .currency = u"huf"_s, .billingReason = {}}, Shape::Current,
          RevenueKind::Recurring, 10, 0, "1 × Pro (at $20.00 / month)", "invoices/in_6"},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
-        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decoded<RawInvoice>(invoice(row.fields, row.shape)), account());
+        const PaymentEvent e = StripeClassifier::fromPaidInvoice(decoded<RawInvoice>(invoice(row.fields, row.shape)),
+                                                                  EngineFixture::stripeAccount(u"Main"_s));
         EXPECT_EQ(e.id, row.fields.id);
         EXPECT_EQ(e.kind, row.kind);
         EXPECT_DOUBLE_EQ(e.amount, row.amount);
@@ -74,7 +63,8 @@ TEST(StripeClassifier, PaidInvoicesInBothShapes)
 
 TEST(StripeClassifier, ChargesRefundsFailuresAndCancellations)
 {
-    const Account acct = account(u"acct_1PgafTB7WZ01zgkW"_s);
+    Account acct = EngineFixture::stripeAccount(u"Main"_s);
+    acct.stripeAccountId = u"acct_1PgafTB7WZ01zgkW"_s;
     const SucceededChargeEvent sale{u"evt_s"_s, Date::fromUnix(1'795'000'000),
                                     decoded<RawCharge>(charge({.id = u"ch_s"_s, .amount = 1000, .currency = u"eur"_s,
                                                          .description = {}, .email = u"a@b.io"_s, .name = u"Ana"_s},

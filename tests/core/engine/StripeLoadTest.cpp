@@ -1,8 +1,6 @@
 // One Stripe account's load: which queries run, which kinds load, and how partial failures
 // are reported.
 #include "EngineFixture.h"
-#include "support/FakeHttpServer.h"
-#include "support/StripeBodies.h"
 
 using namespace Qt::StringLiterals;
 using namespace StripeBodies;
@@ -10,7 +8,6 @@ using namespace StripeBodies;
 class StripeLoadTest : public EngineFixture
 {
 protected:
-    FakeHttpServer stripe;
     // Placeholders in the name must reach the texts untouched.
     Account acct = stripeAccount(u"Acme %1 & %3 Co"_s);
     QHash<QString, FakeResponse> byType; // event type → answer; missing types get an empty page
@@ -22,13 +19,12 @@ protected:
         });
     }
 
-    RevenueEngine &engineWith(const Preferences &prefs)
+    // The last day's load by a new engine, with `prefs` stored first if given.
+    auto loadLastDay(const std::optional<Preferences> &prefs = std::nullopt)
     {
-        EXPECT_TRUE(storage().savePreferences(prefs));
-        EngineEnvironment env = environment(false);
-        env.endpoints.stripeApi = stripe.baseUrl();
-        engine = std::make_unique<RevenueEngine>(env);
-        return *engine;
+        if (prefs)
+            EXPECT_TRUE(storage().savePreferences(*prefs));
+        return QCoro::waitFor(start().loadFromStripe(acct, clock->now().addingSeconds(-86400)));
     }
 
     QStringList requestedTypes() const
@@ -43,21 +39,19 @@ protected:
 
 TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 {
-    const QJsonObject first = StripeBodies::event(
-        u"evt_i"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
-        invoice({.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy),
+    const QJsonObject first = paidInvoice(
+        u"evt_i"_s, 1'773'140'000, {.id = u"in_first"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s},
         Shape::Legacy);
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
-    struct Row
+    const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
+    const struct
     {
         const char *name;
         bool showNew, showFailed, showRefunds;
         QStringList types;
         QSet<RevenueKind> kinds;
         qsizetype events;
-    };
-    const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
-    const Row rows[] = {
+    } rows[] = {
         {"defaults", true, true, false, base + QStringList{u"invoice.payment_failed"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Failed}, 1},
         {"new subscriptions hidden", false, false, false, base,
@@ -65,15 +59,14 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         {"refunds shown", true, false, true, base + QStringList{u"charge.refunded"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Refund}, 1},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         stripe.clearRecords();
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.showNewSubscriptions = row.showNew;
         p.showFailed = row.showFailed;
         p.showRefunds = row.showRefunds;
-        RevenueEngine &e = engineWith(p);
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay(p);
         ASSERT_TRUE(load.ok()) << load.error().toStdString();
         QStringList expectedTypes = row.types;
         expectedTypes.sort();
@@ -86,17 +79,15 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 {
     const QByteArray longBody = QByteArray(300, 'x');
-    struct Row
+    const struct
     {
         const char *name;
         QString failingType;
         FakeResponse answer;
-        bool loadFails;
-        bool scopeMissing;
+        bool loadFails, scopeMissing;
         QString lastErrorPrefix;
         std::optional<RevenueKind> missingKind;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
         {"charges failing otherwise", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false,
          u"[Acme %1 & %3 Co] charges fetch HTTP 500: oops"_s, std::nullopt},
@@ -113,25 +104,24 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
         {"failed payments failing otherwise", u"invoice.payment_failed"_s, FakeResponse::json(502, "{}"), false, false, {},
          RevenueKind::Failed},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         byType.clear();
         byType.insert(row.failingType, row.answer);
-        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay();
         EXPECT_EQ(!load.ok(), row.loadFails);
         if (row.loadFails) {
             EXPECT_EQ(load.error(), u"Stripe HTTP 500: oops"_s);
             continue;
         }
-        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+        EXPECT_EQ(engine->missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
         if (row.lastErrorPrefix.isEmpty()) {
-            EXPECT_FALSE(e.lastError().has_value());
+            EXPECT_FALSE(engine->lastError().has_value());
         } else {
-            ASSERT_TRUE(e.lastError().has_value());
-            EXPECT_TRUE(e.lastError()->startsWith(row.lastErrorPrefix)) << e.lastError()->toStdString();
+            ASSERT_TRUE(engine->lastError().has_value());
+            EXPECT_TRUE(engine->lastError()->startsWith(row.lastErrorPrefix)) << engine->lastError()->toStdString();
             if (row.answer.status == 500)
-                EXPECT_EQ(*e.lastError(), row.lastErrorPrefix) << "only the first 140 characters of the body";
+                EXPECT_EQ(*engine->lastError(), row.lastErrorPrefix) << "only the first 140 characters of the body";
         }
         if (row.missingKind)
             EXPECT_FALSE(load.value().loadedKinds.contains(*row.missingKind));
@@ -141,21 +131,14 @@ TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
 {
     // A zero-amount stand-alone charge (a trial, a card check) is no sale.
-    byType.insert(u"charge.succeeded"_s,
-                  FakeResponse::json(200, page({StripeBodies::event(u"evt_c"_s, u"charge.succeeded"_s, 1'773'140'050,
-                                                                    charge({.id = u"ch_zero"_s, .amount = 0}, Shape::Legacy),
-                                                                    Shape::Legacy)},
-                                               false)));
-    byType.insert(u"invoice.payment_succeeded"_s,
-                  FakeResponse::json(200, page({StripeBodies::event(u"evt_y"_s, u"invoice.payment_succeeded"_s, 1'773'140'000,
-                                                                    invoice({.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),
-                                                                    Shape::Legacy),
-                                                StripeBodies::event(u"evt_e"_s, u"invoice.payment_succeeded"_s, 1'773'140'100,
-                                                                    invoice({.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current),
-                                                                    Shape::Current)},
-                                               false)));
+    byType.insert(u"charge.succeeded"_s, FakeResponse::json(200, page({succeededCharge(
+                      u"evt_c"_s, 1'773'140'050, {.id = u"ch_zero"_s, .amount = 0}, Shape::Legacy)}, false)));
+    const QJsonArray invoices{
+        paidInvoice(u"evt_y"_s, 1'773'140'000, {.id = u"in_y"_s, .amountPaid = 5000, .currency = u"jpy"_s}, Shape::Legacy),
+        paidInvoice(u"evt_e"_s, 1'773'140'100, {.id = u"in_e"_s, .amountPaid = 5000, .currency = u"eur"_s}, Shape::Current)};
+    byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page(invoices, false)));
     ASSERT_TRUE(storage().saveAccounts({acct}));
-    RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
+    RevenueEngine &e = start();
     QCoro::waitFor(e.refresh());
     ASSERT_EQ(e.feed().size(), 2);
     EXPECT_DOUBLE_EQ(e.totals(TimeRange::Mtd).recurringMRR, 5000 * 0.0064 + 50 * 1.08);
@@ -164,11 +147,10 @@ TEST_F(StripeLoadTest, ZeroAndTwoDecimalCurrenciesSideBySideInTotals)
 TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
 {
     const auto paid = [](const QString &id, const ChargeFields &byCharge) {
-        return StripeBodies::event(u"evt_"_s + id, u"invoice.payment_succeeded"_s, byCharge.created + 5,
-                                   invoice({.id = id, .amountPaid = byCharge.amount, .created = byCharge.created,
-                                            .customer = byCharge.customer},
-                                           Shape::Current),
-                                   Shape::Current);
+        return paidInvoice(u"evt_"_s + id, byCharge.created + 5,
+                           {.id = id, .amountPaid = byCharge.amount, .created = byCharge.created,
+                            .customer = byCharge.customer},
+                           Shape::Current);
     };
     const auto inpay = [](const QString &invoiceId, const QString &type, const QString &paidBy) {
         return QJsonObject{{"id"_L1, QString(u"inpay_"_s + paidBy)}, {"invoice"_L1, invoiceId}, {"status"_L1, "paid"_L1},
@@ -177,18 +159,6 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     // How Stripe names what paid an invoice: the payment intent, the charge (no intent), or the
     // intent on a record older than the listing reaches, found by asking for the invoice.
     enum Link { Intent, Charge, Late };
-    struct Row
-    {
-        const char *name;
-        QList<ChargeFields> charges;
-        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
-        QList<Link> links;              // per paying charge
-        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
-        QStringList sales;
-        qsizetype requests = 1;         // to /v1/invoice_payments
-        bool scopeMissing = false;
-        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
-    };
     const ChargeFields invoiced{.id = u"ch_inv"_s, .amount = 4900, .created = 1'773'140'000, .customer = u"cus_a"_s,
                                 .paymentIntent = u"pi_inv"_s};
     ChargeFields upsell = invoiced;
@@ -199,7 +169,18 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     for (int i = 0; i < 12; ++i)
         twelve.append({.id = u"ch_%1"_s.arg(i), .amount = 1000 + i, .created = 1'773'140'000 + i, .paymentIntent = u"pi_%1"_s.arg(i)});
     const FakeResponse ok = FakeResponse::json(200, {});
-    const Row rows[] = {
+    const struct
+    {
+        const char *name;
+        QList<ChargeFields> charges;
+        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
+        QList<Link> links;              // per paying charge
+        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
+        QStringList sales;
+        qsizetype requests = 1;         // to /v1/invoice_payments
+        bool scopeMissing = false;
+        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
+    } rows[] = {
         {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}},
         {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
         {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},
@@ -209,14 +190,13 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         {"listing failing otherwise: the invoice counts, the charge waits", {invoiced}, {0}, {Intent},
          FakeResponse::json(500, "oops"), {}, 1, false, true},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         byType.clear();
         stripe.clearRecords();
         QJsonArray invoices, charges, payments, late;
         for (const ChargeFields &c : row.charges)
-            charges.append(StripeBodies::event(u"evt_"_s + c.id, u"charge.succeeded"_s, c.created, charge(c, Shape::Current),
-                                               Shape::Current));
+            charges.append(succeededCharge(u"evt_"_s + c.id, c.created, c, Shape::Current));
         for (qsizetype i = 0; i < row.payingCharges.size(); ++i) {
             const ChargeFields &c = row.charges[row.payingCharges[i]];
             const QString invoiceId = u"in_"_s + c.id.mid(3);
@@ -233,18 +213,17 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
             return r.rawQuery.startsWith("invoice=") ? FakeResponse::json(200, page(late, false)) : listing;
         });
 
-        RevenueEngine &e = engineWith(Preferences::defaults(clock->now(), calendar));
-        const auto load = QCoro::waitFor(e.loadFromStripe(acct, clock->now().addingSeconds(-86400)));
+        const auto load = loadLastDay();
         EXPECT_EQ(stripe.requestsTo("/v1/invoice_payments").size(), row.requests);
         ASSERT_TRUE(load.ok());
         EXPECT_EQ(load.value().askAgainFromSameStart, row.chargesWait);
-        EXPECT_EQ(e.lastError().has_value(), row.chargesWait);
+        EXPECT_EQ(engine->lastError().has_value(), row.chargesWait);
         QStringList sales;
         for (const PaymentEvent &event : load.value().events)
             if (event.id.startsWith(u"ch_"_s))
                 sales.append(event.id);
         EXPECT_EQ(sales, row.sales);
         EXPECT_EQ(load.value().events.size() - sales.size(), row.payingCharges.size()) << "every invoice counts";
-        EXPECT_EQ(e.missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
+        EXPECT_EQ(engine->missingEventScopeAccounts().contains(acct.id), row.scopeMissing);
     }
 }
