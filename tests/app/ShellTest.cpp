@@ -3,7 +3,6 @@
 #include "shell/Appearance.h"
 #include "shell/Navigation.h"
 #include "shell/PanelPlacement.h"
-#include "shell/QuorvaneApp.h"
 #include "shell/Symbols.h"
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"

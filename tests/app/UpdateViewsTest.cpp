@@ -1,5 +1,4 @@
 #include "AppFixture.h"
-#include "shell/QuorvaneApp.h"
 #include "support/FakeHttpServer.h"
 #include "support/TestUtil.h"
 #include "update/UpdateChecker.h"

@@ -37,15 +37,10 @@ TEST(DashboardLogic, HeadlineCases)
     Preferences prefs;
     const Totals totals{1200, 148, 99};
     const QSet<RevenueKind> none;
-    using State = DashboardLogic::Headline::State;
-    const struct
-    {
-        const char *name;
-        QSet<RevenueKind> unavailable;
-        bool incomplete;
-        bool privacy;
-        DashboardLogic::Headline expected;
-    } cases[] = {
+    using Headline = DashboardLogic::Headline;
+    using State = Headline::State;
+    const struct { const char *name; QSet<RevenueKind> unavailable; bool loading, privacy; Headline expected; }
+        cases[] = {
         {"amount with churn line", none, false, false, {State::Amount, u"$1348"_s, u"MRR lost from cancellations: -$99"_s}},
         {"loading deeper history", none, true, false, {State::Loading, {}, {}}},
         {"both revenue kinds failed", {RevenueKind::New, RevenueKind::Recurring}, false, false, {State::Unavailable, {}, {}}},
@@ -56,7 +51,7 @@ TEST(DashboardLogic, HeadlineCases)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         prefs.privacyMode = c.privacy;
-        EXPECT_EQ(DashboardLogic::headline(totals, c.unavailable, prefs, c.incomplete), c.expected);
+        EXPECT_EQ(DashboardLogic::headline(totals, c.unavailable, prefs, c.loading), c.expected);
     }
     prefs.privacyMode = false;
     EXPECT_TRUE(DashboardLogic::headline(Totals{10, 0, 0}, none, prefs, false).churnLine.isEmpty());
@@ -64,13 +59,7 @@ TEST(DashboardLogic, HeadlineCases)
 
 TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
 {
-    const struct
-    {
-        const char *name;
-        TimeRange range;
-        double customDaysAgo;
-        bool limit;
-    } cases[] = {
+    const struct { const char *name; TimeRange range; double customDaysAgo; bool limit; } cases[] = {
         {"month to date", TimeRange::Mtd, 0, false},
         {"last 30 days", TimeRange::Last30Days, 0, false},
         {"last 90 days", TimeRange::Last90Days, 0, true},
@@ -94,10 +83,7 @@ TEST(DashboardLogic, AccountFilterLabelNamesAnUnnamedAccount)
 
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
-    Account acme;
-    acme.name = u"Acme"_s;
-    Account beta;
-    beta.name = u"Beta"_s;
+    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
     storage().saveAccounts({acme, beta});
     // Range: last 7 days. Two events inside, two older, one from the other account.
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
@@ -144,8 +130,7 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 
 TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
 {
-    Account acme;
-    acme.name = u"acme"_s;
+    const Account acme{.name = u"acme"_s};
     storage().saveAccounts({acme});
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id, u"acme"_s),
                         event(u"b"_s, daysAgo(1), RevenueKind::Recurring, 99, acme.id, u"acme"_s)});
@@ -229,10 +214,7 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
-    Account acme;
-    acme.name = u"Acme"_s;
-    acme.stripeRestrictedKey = u"rk_test_1"_s;
-    e.upsertAccount(acme);
+    e.upsertAccount({.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s});
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
@@ -240,16 +222,9 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
 {
-    const struct
-    {
-        const char *name;
-        AccountProvider provider;
-        const char *key;
-        const char *clientId;
-        const char *secret;
-        bool valid;
-        const char *reason; // part of the text that says why Save is disabled
-    } cases[] = {
+    // reason: part of the text that says why Save is disabled
+    const struct { const char *name; AccountProvider provider; const char *key, *clientId, *secret; bool valid;
+                   const char *reason; } cases[] = {
         {"restricted key", AccountProvider::Stripe, "rk_live_abc", "", "", true, ""},
         {"upper case with spaces", AccountProvider::Stripe, "  RK_live_abc  ", "", "", true, ""},
         {"secret key", AccountProvider::Stripe, "sk_live_abc", "", "", false, "secret key"},
@@ -262,10 +237,9 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        Account a = Account::newAccount(c.provider);
-        a.stripeRestrictedKey = QString::fromUtf8(c.key);
-        a.paypalClientId = QString::fromUtf8(c.clientId);
-        a.paypalSecret = QString::fromUtf8(c.secret);
+        const Account a{.provider = c.provider, .stripeRestrictedKey = QString::fromUtf8(c.key),
+                        .paypalClientId = QString::fromUtf8(c.clientId),
+                        .paypalSecret = QString::fromUtf8(c.secret)};
         EXPECT_EQ(AccountEditor::isValid(a), c.valid);
         const QString reason = AccountEditor::invalidReason(a);
         EXPECT_EQ(reason.isEmpty(), c.valid);
@@ -275,9 +249,7 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
 
 TEST(Accounts, NextAccountNumberTitle)
 {
-    Account first;
-    Account second;
-    second.name = u"Acme"_s;
+    const Account first, second{.name = u"Acme"_s};
     const QList<Account> two{first, second};
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), {}), u"Account 1");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), two), u"Account 3");
@@ -349,12 +321,8 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"dashboardCurrency"_s).toString(), u"CAD");
     EXPECT_EQ(general.currencyLabels().first(), u"USD – US Dollar");
 
-    const struct
-    {
-        qint64 from;
-        int direction;
-        qint64 to;
-    } steps[] = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
+    const struct { qint64 from; int direction; qint64 to; } steps[]
+        = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
     for (const auto &s : steps) {
         SCOPED_TRACE(s.from);
         EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to);
