@@ -15,24 +15,16 @@ namespace {
 
 constexpr Shape shape = Shape::Legacy;
 
-qint64 unix(Date date)
-{
-    return date.unixSecondsTruncated();
-}
-
 QJsonArray todayInvoices(Date now)
 {
     QJsonArray events;
     const qint64 amounts[] = {4900, 9900, 120000};
     for (int i = 0; i < 3; ++i) {
-        InvoiceFields fields;
-        fields.id = u"in_today_%1"_s.arg(i);
-        fields.amountPaid = amounts[i];
-        fields.created = unix(now.addingSeconds(-60.0 * (i + 1)));
-        fields.billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s;
-        fields.charge = u"ch_today_%1"_s.arg(i);
-        fields.customer = u"cus_today_%1"_s.arg(i);
-        fields.subscription = u"sub_today_%1"_s.arg(i);
+        const InvoiceFields fields{.id = u"in_today_%1"_s.arg(i), .amountPaid = amounts[i],
+                                   .created = now.addingSeconds(-60.0 * (i + 1)).unixSecondsTruncated(),
+                                   .billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s,
+                                   .customer = u"cus_today_%1"_s.arg(i), .charge = u"ch_today_%1"_s.arg(i),
+                                   .subscription = u"sub_today_%1"_s.arg(i)};
         events.append(event(u"evt_today_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
