@@ -23,12 +23,7 @@ struct AppFixture : ::testing::Test
 
     EngineEnvironment environment() const
     {
-        EngineEnvironment env;
-        env.storage = storage();
-        env.clock = clock;
-        env.calendar = calendar;
-        env.startLoops = false;
-        return env;
+        return {.storage = storage(), .clock = clock, .calendar = calendar, .startLoops = false};
     }
 
     RevenueEngine &startEngine()

@@ -56,8 +56,6 @@ TEST_F(AppFixture, ProviderAndErrorTextIsShownLiterallyAndFetchesNothing)
         for (QQuickItem *item : items)
             EXPECT_EQ(item->property("textFormat").toInt(), 0) << "Text.PlainText";
     }
-    int pixelRequests = 0;
     for (const RecordedRequest &r : server.requests())
-        pixelRequests += r.path == "/pixel.png";
-    EXPECT_EQ(pixelRequests, 0);
+        EXPECT_NE(r.path, "/pixel.png");
 }

@@ -6,7 +6,6 @@
 
 #include <QCoroTask>
 #include <QQuickItem>
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 

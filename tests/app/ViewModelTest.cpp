@@ -75,12 +75,6 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
     }
 }
 
-TEST(DashboardLogic, AccountFilterLabelNamesAnUnnamedAccount)
-{
-    const Account unnamed;
-    EXPECT_EQ(DashboardLogic::accountFilterLabel({unnamed}, unnamed.id), u"Account");
-}
-
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
     const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
@@ -104,18 +98,15 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), (QStringList{u"a"_s, u"b"_s, u"c"_s, QString(), u"d"_s, u"e"_s}));
     EXPECT_EQ(column(*dashboard.feed(), "dividerText")[3], u"Older than last 7 days");
     // Hairlines separate event rows only: none before the divider and none after the last row.
-    EXPECT_EQ(column(*dashboard.feed(), "hairline"),
-              (QStringList{u"true"_s, u"true"_s, u"false"_s, u"false"_s, u"true"_s, u"false"_s}));
-    EXPECT_EQ(column(*dashboard.feed(), "amountText"),
-              (QStringList{u"$ 49"_s, u"-$ 29"_s, u"$ 99"_s, QString(), u"$ 99"_s, u"$ 15"_s}));
+    EXPECT_EQ(column(*dashboard.feed(), "hairline").join(u' '), u"true true false false true false");
+    EXPECT_EQ(column(*dashboard.feed(), "amountText").join(u'|'), u"$ 49|-$ 29|$ 99||$ 99|$ 15");
     EXPECT_EQ(dashboard.feedCount(), 5);
 
     // Filtering to the other account leaves only its event; no divider without older events.
     dashboard.accountFilters()->choose(3);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"Beta");
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), QStringList{u"c"_s});
-    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked"),
-              (QStringList{u"false"_s, u"false"_s, u"false"_s, u"true"_s}));
+    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true");
     // The filtered account is deleted: the label falls back.
     engine.removeAccount(beta);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"All accounts");
@@ -145,12 +136,10 @@ TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
     EXPECT_EQ(column(feed, "letter"), (QStringList{u"A"_s, u"A"_s}));
     EXPECT_EQ(column(feed, "emailText")[0], u"a••••@e••••.com");
     EXPECT_EQ(column(feed, "amountText")[0], u"$••••");
-    feed.toggle(0);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"true"_s, u"false"_s}));
-    feed.toggle(1);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"true"_s}));
-    feed.toggle(1);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"false"_s}));
+    for (const auto &[row, expanded] : {std::pair{0, "true false"}, {1, "false true"}, {1, "false false"}}) {
+        feed.toggle(row);
+        EXPECT_EQ(column(feed, "expanded").join(u' '), QLatin1StringView(expanded)) << "toggled row " << row;
+    }
 
     feed.copyEmail(0);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"a@example.com");
@@ -209,8 +198,7 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     stripe.setFallback([](const RecordedRequest &) { return FakeResponse::json(401, "{\"error\":{}}"); });
     EngineEnvironment env = environment();
     env.endpoints.stripeApi = stripe.baseUrl();
-    engine = std::make_unique<RevenueEngine>(env);
-    RevenueEngine &e = *engine;
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
@@ -247,10 +235,11 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
     }
 }
 
-TEST(Accounts, NextAccountNumberTitle)
+TEST(Accounts, UnnamedAccountsAreNumberedInTitlesAndNamedInTheFilter)
 {
     const Account first, second{.name = u"Acme"_s};
     const QList<Account> two{first, second};
+    EXPECT_EQ(DashboardLogic::accountFilterLabel({first}, first.id), u"Account");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), {}), u"Account 1");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), two), u"Account 3");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(first, two), u"Account 1");

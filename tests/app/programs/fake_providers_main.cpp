@@ -24,8 +24,7 @@ QByteArray logoPng()
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
     QLinearGradient fill(0, 0, 64, 64);
-    fill.setColorAt(0, QColor(255, 138, 76));
-    fill.setColorAt(1, QColor(226, 64, 110));
+    fill.setStops({{0, QColor(255, 138, 76)}, {1, QColor(226, 64, 110)}});
     p.setBrush(fill);
     p.setPen(Qt::NoPen);
     p.drawRoundedRect(QRectF(0, 0, 64, 64), 14, 14);
@@ -76,9 +75,8 @@ int main(int argc, char **argv)
         return request.path.startsWith("/ip3/") ? FakeResponse{200, logo, {{"Content-Type", "image/png"}}}
                                                 : FakeResponse{404, {}, {}};
     });
-    std::unique_ptr<FakeStatusNotifierWatcher> sni;
-    if (parser.isSet(watcher))
-        sni = std::make_unique<FakeStatusNotifierWatcher>(QDBusConnection::sessionBus());
+    using Watcher = FakeStatusNotifierWatcher;
+    const auto sni = parser.isSet(watcher) ? std::make_unique<Watcher>(QDBusConnection::sessionBus()) : nullptr;
 
     std::printf("stripe=%s\npaypal=%s\nweb=%s\n", qPrintable(stripe.baseUrl().toString()),
                 qPrintable(paypal.baseUrl().toString()), qPrintable(web.baseUrl().toString()));

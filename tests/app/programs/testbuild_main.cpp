@@ -145,7 +145,8 @@ int main(int argc, char **argv)
         return 1;
 
     const QString paneName = parser.value(pane);
-    const auto openPane = [&] {
+    if (parser.isSet(show) || parser.isSet(screenshot)) {
+        quorvane.showPanelAt(QPoint(40, 30));
         if (paneName.startsWith(u"settings:"_s)) {
             quorvane.navigation()->showSettings(paneName.mid(9));
         } else if (paneName.startsWith(u"editor:"_s)) {
@@ -160,10 +161,6 @@ int main(int argc, char **argv)
         } else {
             quorvane.navigation()->showDashboard();
         }
-    };
-    if (parser.isSet(show) || parser.isSet(screenshot)) {
-        quorvane.showPanelAt(QPoint(40, 30));
-        openPane();
     }
 
     if (!parser.isSet(screenshot) && !parser.isSet(trayShot))
