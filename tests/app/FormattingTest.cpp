@@ -47,7 +47,8 @@ TEST(Formatting, RelativeTimeUsesFullUnitsInBothDirections)
         {1, "1 second ago"}, {59, "59 seconds ago"}, {60, "1 minute ago"}, {150, "2 minutes ago"},
         {3 * 3600, "3 hours ago"}, {86400, "1 day ago"}, {-7200, "in 2 hours"}, {40 * 86400, "1 month ago"}};
     for (const auto &c : cases)
-        EXPECT_EQ(relativeTime(now.addingSeconds(-c.secondsAgo), now), QString::fromUtf8(c.expected)) << c.secondsAgo;
+        EXPECT_EQ(relativeTime(now.addingSeconds(-c.secondsAgo), now), QString::fromUtf8(c.expected))
+            << c.secondsAgo;
 }
 
 TEST(Formatting, NativeAmountsGroupAndShowCentsOnlyWhenNeeded)
@@ -91,7 +92,8 @@ TEST(Chart, PlotsStackNewAndRecurringAboveAndChurnBelow)
 {
     const QList<DailyBucket> buckets = {{Date::fromUnix(0), 10, 20, 0}, {Date::fromUnix(86400), 0, 0, 0},
                                         {Date::fromUnix(172800), 0, 0, 30}, {Date::fromUnix(259200), -5, 7, 0}};
-    const QList<Plot> expected = {{0, 10, u"New"_s}, {0, 20, u"Recurring"_s}, {2, -30, u"Churn"_s}, {3, 7, u"Recurring"_s}};
+    const QList<Plot> expected
+        = {{0, 10, u"New"_s}, {0, 20, u"Recurring"_s}, {2, -30, u"Churn"_s}, {3, 7, u"Recurring"_s}};
     EXPECT_EQ(plotData(buckets), expected);
 }
 

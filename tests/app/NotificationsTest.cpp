@@ -23,10 +23,7 @@ class RecordingNotificationServer : public QObject
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
-    struct Call
-    {
-        QString appName, appIcon, summary, body, identifier;
-    };
+    struct Call { QString appName, appIcon, summary, body, identifier; };
     QList<Call> calls;
     QStringList capabilities{u"body"_s};
 

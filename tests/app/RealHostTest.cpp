@@ -43,12 +43,7 @@ const QByteArray panelConfig = R"(<?xml version="1.0" encoding="UTF-8"?>
 )";
 
 // What the indicator service hands to the panel for one item: what the panel draws.
-struct HostEntry
-{
-    QString iconName;
-    QString iconThemePath;
-    QString label;
-};
+struct HostEntry { QString iconName, iconThemePath, label; };
 
 QList<HostEntry> hostEntries(QDBusConnection &bus)
 {

@@ -39,7 +39,7 @@ TEST(DashboardLogic, HeadlineCases)
     const QSet<RevenueKind> none;
     using Headline = DashboardLogic::Headline;
     using State = Headline::State;
-    const struct { const char *name; QSet<RevenueKind> unavailable; bool loading, privacy; Headline expected; }
+    const struct { const char *name; QSet<RevenueKind> failed; bool incomplete, privacy; Headline expected; }
         cases[] = {
         {"amount with churn line", none, false, false, {State::Amount, u"$1348"_s, u"MRR lost from cancellations: -$99"_s}},
         {"loading deeper history", none, true, false, {State::Loading, {}, {}}},
@@ -51,7 +51,7 @@ TEST(DashboardLogic, HeadlineCases)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         prefs.privacyMode = c.privacy;
-        EXPECT_EQ(DashboardLogic::headline(totals, c.unavailable, prefs, c.loading), c.expected);
+        EXPECT_EQ(DashboardLogic::headline(totals, c.failed, prefs, c.incomplete), c.expected);
     }
     prefs.privacyMode = false;
     EXPECT_TRUE(DashboardLogic::headline(Totals{10, 0, 0}, none, prefs, false).churnLine.isEmpty());

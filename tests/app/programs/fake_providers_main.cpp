@@ -62,7 +62,8 @@ int main(int argc, char **argv)
     parser.process(app);
 
     using enum CannedProviders::Scenario;
-    const QHash<QString, CannedProviders::Scenario> scenarios{{u"today"_s, TodayOnly}, {u"slow"_s, Slow}, {u"failing"_s, Failing}};
+    const QHash<QString, CannedProviders::Scenario> scenarios{
+        {u"today"_s, TodayOnly}, {u"slow"_s, Slow}, {u"failing"_s, Failing}};
     const CannedProviders::Scenario s = scenarios.value(parser.value(scenario), AtRisk);
 
     const Date now = Date::fromDateTime(QDateTime::currentDateTimeUtc());

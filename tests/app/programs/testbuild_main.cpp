@@ -30,14 +30,15 @@ bool seedAccounts(const Storage &storage, const QStringList &specs)
     for (const QString &fields : specs) {
         const QStringList parts = fields.split(u':');
         if (parts[0] == u"demo"_s && parts.size() >= 2) {
-            accounts.append({.id = QUuid::fromString(u"{D3E40000-0000-4000-8000-000000000019}"_s), .name = parts[1],
-                             .provider = AccountProvider::Demo});
+            const QUuid demoId = QUuid::fromString(u"{D3E40000-0000-4000-8000-000000000019}"_s);
+            accounts.append({.id = demoId, .name = parts[1], .provider = AccountProvider::Demo});
             continue;
         }
         if (parts.size() < 3)
             return false;
         const bool paypal = parts[0] == u"paypal"_s;
-        accounts.append({.name = parts[1], .provider = paypal ? AccountProvider::PayPal : AccountProvider::Stripe,
+        accounts.append({.name = parts[1],
+                         .provider = paypal ? AccountProvider::PayPal : AccountProvider::Stripe,
                          .stripeRestrictedKey = paypal ? QString() : parts[2],
                          .paypalClientId = paypal ? parts[2] : QString(),
                          .paypalSecret = paypal ? parts.value(3) : QString()});
