@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/RevenueEngine.h"
+#include "shell/QuorvaneApp.h"
 #include "support/VirtualClock.h"
 
 #include <QTemporaryDir>
@@ -22,12 +23,7 @@ struct AppFixture : ::testing::Test
 
     EngineEnvironment environment() const
     {
-        EngineEnvironment env;
-        env.storage = storage();
-        env.clock = clock;
-        env.calendar = calendar;
-        env.startLoops = false;
-        return env;
+        return {.storage = storage(), .clock = clock, .calendar = calendar, .startLoops = false};
     }
 
     RevenueEngine &startEngine()
@@ -42,17 +38,16 @@ struct AppFixture : ::testing::Test
     static PaymentEvent event(const QString &id, Date date, RevenueKind kind, double usd, const QUuid &account,
                               const QString &accountName = QStringLiteral("Acme"))
     {
-        PaymentEvent e;
-        e.id = id;
-        e.date = date;
-        e.amount = usd;
-        e.currency = QStringLiteral("usd");
-        e.usdAmount = usd;
-        e.accountId = account;
-        e.accountName = accountName;
-        e.kind = kind;
-        e.description = QStringLiteral("Payment ") + id;
-        e.customerEmail = id + QStringLiteral("@example.com");
-        return e;
+        return {.id = id, .date = date, .amount = usd, .currency = QStringLiteral("usd"), .usdAmount = usd,
+                .accountId = account, .accountName = accountName, .kind = kind,
+                .description = u"Payment " + id, .customerEmail = id + u"@example.com"};
+    }
+
+    // The whole application on this fixture's data folder, zone and locale, with no tray item
+    // unless asked for and its login item in a folder of its own.
+    AppOptions appOptions(bool tray = false) const
+    {
+        return {.environment = environment(), .locale = locale,
+                .autostartConfigHome = dir.filePath(QStringLiteral("config")), .createTray = tray};
     }
 };

@@ -13,18 +13,10 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
 {
     const Date now = Date::fromUnix(1'773'144'000);
     const auto sub = [&](AtRiskKind kind, double daysFromNow) {
-        AtRiskSub s;
-        s.id = u"sub_1"_s;
-        s.kind = kind;
-        s.sinceDate = now.addingSeconds(daysFromNow * 86400);
-        s.latestInvoiceId = u"in_1"_s;
-        return s;
+        return AtRiskSub{.id = u"sub_1"_s, .kind = kind, .sinceDate = now.addingSeconds(daysFromNow * 86400),
+                         .latestInvoiceId = u"in_1"_s};
     };
-    const struct
-    {
-        AtRiskSub sub;
-        QString label;
-    } labels[] = {
+    const struct { AtRiskSub sub; QString label; } labels[] = {
         {sub(AtRiskKind::PastDue, 5.5), u"Next retry in 5d"_s},
         {sub(AtRiskKind::PastDue, 0.125), u"Next retry imminent"_s},
         {sub(AtRiskKind::PastDue, -2), u"Next retry imminent"_s},
@@ -40,11 +32,7 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
     const QString scope = u"Restricted key is missing the `Invoice \u2192 Write` scope. Edit the key in Stripe and set "
                           u"Invoice \u2192 Write."_s;
     const QString longText(300, u'x');
-    const struct
-    {
-        RetryOutcome outcome;
-        QString message;
-    } messages[] = {
+    const struct { RetryOutcome outcome; QString message; } messages[] = {
         {{false, u"Wait 2s before next retry. (scope)"_s, true}, u"Wait 2s before next retry. (scope)"_s},
         {{false, u"Stripe HTTP 403: {\"error\":{\"message\":\"The provided key does not have the required permissions\"}}"_s, false}, scope},
         {{false, u"Stripe HTTP 402: {\"error\":{\"type\":\"card_error\",\"message\":\"Your card was declined.\"}}"_s, false},
@@ -72,8 +60,7 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
 
 TEST_F(AppFixture, AtRiskModelGroupsByKindRetriesAndMasks)
 {
-    const Account demo = Account::newDemoAccount();
-    storage().saveAccounts({demo});
+    storage().saveAccounts({Account::newDemoAccount()});
     RevenueEngine &e = startEngine();
     AtRiskModel model(&e, locale);
     QAbstractItemModelTester tester(&model);

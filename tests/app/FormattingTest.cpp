@@ -12,16 +12,11 @@ using namespace Qt::StringLiterals;
 
 TEST(Formatting, DurationPicksMillisecondsSecondsOrMinutes)
 {
-    const struct
-    {
-        double seconds;
-        const char *expected;
-    } cases[] = {{0.25, "250ms"}, {0.0, "0ms"}, {0.9994, "999ms"}, {1.0, "1.0s"}, {12.34, "12.3s"},
-                 {59.94, "59.9s"}, {60.0, "1m 0s"}, {125.0, "2m 5s"}, {3725.9, "62m 5s"}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.seconds);
-        EXPECT_EQ(formatDuration(c.seconds), QString::fromUtf8(c.expected));
-    }
+    const struct { double seconds; const char *expected; } cases[] = {{0.25, "250ms"}, {0.0, "0ms"},
+        {0.9994, "999ms"}, {1.0, "1.0s"}, {12.34, "12.3s"}, {59.94, "59.9s"}, {60.0, "1m 0s"},
+        {125.0, "2m 5s"}, {3725.9, "62m 5s"}};
+    for (const auto &c : cases)
+        EXPECT_EQ(formatDuration(c.seconds), QString::fromUtf8(c.expected)) << c.seconds;
 }
 
 TEST(Formatting, EventDateLabelSaysTodayYesterdayRelativeOrDate)
@@ -30,12 +25,7 @@ TEST(Formatting, EventDateLabelSaysTodayYesterdayRelativeOrDate)
     const QLocale locale(QLocale::English, QLocale::UnitedStates);
     // 2026-03-10 12:00 UTC is 13:00 in Berlin.
     const Date now = Date::fromUnix(1'773'144'000);
-    const struct
-    {
-        const char *name;
-        double secondsAgo;
-        const char *expected;
-    } cases[] = {
+    const struct { const char *name; double secondsAgo; const char *expected; } cases[] = {
         {"earlier today", 3 * 3600, "Today at 10:00 AM"},
         {"just after midnight", 13 * 3600 - 60, "Today at 12:01 AM"},
         {"just before midnight", 13 * 3600 + 60, "Yesterday at 11:59 PM"},
@@ -45,47 +35,36 @@ TEST(Formatting, EventDateLabelSaysTodayYesterdayRelativeOrDate)
         {"exactly a week ago", 604800, "Mar 3 at 1:00 PM"},
         {"last month", 20 * 86400, "Feb 18 at 1:00 PM"},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(eventDateLabel(now.addingSeconds(-c.secondsAgo), now, calendar, locale), QString::fromUtf8(c.expected));
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(eventDateLabel(now.addingSeconds(-c.secondsAgo), now, calendar, locale), QString::fromUtf8(c.expected))
+            << c.name;
 }
 
 TEST(Formatting, RelativeTimeUsesFullUnitsInBothDirections)
 {
     const Date now = Date::fromUnix(1'773'144'000);
-    const struct
-    {
-        double secondsAgo;
-        const char *expected;
-    } cases[] = {{0.2, "just now"}, {1, "1 second ago"}, {59, "59 seconds ago"}, {60, "1 minute ago"},
-                 {150, "2 minutes ago"}, {3 * 3600, "3 hours ago"}, {86400, "1 day ago"},
-                 {-7200, "in 2 hours"}, {40 * 86400, "1 month ago"}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.secondsAgo);
-        EXPECT_EQ(relativeTime(now.addingSeconds(-c.secondsAgo), now), QString::fromUtf8(c.expected));
-    }
+    const struct { double secondsAgo; const char *expected; } cases[] = {{0.2, "just now"},
+        {1, "1 second ago"}, {59, "59 seconds ago"}, {60, "1 minute ago"}, {150, "2 minutes ago"},
+        {3 * 3600, "3 hours ago"}, {86400, "1 day ago"}, {-7200, "in 2 hours"}, {40 * 86400, "1 month ago"}};
+    for (const auto &c : cases)
+        EXPECT_EQ(relativeTime(now.addingSeconds(-c.secondsAgo), now), QString::fromUtf8(c.expected))
+            << c.secondsAgo;
 }
 
 TEST(Formatting, NativeAmountsGroupAndShowCentsOnlyWhenNeeded)
 {
-    const QLocale us(QLocale::English, QLocale::UnitedStates);
-    const QLocale de(QLocale::German, QLocale::Germany);
-    EXPECT_EQ(formatNative(49, us), u"49");
-    EXPECT_EQ(formatNative(1234567, us), u"1,234,567");
-    EXPECT_EQ(formatNative(12.5, us), u"12.50");
-    EXPECT_EQ(formatNative(1499.99, us), u"1,499.99");
-    EXPECT_EQ(formatNative(1499.99, de), u"1.499,99");
+    const QLocale us(QLocale::English, QLocale::UnitedStates), de(QLocale::German, QLocale::Germany);
+    const struct { double amount; const QLocale &locale; const char *expected; } cases[] = {
+        {49, us, "49"}, {1234567, us, "1,234,567"}, {12.5, us, "12.50"}, {1499.99, us, "1,499.99"},
+        {1499.99, de, "1.499,99"}};
+    for (const auto &c : cases)
+        EXPECT_EQ(formatNative(c.amount, c.locale), QString::fromUtf8(c.expected)) << c.expected;
 }
 
 TEST(Formatting, ChartYLabelsUseDollarMagnitudesAndHideInPrivacy)
 {
-    const struct
-    {
-        double value;
-        const char *expected;
-    } cases[] = {{0, "$0"}, {250, "$250"}, {999.4, "$999"}, {1000, "$1.0K"}, {2500, "$2.5K"},
-                 {1'200'000, "$1.2M"}, {-250, "$-250"}, {-2500, "$-2500"}};
+    const struct { double value; const char *expected; } cases[] = {{0, "$0"}, {250, "$250"}, {999.4, "$999"},
+        {1000, "$1.0K"}, {2500, "$2.5K"}, {1'200'000, "$1.2M"}, {-250, "$-250"}, {-2500, "$-2500"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.value);
         // Negative values never shorten: the K and M branches need a value above the line.
@@ -96,36 +75,25 @@ TEST(Formatting, ChartYLabelsUseDollarMagnitudesAndHideInPrivacy)
 
 TEST(Formatting, XStrideGivesAboutSixLabels)
 {
-    const struct
-    {
-        qsizetype buckets;
-        int stride;
-    } cases[] = {{0, 1}, {1, 1}, {6, 1}, {7, 2}, {13, 3}, {30, 5}, {31, 6}, {90, 15}, {91, 16}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.buckets);
-        EXPECT_EQ(xStride(c.buckets), c.stride);
-    }
+    const struct { qsizetype buckets; int stride; } cases[]
+        = {{0, 1}, {1, 1}, {6, 1}, {7, 2}, {13, 3}, {30, 5}, {31, 6}, {90, 15}, {91, 16}};
+    for (const auto &c : cases)
+        EXPECT_EQ(xStride(c.buckets), c.stride) << c.buckets;
 }
 
 TEST(Formatting, LinkLabels)
 {
-    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://dashboard.stripe.com/acct_1/invoices/in_1"))), u"stripe.com");
-    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("https://www.paypal.com/activity"))), u"www.paypal.com");
-    EXPECT_EQ(linkLabel(QUrl(QStringLiteral("relative/path"))), u"Open");
+    EXPECT_EQ(linkLabel(QUrl(u"https://dashboard.stripe.com/acct_1/invoices/in_1"_s)), u"stripe.com");
+    EXPECT_EQ(linkLabel(QUrl(u"https://www.paypal.com/activity"_s)), u"www.paypal.com");
+    EXPECT_EQ(linkLabel(QUrl(u"relative/path"_s)), u"Open");
 }
 
 TEST(Chart, PlotsStackNewAndRecurringAboveAndChurnBelow)
 {
-    const QList<DailyBucket> buckets = {
-        {Date::fromUnix(0), 10, 20, 0},
-        {Date::fromUnix(86400), 0, 0, 0},
-        {Date::fromUnix(172800), 0, 0, 30},
-        {Date::fromUnix(259200), -5, 7, 0},
-    };
-    const QList<Plot> expected = {{0, 10, QStringLiteral("New")},
-                                  {0, 20, QStringLiteral("Recurring")},
-                                  {2, -30, QStringLiteral("Churn")},
-                                  {3, 7, QStringLiteral("Recurring")}};
+    const QList<DailyBucket> buckets = {{Date::fromUnix(0), 10, 20, 0}, {Date::fromUnix(86400), 0, 0, 0},
+                                        {Date::fromUnix(172800), 0, 0, 30}, {Date::fromUnix(259200), -5, 7, 0}};
+    const QList<Plot> expected
+        = {{0, 10, u"New"_s}, {0, 20, u"Recurring"_s}, {2, -30, u"Churn"_s}, {3, 7, u"Recurring"_s}};
     EXPECT_EQ(plotData(buckets), expected);
 }
 
@@ -157,9 +125,8 @@ TEST(Chart, ModelLabelsEveryStrideDayAndMasksYInPrivacy)
     QStringList texts;
     for (const auto &l : model.xLabels())
         texts.append(l.text);
-    EXPECT_EQ(texts, (QStringList{QStringLiteral("Mar 1"), QStringLiteral("Mar 4"), QStringLiteral("Mar 7"),
-                                  QStringLiteral("Mar 10"), QStringLiteral("Mar 13")}));
-    EXPECT_FALSE(model.yLabels().contains(QStringLiteral("•")));
+    EXPECT_EQ(texts, (QStringList{u"Mar 1"_s, u"Mar 4"_s, u"Mar 7"_s, u"Mar 10"_s, u"Mar 13"_s}));
+    EXPECT_FALSE(model.yLabels().contains(u"•"_s));
     model.setData(buckets, first, last, calendar, true);
     for (const QString &label : model.yLabels())
         EXPECT_EQ(label, u"•");
@@ -181,10 +148,8 @@ TEST(Chart, EveryDayOfTheRangeIsASlotAndHoverReadsItsFigures)
     EXPECT_EQ(calendar.local(slots[0].date).date(), QDate(2026, 3, 1));
     EXPECT_EQ(slots[1].newMRR, 10);
     EXPECT_EQ(slots[4].churn, 4);
-    double rest = 0;
-    for (int i : {0, 2, 3, 5, 6})
-        rest += slots[i].newMRR + slots[i].recurringMRR + slots[i].churn;
-    EXPECT_EQ(rest, 0); // the day before the range is dropped, empty days stay empty
+    for (int i : {0, 2, 3, 5, 6}) // the day before the range is dropped, empty days stay empty
+        EXPECT_EQ(slots[i].newMRR + slots[i].recurringMRR + slots[i].churn, 0) << "day " << i;
     EXPECT_TRUE(daySlots(sparse, QDate(2026, 3, 7), QDate(2026, 3, 1), calendar).isEmpty());
 
     ChartModel model(QLocale(QLocale::English, QLocale::UnitedStates));
@@ -199,12 +164,8 @@ TEST(Chart, EveryDayOfTheRangeIsASlotAndHoverReadsItsFigures)
 
 TEST(Formatting, NegatedAmountsNeverSignAZero)
 {
-    const struct
-    {
-        const char *text;
-        const char *expected;
-    } cases[] = {{"$0", "$0"}, {"$ 0.00", "$ 0.00"}, {"€0", "€0"}, {"$12", "-$12"}, {"$0.5K", "-$0.5K"},
-                 {"$ 1,200", "-$ 1,200"}, {"$•••", "-$•••"}};
+    const struct { const char *text, *expected; } cases[] = {{"$0", "$0"}, {"$ 0.00", "$ 0.00"},
+        {"€0", "€0"}, {"$12", "-$12"}, {"$0.5K", "-$0.5K"}, {"$ 1,200", "-$ 1,200"}, {"$•••", "-$•••"}};
     for (const auto &c : cases)
         EXPECT_EQ(negated(QString::fromUtf8(c.text)), QString::fromUtf8(c.expected)) << c.text;
 }
@@ -213,12 +174,7 @@ TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
 {
     const QString stripeBody
         = uR"({"error": {"code": "api_key_expired", "message": "Expired API Key provided: rk_live_****Key", "type": "invalid_request_error"}})"_s;
-    const struct
-    {
-        const char *name;
-        QString lastError;
-        QString summary;
-    } cases[] = {
+    const struct { const char *name; QString lastError, summary; } cases[] = {
         {"Stripe JSON body", u"[Acme] Stripe HTTP 401: "_s + stripeBody,
          u"[Acme] Stripe HTTP 401: Expired API Key provided: rk_live_****Key"_s},
         {"PayPal description", uR"([Shop] PayPal HTTP 401: {"error":"invalid_client","error_description":"Client Authentication failed"})"_s,
@@ -242,24 +198,19 @@ TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
 TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)
 {
     QList<PaymentEvent> feed;
-    for (const char *currency : {"usd", "xyz", "eur", "XYZ", "abc"}) {
-        PaymentEvent e;
-        e.currency = QString::fromLatin1(currency);
-        feed.append(e);
-    }
+    for (const char *currency : {"usd", "xyz", "eur", "XYZ", "abc"})
+        feed.append({.currency = QString::fromLatin1(currency)});
     EXPECT_EQ(Formatting::unconvertedNotes(feed, {0, 1, 2, 3, 4}),
-              (QStringList{QStringLiteral("2 payments in XYZ not converted"), QStringLiteral("1 payment in ABC not converted")}));
+              (QStringList{u"2 payments in XYZ not converted"_s, u"1 payment in ABC not converted"_s}));
     EXPECT_EQ(Formatting::unconvertedNotes(feed, {0, 2}), QStringList());
 }
 
 TEST(Formatting, SkippedRecordsAreCountedPerAccountInTheAccountsOrder)
 {
     QList<Account> accounts;
-    for (const char *name : {"Acme", "Beta", "Quiet"}) {
-        accounts.append(Account::newAccount(AccountProvider::Stripe));
-        accounts.last().name = QString::fromLatin1(name);
-    }
+    for (const char *name : {"Acme", "Beta", "Quiet"})
+        accounts.append({.name = QString::fromLatin1(name)});
     EXPECT_EQ(Formatting::skippedRecordNotes({{accounts[1].id, 1}, {accounts[0].id, 2}, {QUuid::createUuid(), 4}}, accounts),
-              (QStringList{QStringLiteral("2 records from Acme could not be read and were skipped"),
-                           QStringLiteral("1 record from Beta could not be read and was skipped")}));
+              (QStringList{u"2 records from Acme could not be read and were skipped"_s,
+                           u"1 record from Beta could not be read and was skipped"_s}));
 }

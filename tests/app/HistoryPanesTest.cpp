@@ -12,18 +12,9 @@ using namespace Qt::StringLiterals;
 TEST(AchievementsLogic, HandEditsOnlyRaiseRecordsInUSD)
 {
     const TimeContext calendar(QTimeZone("Europe/Berlin"), Qt::Monday);
-    AchievementsState stored;
-    stored.bestDayUSD = 500;
-    stored.bestDayDate = Date::fromUnix(1'773'100'000);
+    const AchievementsState stored{.bestDayUSD = 500, .bestDayDate = Date::fromUnix(1'773'100'000)};
     const QDate picked(2025, 12, 24);
-    const struct
-    {
-        const char *name;
-        QString draft;
-        QString currency;
-        double bestDay;
-        bool redated;
-    } cases[] = {
+    const struct { const char *name; QString draft, currency; double bestDay; bool redated; } cases[] = {
         {"grouped digits", u"1,250"_s, u"USD"_s, 1250, true},
         {"converted from euros", u"1000"_s, u"EUR"_s, 1080, true},
         {"below the record", u"499"_s, u"USD"_s, 500, false},
@@ -49,10 +40,7 @@ TEST(AchievementsLogic, CaptionsAndNextMilestones)
     EXPECT_EQ(AchievementsLogic::caption(0, 0, prefs), (AchievementsLogic::Caption{u"First record"_s, false}));
     EXPECT_EQ(AchievementsLogic::caption(10, 300, prefs).text, u"Best $300"_s);
 
-    AchievementsState s;
-    s.bestDayUSD = 100'000; // every day milestone reached
-    s.bestWeekUSD = 999;
-    s.bestMonthUSD = 0;
+    const AchievementsState s{.bestDayUSD = 100'000, .bestWeekUSD = 999}; // every day milestone reached
     auto rows = AchievementsLogic::nextUp(s, prefs);
     ASSERT_EQ(rows.size(), 2);
     EXPECT_EQ(rows[0].period, AchievementPeriod::Week);

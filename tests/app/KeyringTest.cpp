@@ -1,11 +1,11 @@
 #include "AppFixture.h"
 #include "platform/KeychainSecretStore.h"
+#include "support/ChildProcess.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -18,9 +18,7 @@ using namespace Qt::StringLiterals;
 TEST_F(AppFixture, KeysLiveInARealSecretServiceAndSurviveARestart)
 {
     if (qEnvironmentVariableIsSet("QUORVANE_PRIVATE_KEYRING")) {
-        Account acme;
-        acme.name = u"Acme"_s;
-        acme.stripeRestrictedKey = u"rk_live_moved"_s;
+        const Account acme{.name = u"Acme"_s, .stripeRestrictedKey = u"rk_live_moved"_s};
         storage().saveAccounts({acme});
         EngineEnvironment withKeyring = environment();
         withKeyring.secrets = makeDesktopSecretStore();
@@ -53,27 +51,20 @@ TEST_F(AppFixture, KeysLiveInARealSecretServiceAndSurviveARestart)
     const QString keyringDaemon = QStandardPaths::findExecutable(u"gnome-keyring-daemon"_s);
     if (dbusDaemon.isEmpty() || keyringDaemon.isEmpty() || !makeDesktopSecretStore())
         GTEST_SKIP() << "dbus-daemon, gnome-keyring or QtKeychain is not installed";
-    QProcess bus;
-    bus.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    ASSERT_TRUE(bus.waitForReadyRead(10000));
-    const QString address = QString::fromUtf8(bus.readLine().trimmed());
+    ChildProcess bus, keyring;
+    bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    const QString address = firstLine(bus.process, 10000);
+    ASSERT_FALSE(address.isEmpty());
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, address);
     env.insert(u"HOME"_s, dir.path());
     env.insert(u"XDG_DATA_HOME"_s, dir.filePath(u"share"_s));
     env.insert(u"XDG_RUNTIME_DIR"_s, dir.path());
-    QProcess keyring;
-    keyring.setProcessEnvironment(env);
-    keyring.start(keyringDaemon, {u"--unlock"_s, u"--components=secrets"_s, u"--foreground"_s});
-    const auto stop = qScopeGuard([&] {
-        keyring.kill();
-        keyring.waitForFinished(5000);
-        bus.kill();
-        bus.waitForFinished(5000);
-    });
-    ASSERT_TRUE(keyring.waitForStarted(10000));
-    keyring.write("pw");
-    keyring.closeWriteChannel();
+    keyring.process.setProcessEnvironment(env);
+    keyring.process.start(keyringDaemon, {u"--unlock"_s, u"--components=secrets"_s, u"--foreground"_s});
+    ASSERT_TRUE(keyring.process.waitForStarted(10000));
+    keyring.process.write("pw");
+    keyring.process.closeWriteChannel();
     {
         QDBusConnection probe = QDBusConnection::connectToBus(address, u"keyring-probe"_s);
         EXPECT_TRUE(QTest::qWaitFor(

@@ -23,10 +23,7 @@ class RecordingNotificationServer : public QObject
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
-    struct Call
-    {
-        QString appName, appIcon, summary, body, identifier;
-    };
+    struct Call { QString appName, appIcon, summary, body, identifier; };
     QList<Call> calls;
     QStringList capabilities{u"body"_s};
 
@@ -51,7 +48,10 @@ struct CountingSound final : SaleSound
     void play() override { ++plays; }
 };
 
-QJsonObject paidInvoice(const QString &id, const QString &reason, qint64 at, qint64 cents, const QString &type)
+const QString succeeded = u"invoice.payment_succeeded"_s;
+
+QJsonObject paidInvoice(const QString &id, const QString &reason, qint64 at, qint64 cents,
+                        const QString &type = succeeded)
 {
     return StripeBodies::event(u"evt_"_s + id, type, at,
                                invoice({.id = id, .amountPaid = cents, .created = at, .billingReason = reason,
@@ -84,21 +84,13 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         return FakeResponse::json(200, page(byType.value(r.query(u"type"_s)), false));
     });
     stripe.setFallback([](const RecordedRequest &r) { return FakeResponse::json(200, page({}, false, QString::fromUtf8(r.path))); });
-    Account acme = Account::newAccount(AccountProvider::Stripe);
-    acme.name = u"Acme & Co"_s;
-    acme.stripeRestrictedKey = u"rk_test_notify"_s;
-    ASSERT_TRUE(storage().saveAccounts({acme}));
+    const Account acme{.name = u"Acme & Co"_s, .stripeRestrictedKey = u"rk_test_notify"_s};
 
-    struct Row
-    {
-        const char *name;
-        bool serverOnBus;
-        QStringList capabilities;
-    };
-    const Row rows[] = {{"plain bodies", true, {u"body"_s}},
-                        {"markup bodies are escaped", true, {u"body"_s, u"body-markup"_s}},
-                        {"no server: nothing posted, nothing rings", false, {}}};
-    for (const Row &row : rows) {
+    const struct { const char *name; bool serverOnBus; QStringList capabilities; } rows[] = {
+        {"plain bodies", true, {u"body"_s}},
+        {"markup bodies are escaped", true, {u"body"_s, u"body-markup"_s}},
+        {"no server: nothing posted, nothing rings", false, {}}};
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         if (row.serverOnBus)
             ASSERT_TRUE(serverSide.registerService(u"org.freedesktop.Notifications"_s));
@@ -120,16 +112,13 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
 
         // The first cycle of a process without stored history only learns what exists.
-        byType[u"invoice.payment_succeeded"_s] = {paidInvoice(u"in_known"_s, u"subscription_cycle"_s, now - 30, 900,
-                                                              u"invoice.payment_succeeded"_s)};
+        byType[succeeded] = {paidInvoice(u"in_known"_s, u"subscription_cycle"_s, now - 30, 900)};
         QCoro::waitFor(e.refresh());
         ASSERT_EQ(e.feed().size(), 1);
 
         clock->advance(60);
-        byType[u"invoice.payment_succeeded"_s].append(
-            paidInvoice(u"in_new"_s, u"subscription_create"_s, now + 20, 4900, u"invoice.payment_succeeded"_s));
-        byType[u"invoice.payment_succeeded"_s].append(
-            paidInvoice(u"in_stale"_s, u"subscription_cycle"_s, now - 700, 1000, u"invoice.payment_succeeded"_s));
+        byType[succeeded].append(paidInvoice(u"in_new"_s, u"subscription_create"_s, now + 20, 4900));
+        byType[succeeded].append(paidInvoice(u"in_stale"_s, u"subscription_cycle"_s, now - 700, 1000));
         byType[u"invoice.payment_failed"_s] = {
             paidInvoice(u"in_failed"_s, u"subscription_cycle"_s, now + 30, 1250, u"invoice.payment_failed"_s)};
         QCoro::waitFor(e.refresh());
@@ -171,23 +160,15 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
 
 TEST(NotificationText, AmountsAreSignedForMoneyGoingOutAndNeverLocalised)
 {
-    struct Row
-    {
-        RevenueKind kind;
-        double amount;
-        const char *currency;
-        QString text;
-    };
-    const Row rows[] = {{RevenueKind::Refund, 12.5, "usd", u"-$12.50"_s},
-                        {RevenueKind::New, 4999, "inr", u"4999.00 INR"_s},
-                        {RevenueKind::Churn, 12.5, "EUR", u"-12.50 EUR"_s},
-                        {RevenueKind::Failed, 1234567.891, "USD", u"$1234567.89"_s}};
+    const struct { RevenueKind kind; double amount; const char *currency; QString text; } rows[] = {
+        {RevenueKind::Refund, 12.5, "usd", u"-$12.50"_s},
+        {RevenueKind::New, 4999, "inr", u"4999.00 INR"_s},
+        {RevenueKind::Churn, 12.5, "EUR", u"-12.50 EUR"_s},
+        {RevenueKind::Failed, 1234567.891, "USD", u"$1234567.89"_s}};
     QLocale::setDefault(QLocale(QLocale::German));
-    for (const Row &row : rows) {
-        PaymentEvent e;
-        e.kind = row.kind;
-        e.amount = row.amount;
-        e.currency = QString::fromLatin1(row.currency);
+    for (const auto &row : rows) {
+        const PaymentEvent e{.amount = row.amount, .currency = QString::fromLatin1(row.currency),
+                             .kind = row.kind};
         EXPECT_EQ(NotificationText::amountText(e), row.text);
     }
     QLocale::setDefault(QLocale::c());

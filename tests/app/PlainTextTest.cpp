@@ -1,5 +1,4 @@
 #include "AppFixture.h"
-#include "shell/QuorvaneApp.h"
 #include "support/FakeHttpServer.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/FeedModel.h"
@@ -33,21 +32,15 @@ TEST_F(AppFixture, ProviderAndErrorTextIsShownLiterallyAndFetchesNothing)
     server.setFallback([&](const RecordedRequest &) {
         return FakeResponse{503, u"<h1><img src=\"%1\">Down</h1>"_s.arg(pixel).toUtf8(), {{"Content-Type", "text/html"}}};
     });
-    Account acme;
-    acme.name = u"Acme"_s;
-    acme.stripeRestrictedKey = u"rk_test_1"_s;
+    const Account acme{.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s};
     storage().saveAccounts({acme});
     PaymentEvent sale = event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id);
     sale.description = u"<img src=\"%1\"><b>Pro</b> <font size=\"7\">plan</font>"_s.arg(pixel);
     sale.customerEmail = u"<i>x</i>@example.com"_s;
     storage().saveFeed({sale});
 
-    AppOptions options;
-    options.environment = environment();
+    AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = server.baseUrl();
-    options.locale = locale;
-    options.autostartConfigHome = dir.filePath(u"config"_s);
-    options.createTray = false;
     QuorvaneApp app(options);
     ASSERT_TRUE(app.start());
     QCoro::waitFor(app.engine()->refresh());
@@ -63,8 +56,6 @@ TEST_F(AppFixture, ProviderAndErrorTextIsShownLiterallyAndFetchesNothing)
         for (QQuickItem *item : items)
             EXPECT_EQ(item->property("textFormat").toInt(), 0) << "Text.PlainText";
     }
-    int pixelRequests = 0;
     for (const RecordedRequest &r : server.requests())
-        pixelRequests += r.path == "/pixel.png";
-    EXPECT_EQ(pixelRequests, 0);
+        EXPECT_NE(r.path, "/pixel.png");
 }

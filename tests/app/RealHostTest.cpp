@@ -43,12 +43,7 @@ const QByteArray panelConfig = R"(<?xml version="1.0" encoding="UTF-8"?>
 )";
 
 // What the indicator service hands to the panel for one item: what the panel draws.
-struct HostEntry
-{
-    QString iconName;
-    QString iconThemePath;
-    QString label;
-};
+struct HostEntry { QString iconName, iconThemePath, label; };
 
 QList<HostEntry> hostEntries(QDBusConnection &bus)
 {
@@ -100,11 +95,11 @@ QRect iconGreen(const QImage &screen, int stripHeight)
     return found;
 }
 
-bool runTool(const QProcessEnvironment &env, const QString &tool, const QStringList &arguments, QByteArray *out = nullptr)
+bool xdotool(const QProcessEnvironment &env, const QStringList &arguments, QByteArray *out = nullptr)
 {
     QProcess process;
     process.setProcessEnvironment(env);
-    process.start(tool, arguments);
+    process.start(u"xdotool"_s, arguments);
     if (!process.waitForFinished(5000))
         return false;
     if (out)
@@ -119,9 +114,8 @@ bool runTool(const QProcessEnvironment &env, const QString &tool, const QStringL
 // through the host: the label it shows, that it draws our icon, and that its menu opens the panel.
 TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
 {
-    QStringList tools{u"Xvfb"_s, u"dbus-daemon"_s, u"xfce4-panel"_s, u"xdotool"_s, u"import"_s};
     QStringList missing;
-    for (const QString &tool : tools)
+    for (const QString &tool : {u"Xvfb"_s, u"dbus-daemon"_s, u"xfce4-panel"_s, u"xdotool"_s, u"import"_s})
         if (QStandardPaths::findExecutable(tool).isEmpty())
             missing.append(tool);
     if (!QFile::exists(indicatorService) || !QFile::exists(u"/usr/share/xfce4/panel/plugins/indicator.desktop"_s))
@@ -132,9 +126,7 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
 
     const QString config = dir.filePath(u"config"_s);
     ASSERT_TRUE(QDir().mkpath(config + u"/xfce4/xfconf/xfce-perchannel-xml"_s));
-    QFile panelFile(config + u"/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"_s);
-    ASSERT_TRUE(panelFile.open(QIODevice::WriteOnly) && panelFile.write(panelConfig) == panelConfig.size());
-    panelFile.close();
+    ASSERT_TRUE(writeFile(config + u"/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"_s, panelConfig));
     QDir().mkpath(dir.filePath(u"runtime"_s));
     QFile::setPermissions(dir.filePath(u"runtime"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
@@ -201,29 +193,29 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     QRect icon;
     ASSERT_TRUE(waitUntil([&] { return (icon = iconGreen(grabScreen(env), 28)).width() >= 6; }, 10000))
         << "no tray icon drawn in the panel";
+    const QString iconX = QString::number(icon.center().x()), iconY = QString::number(icon.center().y());
 
     // A click on the item opens the host's own menu; its first entry is "Open Quorvane".
     QByteArray window;
     const auto panelShown = [&] {
-        return runTool(env, u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^Quorvane$"_s}, &window);
+        return xdotool(env, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^Quorvane$"_s}, &window);
     };
     // A slow host (or a slow build of the app answering its menu requests) can miss the first
     // click; each attempt closes whatever is open and clicks again.
     const auto openFromMenu = [&] {
-        const QString x = QString::number(icon.center().x()), y = QString::number(icon.center().y());
         for (int attempt = 0; attempt < 3; ++attempt) {
             if (attempt > 0) {
-                runTool(env, u"xdotool"_s, {u"key"_s, u"Escape"_s});
+                xdotool(env, {u"key"_s, u"Escape"_s});
                 waitUntil([&] { return !panelShown(); }, 2000);
             }
-            if (!runTool(env, u"xdotool"_s, {u"mousemove"_s, x, y, u"click"_s, u"1"_s}))
+            if (!xdotool(env, {u"mousemove"_s, iconX, iconY, u"click"_s, u"1"_s}))
                 return false;
             if (panelShown())
                 continue; // the click shows the menu, not the panel: fails when it keeps doing so
             const bool opened = waitUntil(
                 [&] {
                     // Home: the pointer may already rest on another entry.
-                    runTool(env, u"xdotool"_s, {u"key"_s, u"Home"_s, u"Return"_s});
+                    xdotool(env, {u"key"_s, u"Home"_s, u"Return"_s});
                     return waitUntil(panelShown, 1500);
                 },
                 6000);
@@ -237,7 +229,7 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     // The README's picture of the host, when asked for.
     if (const QString capture = qEnvironmentVariable("QUORVANE_HOST_CAPTURE"); !capture.isEmpty()) {
         QByteArray geometry;
-        runTool(env, u"xdotool"_s, {u"getwindowgeometry"_s, u"--shell"_s, QString::fromLatin1(window.trimmed())}, &geometry);
+        xdotool(env, {u"getwindowgeometry"_s, u"--shell"_s, QString::fromLatin1(window.trimmed())}, &geometry);
         QMap<QByteArray, int> value;
         for (const QByteArray &line : geometry.split('\n'))
             if (const auto parts = line.split('='); parts.size() == 2)
@@ -250,16 +242,15 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     }
 
     // It closes like a menu: on Esc, and on a click anywhere else.
-    runTool(env, u"xdotool"_s, {u"key"_s, u"Escape"_s});
+    xdotool(env, {u"key"_s, u"Escape"_s});
     EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 5000)) << "Esc left the panel open";
     ASSERT_TRUE(openFromMenu());
     const QString farX = icon.center().x() < 640 ? u"1200"_s : u"80"_s; // away from the panel
-    runTool(env, u"xdotool"_s, {u"mousemove"_s, farX, u"780"_s, u"click"_s, u"1"_s});
+    xdotool(env, {u"mousemove"_s, farX, u"780"_s, u"click"_s, u"1"_s});
     EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 5000)) << "a click outside left the panel open";
 
     // A middle click is the host's SecondaryActivate: it opens the panel directly.
-    runTool(env, u"xdotool"_s,
-            {u"mousemove"_s, QString::number(icon.center().x()), QString::number(icon.center().y()), u"click"_s, u"2"_s});
+    xdotool(env, {u"mousemove"_s, iconX, iconY, u"click"_s, u"2"_s});
     EXPECT_TRUE(waitUntil(panelShown, 5000)) << "a middle click did not open the panel";
     EXPECT_TRUE(app.process.readAllStandardOutput().isEmpty()); // a normal run prints nothing
 }

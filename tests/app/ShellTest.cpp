@@ -3,7 +3,6 @@
 #include "shell/Appearance.h"
 #include "shell/Navigation.h"
 #include "shell/PanelPlacement.h"
-#include "shell/QuorvaneApp.h"
 #include "shell/Symbols.h"
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"
@@ -19,14 +18,7 @@ TEST(Placement, OpensNextToTheTrayAndStaysOnScreen)
 {
     const QRect available(0, 28, 1920, 1052); // a top panel of 28
     const QSize panel(440, 600);
-    const struct
-    {
-        const char *name;
-        QRect tray;
-        QPoint click;
-        QRect available;
-        QPoint expected;
-    } cases[] = {
+    const struct { const char *name; QRect tray; QPoint click; QRect available; QPoint expected; } cases[] = {
         {"top bar, middle", {1000, 0, 24, 28}, {}, available, {792, 32}},
         {"top bar, far right edge", {1890, 0, 24, 28}, {}, available, {1480, 32}},
         {"top bar, in the corner", {0, 0, 20, 28}, {}, available, {0, 32}},
@@ -53,13 +45,7 @@ TEST(Navigation, PanesAndTheirPayloads)
     Navigation nav;
     int changes = 0;
     QObject::connect(&nav, &Navigation::paneChanged, [&] { ++changes; });
-    const struct
-    {
-        const char *name;
-        std::function<void()> action;
-        const char *pane;
-        const char *detail;
-    } steps[] = {
+    const struct { const char *name; std::function<void()> action; const char *pane, *detail; } steps[] = {
         {"starts on the dashboard", [] {}, "dashboard", ""},
         {"gear", [&] { nav.showSettings(u"general"_s); }, "settings", "general"},
         {"empty state", [&] { nav.showSettings(u"accounts"_s); }, "settings", "accounts"},
@@ -146,16 +132,11 @@ TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
 // Every pane and dialog is shown for real, and none may print a single warning.
 TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
 {
-    Account acme;
-    acme.name = u"Acme"_s;
+    const Account acme{.name = u"Acme"_s};
     storage().saveAccounts({acme});
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
                         event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)});
-    AppOptions options;
-    options.environment = environment();
-    options.locale = locale;
-    options.autostartConfigHome = dir.filePath(u"config"_s);
-    options.createTray = false;
+    AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
     const WarningCollector console;
     {
@@ -203,10 +184,7 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
 // Without any tray host the program would be invisible: the panel opens once by itself.
 TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
 {
-    AppOptions options;
-    options.environment = environment();
-    options.locale = locale;
-    options.autostartConfigHome = dir.filePath(u"config"_s);
+    AppOptions options = appOptions(true);
     options.update.configURL = std::nullopt;
     options.environment.endpoints.icons.enabled = false;
     QuorvaneApp app(options);

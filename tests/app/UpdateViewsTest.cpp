@@ -1,5 +1,4 @@
 #include "AppFixture.h"
-#include "shell/QuorvaneApp.h"
 #include "support/FakeHttpServer.h"
 #include "support/TestUtil.h"
 #include "update/UpdateChecker.h"
@@ -7,21 +6,12 @@
 
 #include <QCoroTask>
 #include <QQuickItem>
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 TEST(UpdateViews, TextsFollowTheLastAnswer)
 {
-    const struct Row
-    {
-        const char *body;
-        const char *status;
-        const char *blocking;
-        const char *banner;
-        const char *download;
-        bool hasDownload;
-    } rows[] = {
+    const struct { const char *body, *status, *blocking, *banner, *download; bool hasDownload; } rows[] = {
         {R"({"latest_version":"2.0","minimum_version":"1.5","download_url":"https://q.dev/get"})", "An update is required.",
          "A newer version of Quorvane is required to continue.", "New version: 2.0", "Download 2.0", true},
         {R"({"latest_version":"","minimum_version":"0","download_url":"","force_update":true,"blocking_message":"Stop"})",
@@ -31,7 +21,8 @@ TEST(UpdateViews, TextsFollowTheLastAnswer)
         {R"({"latest_version":"1.2.0","minimum_version":"1.0","download_url":"https://q.dev"})", "Quorvane is up to date.",
          "A newer version of Quorvane is required to continue.", "New version: 1.2.0", "Download 1.2.0", true},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.body);
         FakeHttpServer web;
         web.enqueue("GET", "/quorvane/version.json", FakeResponse::json(200, row.body));
         UpdateChecker checker({UpdateCheckerEnvironment::configURLFor(web.baseUrl()), u"1.2"_s,
@@ -39,11 +30,11 @@ TEST(UpdateViews, TextsFollowTheLastAnswer)
         UpdateModel model(&checker);
         EXPECT_EQ(model.statusText(), u"Not checked for updates yet."_s);
         QCoro::waitFor(checker.check());
-        EXPECT_EQ(model.statusText(), QString::fromUtf8(row.status)) << row.body;
-        EXPECT_EQ(model.blockingText(), QString::fromUtf8(row.blocking)) << row.body;
-        EXPECT_EQ(model.bannerText(), QString::fromUtf8(row.banner)) << row.body;
-        EXPECT_EQ(model.downloadButtonText(), QString::fromUtf8(row.download)) << row.body;
-        EXPECT_EQ(model.hasDownload(), row.hasDownload) << row.body;
+        EXPECT_EQ(model.statusText(), QString::fromUtf8(row.status));
+        EXPECT_EQ(model.blockingText(), QString::fromUtf8(row.blocking));
+        EXPECT_EQ(model.bannerText(), QString::fromUtf8(row.banner));
+        EXPECT_EQ(model.downloadButtonText(), QString::fromUtf8(row.download));
+        EXPECT_EQ(model.hasDownload(), row.hasDownload);
         EXPECT_EQ(model.currentVersionText(), u"Current: v1.2"_s);
     }
     UpdateChecker off({std::nullopt, u"1.2"_s, std::make_shared<VirtualClock>(), false});
@@ -55,12 +46,8 @@ TEST_F(AppFixture, ABlockedVersionShowsOnlyTheUpdateRequiredView)
     FakeHttpServer web;
     web.enqueue("GET", "/quorvane/version.json",
                 FakeResponse::json(200, R"({"latest_version":"0.3","minimum_version":"0.2","download_url":"https://q.dev"})"));
-    AppOptions options;
-    options.environment = environment();
+    AppOptions options = appOptions();
     options.environment.endpoints.icons.enabled = false;
-    options.locale = locale;
-    options.autostartConfigHome = dir.filePath(u"config"_s);
-    options.createTray = false;
     options.update = {UpdateCheckerEnvironment::configURLFor(web.baseUrl()), u"0.1.0"_s, clock, true};
     const WarningCollector console;
     QuorvaneApp app(options);

@@ -37,15 +37,10 @@ TEST(DashboardLogic, HeadlineCases)
     Preferences prefs;
     const Totals totals{1200, 148, 99};
     const QSet<RevenueKind> none;
-    using State = DashboardLogic::Headline::State;
-    const struct
-    {
-        const char *name;
-        QSet<RevenueKind> unavailable;
-        bool incomplete;
-        bool privacy;
-        DashboardLogic::Headline expected;
-    } cases[] = {
+    using Headline = DashboardLogic::Headline;
+    using State = Headline::State;
+    const struct { const char *name; QSet<RevenueKind> failed; bool incomplete, privacy; Headline expected; }
+        cases[] = {
         {"amount with churn line", none, false, false, {State::Amount, u"$1348"_s, u"MRR lost from cancellations: -$99"_s}},
         {"loading deeper history", none, true, false, {State::Loading, {}, {}}},
         {"both revenue kinds failed", {RevenueKind::New, RevenueKind::Recurring}, false, false, {State::Unavailable, {}, {}}},
@@ -56,7 +51,7 @@ TEST(DashboardLogic, HeadlineCases)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         prefs.privacyMode = c.privacy;
-        EXPECT_EQ(DashboardLogic::headline(totals, c.unavailable, prefs, c.incomplete), c.expected);
+        EXPECT_EQ(DashboardLogic::headline(totals, c.failed, prefs, c.incomplete), c.expected);
     }
     prefs.privacyMode = false;
     EXPECT_TRUE(DashboardLogic::headline(Totals{10, 0, 0}, none, prefs, false).churnLine.isEmpty());
@@ -64,13 +59,7 @@ TEST(DashboardLogic, HeadlineCases)
 
 TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
 {
-    const struct
-    {
-        const char *name;
-        TimeRange range;
-        double customDaysAgo;
-        bool limit;
-    } cases[] = {
+    const struct { const char *name; TimeRange range; double customDaysAgo; bool limit; } cases[] = {
         {"month to date", TimeRange::Mtd, 0, false},
         {"last 30 days", TimeRange::Last30Days, 0, false},
         {"last 90 days", TimeRange::Last90Days, 0, true},
@@ -86,18 +75,9 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
     }
 }
 
-TEST(DashboardLogic, AccountFilterLabelNamesAnUnnamedAccount)
-{
-    const Account unnamed;
-    EXPECT_EQ(DashboardLogic::accountFilterLabel({unnamed}, unnamed.id), u"Account");
-}
-
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
-    Account acme;
-    acme.name = u"Acme"_s;
-    Account beta;
-    beta.name = u"Beta"_s;
+    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
     storage().saveAccounts({acme, beta});
     // Range: last 7 days. Two events inside, two older, one from the other account.
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
@@ -118,18 +98,15 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), (QStringList{u"a"_s, u"b"_s, u"c"_s, QString(), u"d"_s, u"e"_s}));
     EXPECT_EQ(column(*dashboard.feed(), "dividerText")[3], u"Older than last 7 days");
     // Hairlines separate event rows only: none before the divider and none after the last row.
-    EXPECT_EQ(column(*dashboard.feed(), "hairline"),
-              (QStringList{u"true"_s, u"true"_s, u"false"_s, u"false"_s, u"true"_s, u"false"_s}));
-    EXPECT_EQ(column(*dashboard.feed(), "amountText"),
-              (QStringList{u"$ 49"_s, u"-$ 29"_s, u"$ 99"_s, QString(), u"$ 99"_s, u"$ 15"_s}));
+    EXPECT_EQ(column(*dashboard.feed(), "hairline").join(u' '), u"true true false false true false");
+    EXPECT_EQ(column(*dashboard.feed(), "amountText").join(u'|'), u"$ 49|-$ 29|$ 99||$ 99|$ 15");
     EXPECT_EQ(dashboard.feedCount(), 5);
 
     // Filtering to the other account leaves only its event; no divider without older events.
     dashboard.accountFilters()->choose(3);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"Beta");
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), QStringList{u"c"_s});
-    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked"),
-              (QStringList{u"false"_s, u"false"_s, u"false"_s, u"true"_s}));
+    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true");
     // The filtered account is deleted: the label falls back.
     engine.removeAccount(beta);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"All accounts");
@@ -144,8 +121,7 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 
 TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
 {
-    Account acme;
-    acme.name = u"acme"_s;
+    const Account acme{.name = u"acme"_s};
     storage().saveAccounts({acme});
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id, u"acme"_s),
                         event(u"b"_s, daysAgo(1), RevenueKind::Recurring, 99, acme.id, u"acme"_s)});
@@ -160,12 +136,10 @@ TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
     EXPECT_EQ(column(feed, "letter"), (QStringList{u"A"_s, u"A"_s}));
     EXPECT_EQ(column(feed, "emailText")[0], u"a••••@e••••.com");
     EXPECT_EQ(column(feed, "amountText")[0], u"$••••");
-    feed.toggle(0);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"true"_s, u"false"_s}));
-    feed.toggle(1);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"true"_s}));
-    feed.toggle(1);
-    EXPECT_EQ(column(feed, "expanded"), (QStringList{u"false"_s, u"false"_s}));
+    for (const auto &[row, expanded] : {std::pair{0, "true false"}, {1, "false true"}, {1, "false false"}}) {
+        feed.toggle(row);
+        EXPECT_EQ(column(feed, "expanded").join(u' '), QLatin1StringView(expanded)) << "toggled row " << row;
+    }
 
     feed.copyEmail(0);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"a@example.com");
@@ -224,15 +198,11 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     stripe.setFallback([](const RecordedRequest &) { return FakeResponse::json(401, "{\"error\":{}}"); });
     EngineEnvironment env = environment();
     env.endpoints.stripeApi = stripe.baseUrl();
-    engine = std::make_unique<RevenueEngine>(env);
-    RevenueEngine &e = *engine;
+    RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
-    Account acme;
-    acme.name = u"Acme"_s;
-    acme.stripeRestrictedKey = u"rk_test_1"_s;
-    e.upsertAccount(acme);
+    e.upsertAccount({.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s});
     EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
@@ -240,16 +210,9 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
 {
-    const struct
-    {
-        const char *name;
-        AccountProvider provider;
-        const char *key;
-        const char *clientId;
-        const char *secret;
-        bool valid;
-        const char *reason; // part of the text that says why Save is disabled
-    } cases[] = {
+    // reason: part of the text that says why Save is disabled
+    const struct { const char *name; AccountProvider provider; const char *key, *clientId, *secret; bool valid;
+                   const char *reason; } cases[] = {
         {"restricted key", AccountProvider::Stripe, "rk_live_abc", "", "", true, ""},
         {"upper case with spaces", AccountProvider::Stripe, "  RK_live_abc  ", "", "", true, ""},
         {"secret key", AccountProvider::Stripe, "sk_live_abc", "", "", false, "secret key"},
@@ -262,10 +225,9 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        Account a = Account::newAccount(c.provider);
-        a.stripeRestrictedKey = QString::fromUtf8(c.key);
-        a.paypalClientId = QString::fromUtf8(c.clientId);
-        a.paypalSecret = QString::fromUtf8(c.secret);
+        const Account a{.provider = c.provider, .stripeRestrictedKey = QString::fromUtf8(c.key),
+                        .paypalClientId = QString::fromUtf8(c.clientId),
+                        .paypalSecret = QString::fromUtf8(c.secret)};
         EXPECT_EQ(AccountEditor::isValid(a), c.valid);
         const QString reason = AccountEditor::invalidReason(a);
         EXPECT_EQ(reason.isEmpty(), c.valid);
@@ -273,12 +235,11 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
     }
 }
 
-TEST(Accounts, NextAccountNumberTitle)
+TEST(Accounts, UnnamedAccountsAreNumberedInTitlesAndNamedInTheFilter)
 {
-    Account first;
-    Account second;
-    second.name = u"Acme"_s;
+    const Account first, second{.name = u"Acme"_s};
     const QList<Account> two{first, second};
+    EXPECT_EQ(DashboardLogic::accountFilterLabel({first}, first.id), u"Account");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), {}), u"Account 1");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(Account::newAccount(AccountProvider::Stripe), two), u"Account 3");
     EXPECT_EQ(AccountsModel::nextAccountNumberTitle(first, two), u"Account 1");
@@ -349,12 +310,8 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"dashboardCurrency"_s).toString(), u"CAD");
     EXPECT_EQ(general.currencyLabels().first(), u"USD – US Dollar");
 
-    const struct
-    {
-        qint64 from;
-        int direction;
-        qint64 to;
-    } steps[] = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
+    const struct { qint64 from; int direction; qint64 to; } steps[]
+        = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
     for (const auto &s : steps) {
         SCOPED_TRACE(s.from);
         EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to);

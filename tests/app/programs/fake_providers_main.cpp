@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 #include <QImage>
 #include <QPainter>
-#include <QPainterPath>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -25,21 +24,12 @@ QByteArray logoPng()
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
     QLinearGradient fill(0, 0, 64, 64);
-    fill.setColorAt(0, QColor(255, 138, 76));
-    fill.setColorAt(1, QColor(226, 64, 110));
+    fill.setStops({{0, QColor(255, 138, 76)}, {1, QColor(226, 64, 110)}});
     p.setBrush(fill);
     p.setPen(Qt::NoPen);
     p.drawRoundedRect(QRectF(0, 0, 64, 64), 14, 14);
-    QPainterPath peak;
-    peak.moveTo(14, 48);
-    peak.lineTo(32, 14);
-    peak.lineTo(50, 48);
-    peak.lineTo(41, 48);
-    peak.lineTo(32, 30);
-    peak.lineTo(23, 48);
-    peak.closeSubpath();
     p.setBrush(Qt::white);
-    p.drawPath(peak);
+    p.drawPolygon(QPolygonF({{14, 48}, {32, 14}, {50, 48}, {41, 48}, {32, 30}, {23, 48}})); // a peak
     p.end();
     QByteArray png;
     QBuffer buffer(&png);
@@ -71,19 +61,13 @@ int main(int argc, char **argv)
     parser.addOptions({scenario, update, watcher});
     parser.process(app);
 
-    const QString name = parser.value(scenario);
-    CannedProviders::Scenario s = CannedProviders::Scenario::AtRisk;
-    if (name == u"today"_s)
-        s = CannedProviders::Scenario::TodayOnly;
-    else if (name == u"slow"_s)
-        s = CannedProviders::Scenario::Slow;
-    else if (name == u"failing"_s)
-        s = CannedProviders::Scenario::Failing;
+    using enum CannedProviders::Scenario;
+    const QHash<QString, CannedProviders::Scenario> scenarios{
+        {u"today"_s, TodayOnly}, {u"slow"_s, Slow}, {u"failing"_s, Failing}};
+    const CannedProviders::Scenario s = scenarios.value(parser.value(scenario), AtRisk);
 
     const Date now = Date::fromDateTime(QDateTime::currentDateTimeUtc());
-    FakeHttpServer stripe;
-    FakeHttpServer paypal;
-    FakeHttpServer web;
+    FakeHttpServer stripe, paypal, web;
     CannedProviders::installStripe(stripe, s, now);
     CannedProviders::installPayPal(paypal);
     web.enqueue("GET", "/quorvane/version.json", FakeResponse::json(200, versionFile(parser.value(update))));
@@ -92,9 +76,8 @@ int main(int argc, char **argv)
         return request.path.startsWith("/ip3/") ? FakeResponse{200, logo, {{"Content-Type", "image/png"}}}
                                                 : FakeResponse{404, {}, {}};
     });
-    std::unique_ptr<FakeStatusNotifierWatcher> sni;
-    if (parser.isSet(watcher))
-        sni = std::make_unique<FakeStatusNotifierWatcher>(QDBusConnection::sessionBus());
+    using Watcher = FakeStatusNotifierWatcher;
+    const auto sni = parser.isSet(watcher) ? std::make_unique<Watcher>(QDBusConnection::sessionBus()) : nullptr;
 
     std::printf("stripe=%s\npaypal=%s\nweb=%s\n", qPrintable(stripe.baseUrl().toString()),
                 qPrintable(paypal.baseUrl().toString()), qPrintable(web.baseUrl().toString()));

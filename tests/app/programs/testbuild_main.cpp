@@ -30,23 +30,18 @@ bool seedAccounts(const Storage &storage, const QStringList &specs)
     for (const QString &fields : specs) {
         const QStringList parts = fields.split(u':');
         if (parts[0] == u"demo"_s && parts.size() >= 2) {
-            Account demo = Account::newDemoAccount();
-            demo.id = QUuid::fromString(u"{D3E40000-0000-4000-8000-000000000019}"_s);
-            demo.name = parts[1];
-            accounts.append(demo);
+            const QUuid demoId = QUuid::fromString(u"{D3E40000-0000-4000-8000-000000000019}"_s);
+            accounts.append({.id = demoId, .name = parts[1], .provider = AccountProvider::Demo});
             continue;
         }
         if (parts.size() < 3)
             return false;
-        Account account = Account::newAccount(parts[0] == u"paypal"_s ? AccountProvider::PayPal : AccountProvider::Stripe);
-        account.name = parts[1];
-        if (account.provider == AccountProvider::Stripe) {
-            account.stripeRestrictedKey = parts[2];
-        } else {
-            account.paypalClientId = parts[2];
-            account.paypalSecret = parts.value(3);
-        }
-        accounts.append(account);
+        const bool paypal = parts[0] == u"paypal"_s;
+        accounts.append({.name = parts[1],
+                         .provider = paypal ? AccountProvider::PayPal : AccountProvider::Stripe,
+                         .stripeRestrictedKey = paypal ? QString() : parts[2],
+                         .paypalClientId = paypal ? parts[2] : QString(),
+                         .paypalSecret = paypal ? parts.value(3) : QString()});
     }
     return storage.saveAccounts(accounts);
 }
@@ -114,48 +109,45 @@ int main(int argc, char **argv)
     options.environment.storage = Storage(parser.value(dataDir));
     options.locale = QLocale(QLocale::English, QLocale::UnitedStates);
     options.autostartConfigHome = parser.value(dataDir) + u"/config"_s;
+    ProviderEndpoints &endpoints = options.environment.endpoints;
     if (parser.isSet(stripeBase))
-        options.environment.endpoints.stripeApi = QUrl(parser.value(stripeBase));
-    if (parser.isSet(paypalBase)) {
-        options.environment.endpoints.paypalLive = QUrl(parser.value(paypalBase));
-        options.environment.endpoints.paypalSandbox = QUrl(parser.value(paypalBase));
-    }
+        endpoints.stripeApi = QUrl(parser.value(stripeBase));
+    if (parser.isSet(paypalBase))
+        endpoints.paypalLive = endpoints.paypalSandbox = QUrl(parser.value(paypalBase));
     // A test run never reaches a public host: without a loopback web base there are no icons
     // and no update checks.
-    options.environment.endpoints.icons.enabled = parser.isSet(webBase);
+    endpoints.icons.enabled = parser.isSet(webBase);
     options.update.configURL = std::nullopt;
     options.update.allowPlainHttp = true;
     if (parser.isSet(webBase)) {
         const QUrl web(parser.value(webBase));
-        IconEndpoints &icons = options.environment.endpoints.icons;
-        icons.duckDuckGo = icons.google = web;
-        icons.siteOverride = web;
-        icons.allowPlainHttp = true;
+        endpoints.icons.duckDuckGo = endpoints.icons.google = web;
+        endpoints.icons.siteOverride = web;
+        endpoints.icons.allowPlainHttp = true;
         if (parser.isSet(checkUpdates))
             options.update.configURL = UpdateCheckerEnvironment::configURLFor(web);
     }
     if (parser.isSet(seed) && !seedAccounts(options.environment.storage, parser.values(seed)))
         return 2;
     // Preferences go to disk before the engine starts, so the first cycle already uses them.
-    {
-        Preferences prefs = options.environment.storage.loadPreferences().value_or(
-            Preferences::defaults(Date::fromDateTime(QDateTime::currentDateTimeUtc()), TimeContext()));
-        if (parser.isSet(range))
-            if (const auto r = fromRaw<TimeRange>(parser.value(range)))
-                prefs.selectedRange = *r;
-        if (parser.isSet(privacy))
-            prefs.privacyMode = true;
-        if (parser.isSet(light))
-            prefs.darkMode = false;
-        options.environment.storage.savePreferences(prefs);
-    }
+    Preferences prefs = options.environment.storage.loadPreferences().value_or(
+        Preferences::defaults(Date::fromDateTime(QDateTime::currentDateTimeUtc()), TimeContext()));
+    if (parser.isSet(range))
+        if (const auto r = fromRaw<TimeRange>(parser.value(range)))
+            prefs.selectedRange = *r;
+    if (parser.isSet(privacy))
+        prefs.privacyMode = true;
+    if (parser.isSet(light))
+        prefs.darkMode = false;
+    options.environment.storage.savePreferences(prefs);
 
     QuorvaneApp quorvane(std::move(options));
     if (!quorvane.start())
         return 1;
 
     const QString paneName = parser.value(pane);
-    const auto openPane = [&] {
+    if (parser.isSet(show) || parser.isSet(screenshot)) {
+        quorvane.showPanelAt(QPoint(40, 30));
         if (paneName.startsWith(u"settings:"_s)) {
             quorvane.navigation()->showSettings(paneName.mid(9));
         } else if (paneName.startsWith(u"editor:"_s)) {
@@ -170,10 +162,6 @@ int main(int argc, char **argv)
         } else {
             quorvane.navigation()->showDashboard();
         }
-    };
-    if (parser.isSet(show) || parser.isSet(screenshot)) {
-        quorvane.showPanelAt(QPoint(40, 30));
-        openPane();
     }
 
     if (!parser.isSet(screenshot) && !parser.isSet(trayShot))
@@ -233,11 +221,7 @@ int main(int argc, char **argv)
     }
     if (paneName == u"achievements:edit"_s)
         quorvane.achievements()->toggleEditing();
-    // Let the scene settle (layout, images, the elapsed-time tick).
-    QElapsedTimer settle;
-    settle.start();
-    while (settle.elapsed() < 1500)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    pause(1500); // let the scene settle (layout, images, the elapsed-time tick)
 
     if (parser.isSet(trayShot)) {
         const QString symbol = quorvane.updateChecker()->isBlocked() ? u"arrow.up.circle.fill"_s : u"chart.line.uptrend.xyaxis"_s;

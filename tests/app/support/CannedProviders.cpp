@@ -15,24 +15,16 @@ namespace {
 
 constexpr Shape shape = Shape::Legacy;
 
-qint64 unix(Date date)
-{
-    return date.unixSecondsTruncated();
-}
-
 QJsonArray todayInvoices(Date now)
 {
     QJsonArray events;
     const qint64 amounts[] = {4900, 9900, 120000};
     for (int i = 0; i < 3; ++i) {
-        InvoiceFields fields;
-        fields.id = u"in_today_%1"_s.arg(i);
-        fields.amountPaid = amounts[i];
-        fields.created = unix(now.addingSeconds(-60.0 * (i + 1)));
-        fields.billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s;
-        fields.charge = u"ch_today_%1"_s.arg(i);
-        fields.customer = u"cus_today_%1"_s.arg(i);
-        fields.subscription = u"sub_today_%1"_s.arg(i);
+        const InvoiceFields fields{.id = u"in_today_%1"_s.arg(i), .amountPaid = amounts[i],
+                                   .created = now.addingSeconds(-60.0 * (i + 1)).unixSecondsTruncated(),
+                                   .billingReason = i == 0 ? u"subscription_create"_s : u"subscription_cycle"_s,
+                                   .customer = u"cus_today_%1"_s.arg(i), .charge = u"ch_today_%1"_s.arg(i),
+                                   .subscription = u"sub_today_%1"_s.arg(i)};
         events.append(event(u"evt_today_%1"_s.arg(i), u"invoice.payment_succeeded"_s, fields.created, invoice(fields, shape), shape));
     }
     return events;
@@ -46,13 +38,9 @@ FakeResponse jsonPage(const QJsonArray &data, const QString &url)
 // Subscriptions whose payments failed, listed by status with customer and invoice expanded.
 QJsonArray atRisk(const QString &status, Date now)
 {
-    struct Sub
-    {
-        const char *status, *id, *plan, *email, *currency, *interval, *invoice;
-        qint64 unitAmount;
-        double nextAttemptDays; // 0: none
-        double periodEndDays;
-    };
+    // Days are from now; no next attempt when 0.
+    struct Sub { const char *status, *id, *plan, *email, *currency, *interval, *invoice; qint64 unitAmount;
+                 double nextAttemptDays, periodEndDays; };
     static const Sub subs[] = {
         {"past_due", "sub_1QpdTeam", "Team yearly", "ops@northwind.io", "eur", "year", "in_1QpdTeam", 110000, 0.1, 20},
         {"past_due", "sub_1QpdPro", "Pro monthly", "maria.lopez@example.com", "usd", "month", "in_1QpdPro", 4900, 3.5, 1},
@@ -72,12 +60,9 @@ QJsonArray atRisk(const QString &status, Date now)
         QJsonObject customer{{u"id"_s, QString(u"cus_"_s + QLatin1StringView(sub.id).mid(4))}, {u"object"_s, u"customer"_s}};
         if (*sub.email)
             customer.insert(u"email"_s, QLatin1StringView(sub.email));
-        QJsonObject object{{u"id"_s, QLatin1StringView(sub.id)},
-                           {u"object"_s, u"subscription"_s},
-                           {u"status"_s, status},
-                           {u"created"_s, at(-2)},
-                           {u"currency"_s, QLatin1StringView(sub.currency)},
-                           {u"customer"_s, customer},
+        QJsonObject object{{u"id"_s, QLatin1StringView(sub.id)}, {u"object"_s, u"subscription"_s},
+                           {u"status"_s, status}, {u"created"_s, at(-2)},
+                           {u"currency"_s, QLatin1StringView(sub.currency)}, {u"customer"_s, customer},
                            {u"items"_s, QJsonObject{{u"data"_s, QJsonArray{QJsonObject{{u"price"_s, price}}}}}},
                            {u"latest_invoice"_s, invoice}};
         if (sub.periodEndDays != 0)
@@ -112,10 +97,9 @@ void installStripe(FakeHttpServer &server, Scenario scenario, Date now)
         // Only the at-risk scenario has a web site, and so an icon to fetch.
         if (scenario == Scenario::AtRisk)
             profile.insert(u"url"_s, u"https://acme-analytics.com"_s);
-        return FakeResponse::json(200, QJsonDocument(QJsonObject{{u"id"_s, u"acct_1QCannedAcme"_s},
-                                                                 {u"object"_s, u"account"_s},
-                                                                 {u"business_profile"_s, profile}})
-                                           .toJson(QJsonDocument::Compact));
+        const QJsonObject account{{u"id"_s, u"acct_1QCannedAcme"_s}, {u"object"_s, u"account"_s},
+                                  {u"business_profile"_s, profile}};
+        return FakeResponse::json(200, QJsonDocument(account).toJson(QJsonDocument::Compact));
     });
     if (scenario == Scenario::AtRisk) {
         server.setHandler("GET", "/v1/subscriptions", [now](const RecordedRequest &request) {

@@ -9,13 +9,12 @@ struct ChildProcess
     QProcess process;
     ~ChildProcess()
     {
-        if (process.state() != QProcess::NotRunning) {
-            process.terminate();
-            if (!process.waitForFinished(1500)) {
-                process.kill();
-                process.waitForFinished(1500);
-            }
-        }
+        if (process.state() == QProcess::NotRunning)
+            return;
+        process.terminate();
+        if (!process.waitForFinished(1500))
+            process.kill();
+        process.waitForFinished(1500);
     }
 };
 

@@ -15,8 +15,17 @@ class FakeStatusNotifierWatcher : public QObject
     Q_PROPERTY(int ProtocolVersion READ protocolVersion)
 
 public:
-    explicit FakeStatusNotifierWatcher(QDBusConnection connection, QObject *parent = nullptr);
-    ~FakeStatusNotifierWatcher() override;
+    explicit FakeStatusNotifierWatcher(QDBusConnection connection, QObject *parent = nullptr)
+        : QObject(parent), m_connection(std::move(connection))
+    {
+        m_running = m_connection.registerObject(watcherPath, this, QDBusConnection::ExportAllContents)
+                    && m_connection.registerService(watcherName);
+    }
+    ~FakeStatusNotifierWatcher() override
+    {
+        m_connection.unregisterService(watcherName);
+        m_connection.unregisterObject(watcherPath);
+    }
     bool isRunning() const { return m_running; }
 
     QStringList registered() const { return m_registered; }
@@ -24,13 +33,20 @@ public:
     int protocolVersion() const { return 0; }
 
 public Q_SLOTS:
-    void RegisterStatusNotifierItem(const QString &service);
-    void RegisterStatusNotifierHost(const QString &service);
+    void RegisterStatusNotifierItem(const QString &service)
+    {
+        if (!m_registered.contains(service))
+            m_registered.append(service);
+        Q_EMIT StatusNotifierItemRegistered(service);
+    }
+    void RegisterStatusNotifierHost(const QString &) {}
 
 Q_SIGNALS:
     void StatusNotifierItemRegistered(const QString &service);
 
 private:
+    static inline const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+    static inline const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
     QDBusConnection m_connection;
     QStringList m_registered;
     bool m_running = false;
