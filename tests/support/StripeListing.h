@@ -21,12 +21,7 @@ public:
     qsizetype size() const { return m_count; }
 
 private:
-    struct Stored
-    {
-        qint64 created;
-        QString id;
-        QByteArray json;
-    };
+    struct Stored { qint64 created; QString id; QByteArray json; };
     QHash<QString, QList<Stored>> m_byType;
     qsizetype m_count = 0;
 };

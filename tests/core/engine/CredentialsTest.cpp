@@ -40,11 +40,7 @@ struct MemoryKeyring final : SecretStore
 // its keyring entry.
 TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLostAndGoWithTheirAccount)
 {
-    const struct
-    {
-        const char *name;
-        bool available, refuseWrites, keyInFile;
-    } cases[] = {
+    const struct { const char *name; bool available, refuseWrites, keyInFile; } cases[] = {
         {"keyring", true, false, false},
         {"no keyring", false, false, true},
         {"keyring refuses", true, true, true},

@@ -62,11 +62,7 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
 
 TEST(CsvExport, QuotesWhatWouldBreakARow)
 {
-    const struct
-    {
-        QString text;
-        QString field;
-    } cases[] = {
+    const struct { QString text; QString field; } cases[] = {
         {u"plain"_s, u"plain"_s},
         {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
         {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s},

@@ -27,12 +27,7 @@ TEST_F(EngineLifecycle, FirstLaunchStartsEmptyAndALoadFindingNothingGivesNinetyF
 
 TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
 {
-    const struct
-    {
-        const char *name;
-        int oldestDaysAgo;
-        bool withAccount, syncKept;
-    } rows[] = {
+    const struct { const char *name; int oldestDaysAgo; bool withAccount, syncKept; } rows[] = {
         {"short feed with an account resets", 10, true, false},
         {"short feed without accounts keeps", 10, false, true},
         {"long feed keeps", 26, true, true},
@@ -125,11 +120,7 @@ TEST_F(EngineLifecycle, LabelShowsNewPlusRecurringOfTheFilteredAccountOrAMaskInT
 
 TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
 {
-    struct Row
-    {
-        qint64 refreshSeconds;
-        double expectedSleep;
-    };
+    struct Row { qint64 refreshSeconds; double expectedSleep; };
     for (const Row row : {Row{5, 15}, Row{15, 15}, Row{300, 300}}) {
         SCOPED_TRACE(row.refreshSeconds);
         clock = std::make_shared<VirtualClock>();
