@@ -44,10 +44,11 @@ struct AppFixture : ::testing::Test
     }
 
     // The whole application on this fixture's data folder, zone and locale, with no tray item
-    // unless asked for and its login item in a folder of its own.
+    // unless asked for, its login item in a folder of its own and no update check (whatever
+    // host the build names, a test never asks it).
     AppOptions appOptions(bool tray = false) const
     {
-        return {.environment = environment(), .locale = locale,
+        return {.environment = environment(), .update = {.configURL = std::nullopt}, .locale = locale,
                 .autostartConfigHome = dir.filePath(QStringLiteral("config")), .createTray = tray};
     }
 };

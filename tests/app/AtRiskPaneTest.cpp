@@ -63,7 +63,7 @@ TEST_F(AppFixture, AtRiskModelGroupsByKindRetriesAndMasks)
     storage().saveAccounts({Account::newDemoAccount()});
     RevenueEngine &e = startEngine();
     AtRiskModel model(&e, locale);
-    QAbstractItemModelTester tester(&model);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     EXPECT_TRUE(model.isEmpty());
     EXPECT_EQ(model.subscriptionsLine(), u"Across 0 subscriptions"_s);
     QCoro::waitFor(e.runAtRiskRefresh());

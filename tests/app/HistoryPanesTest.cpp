@@ -60,7 +60,7 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
                         event(u"cat"_s, daysAgo(3), RevenueKind::New, 10, acme), event(u"old"_s, daysAgo(60), RevenueKind::Churn, 5, acme)});
     RevenueEngine &e = startEngine();
     DrillDownModel model(&e, locale);
-    QAbstractItemModelTester tester(&model);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     model.setKindName(u"churn"_s);
     EXPECT_EQ(model.title(), u"Canceled subscriptions"_s);
     EXPECT_EQ(model.summaryLine(), u"2 unique customers · 2 events"_s);

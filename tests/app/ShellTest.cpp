@@ -185,7 +185,6 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
 TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
 {
     AppOptions options = appOptions(true);
-    options.update.configURL = std::nullopt;
     options.environment.endpoints.icons.enabled = false;
     QuorvaneApp app(options);
     ASSERT_TRUE(app.start());
