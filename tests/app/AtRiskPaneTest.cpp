@@ -18,6 +18,7 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
     };
     const struct { AtRiskSub sub; QString label; } labels[] = {
         {sub(AtRiskKind::PastDue, 5.5), u"Next retry in 5d"_s},
+        {sub(AtRiskKind::PastDue, 1.25), u"Next retry in 1d"_s},
         {sub(AtRiskKind::PastDue, 0.125), u"Next retry imminent"_s},
         {sub(AtRiskKind::PastDue, -2), u"Next retry imminent"_s},
         {sub(AtRiskKind::Unpaid, -10), u"Stripe stopped retrying 10d ago"_s},

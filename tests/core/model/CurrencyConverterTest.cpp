@@ -11,6 +11,7 @@ TEST(CurrencyConverter, CompactFormats)
         {1234, "USD", u"$1234"_s},
         {9999.99, "USD", u"$9999"_s},
         {12345, "USD", u"$12.3K"_s},
+        {10'000, "USD", u"$10.0K"_s},
         {1'500'000, "USD", u"$1.50M"_s},
         {999'999, "USD", u"$1000K"_s},
         {-2500, "USD", u"-$2500"_s},

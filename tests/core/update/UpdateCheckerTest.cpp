@@ -33,6 +33,7 @@ TEST(RemoteVersionConfig, DecidesBlockedOrOptionalAndRejectsUnusableBodies)
     const struct { const char *current; const char *body; bool usable; bool blocked; bool optional; } rows[] = {
         {"1.4.2", R"({"latest_version":"1.6.0","minimum_version":"1.5","download_url":"https://x.dev/d"})", true, true, false},
         {"1.4.2", R"({"latest_version":"1.4.2","minimum_version":"1.0","download_url":"https://x.dev/d"})", true, false, false},
+        {"1.5.0", R"({"latest_version":"1.6.0","minimum_version":"1.5","download_url":"u"})", true, false, true},
         {"1.4.2", R"({"latest_version":"v1.5.0-beta","minimum_version":"1.0","download_url":"u"})", true, false, true},
         {"2.0", R"({"latest_version":"1.0","minimum_version":"1.0","download_url":"u","force_update":true})", true, true, false},
         {"1.0", R"({"latest_version":"3","minimum_version":"2","download_url":"u","force_update":false})", true, true, false},
