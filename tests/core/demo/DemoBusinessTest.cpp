@@ -1,3 +1,4 @@
+#include "core/engine/EngineFixture.h"
 #include "demo/DemoBusiness.h"
 #include "engine/StripeClassifier.h"
 
@@ -34,14 +35,6 @@ QList<PaymentEvent> classify(const DemoLedger &ledger)
     return out;
 }
 
-QHash<QString, PaymentEvent> byId(const QList<PaymentEvent> &events)
-{
-    QHash<QString, PaymentEvent> out;
-    for (const PaymentEvent &e : events)
-        out.insert(e.id, e);
-    return out;
-}
-
 } // namespace
 
 TEST(DemoBusiness, OneSeedOneStory)
@@ -56,7 +49,7 @@ TEST(DemoBusiness, OneSeedOneStory)
     EXPECT_NE(week, classify(other.activity(now - 7 * day, now)));
 
     // A later, wider window tells the same past: what the feed stored under an id stays true.
-    const QHash<QString, PaymentEvent> later = byId(classify(business.activity(now - 30 * day, now + 2 * day)));
+    const QMap<QString, PaymentEvent> later = EngineFixture::byId(classify(business.activity(now - 30 * day, now + 2 * day)));
     int compared = 0;
     for (const PaymentEvent &e : week)
         if (e.date.unixSeconds() < now - DemoBusiness::liveWindowSeconds) {
