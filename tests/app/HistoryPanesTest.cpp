@@ -6,6 +6,8 @@
 #include "viewmodels/DrillDownModel.h"
 
 #include <QAbstractItemModelTester>
+#include <QClipboard>
+#include <QGuiApplication>
 
 using namespace Qt::StringLiterals;
 
@@ -69,6 +71,9 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     EXPECT_EQ(role(0, DrillDownModel::DisplayNameRole), u"bob@example.com"_s);
     EXPECT_EQ(role(0, DrillDownModel::AmountTextRole), u"-$99"_s);
     EXPECT_EQ(role(0, DrillDownModel::CountLineRole), u"1× cancel"_s);
+    model.copyEmail(0);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"bob@example.com"_s);
+    EXPECT_EQ(role(0, DrillDownModel::CopiedRole), u"true"_s);
 
     const QString file = dir.filePath(u"out.csv"_s);
     ASSERT_TRUE(model.writeCsv(u"customers"_s, file));

@@ -2,6 +2,7 @@
 #include "support/FakeHttpServer.h"
 #include "support/TestUtil.h"
 #include "viewmodels/AccountsModel.h"
+#include "viewmodels/CopiedEmail.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
 
@@ -10,6 +11,7 @@
 #include <QGuiApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
 #include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
@@ -144,7 +146,30 @@ TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
     feed.copyEmail(0);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"a@example.com");
     EXPECT_EQ(column(feed, "copied"), (QStringList{u"true"_s, u"false"_s}));
-    EXPECT_TRUE(waitUntil([&] { return column(feed, "copied")[0] == u"false"_s; }, FeedModel::copiedResetMs + 1500));
+    EXPECT_TRUE(waitUntil([&] { return column(feed, "copied")[0] == u"false"_s; }, CopiedEmail::lastsMs + 1500));
+}
+
+TEST_F(AppFixture, CopiedMarkFollowsTheLatestCopyAndLastsFromIt)
+{
+    const int lasts = 1000 * waitScale;
+    CopiedEmail copied(lasts);
+    QSignalSpy changed(&copied, &CopiedEmail::changed);
+    copied.copy(std::nullopt);
+    copied.copy(u""_s);
+    EXPECT_EQ(changed.count(), 0) << "nothing to copy";
+
+    QElapsedTimer clock;
+    clock.start();
+    copied.copy(u"a@example.com"_s);
+    copied.copy(u"b@example.com"_s);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"b@example.com");
+    EXPECT_FALSE(copied.marks(u"a@example.com"_s));
+    EXPECT_TRUE(copied.marks(u"b@example.com"_s));
+    waitUntil([&] { return clock.elapsed() >= lasts / 2; });
+    copied.copy(u"b@example.com"_s);
+    waitUntil([&] { return clock.elapsed() >= lasts * 6 / 5; });
+    EXPECT_TRUE(copied.marks(u"b@example.com"_s)) << "copied again half-way, so the mark outlives the first moment";
+    EXPECT_TRUE(waitUntil([&] { return !copied.marks(u"b@example.com"_s); }, 2000));
 }
 
 TEST_F(AppFixture, TilesShowDashForUnavailableKinds)

@@ -5,11 +5,8 @@
 #include "stripe/StripeClient.h"
 #include "viewmodels/Formatting.h"
 
-#include <QClipboard>
 #include <QColor>
 #include <QDir>
-#include <QGuiApplication>
-#include <QTimer>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -94,6 +91,10 @@ AtRiskModel::AtRiskModel(RevenueEngine *engine, QLocale locale, QObject *parent)
     , m_engine(engine)
     , m_locale(std::move(locale))
 {
+    connect(&m_copied, &CopiedEmail::changed, this, [this] {
+        if (!m_rows.isEmpty())
+            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {CopiedRole});
+    });
     for (auto signal : {&RevenueEngine::atRiskSubsChanged, &RevenueEngine::accountsChanged})
         connect(engine, signal, this, &AtRiskModel::rebuild);
     for (auto signal : {&RevenueEngine::retryingInvoiceIdsChanged, &RevenueEngine::retryResultsChanged,
@@ -201,7 +202,7 @@ QVariant AtRiskModel::data(const QModelIndex &index, int role) const
         const QString email = sub.customerEmail.value_or(QString());
         return prefs.privacyMode ? CurrencyConverter::maskEmail(email) : email;
     }
-    case CopiedRole: return sub.customerEmail && m_copiedEmail == sub.customerEmail;
+    case CopiedRole: return m_copied.marks(sub.customerEmail);
     case AmountTextRole:
         return QString((usd ? u"$ "_s : QString()) + Formatting::formatNative(sub.monthlyAmount, m_locale) + u"/mo"_s);
     case CurrencyCodeRole: return usd ? QString() : sub.currency.toUpper();
@@ -246,18 +247,5 @@ void AtRiskModel::copyEmail(int row)
 {
     if (row < 0 || row >= m_rows.size() || m_rows[row].header)
         return;
-    const std::optional<QString> email = m_engine->atRiskSubs().at(m_rows[row].sub).customerEmail;
-    if (!email || email->isEmpty())
-        return;
-    if (QClipboard *clipboard = QGuiApplication::clipboard())
-        clipboard->setText(*email);
-    m_copiedEmail = email;
-    Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {CopiedRole});
-    QTimer::singleShot(copiedResetMs, this, [this, email] {
-        if (m_copiedEmail != email)
-            return;
-        m_copiedEmail.reset();
-        if (!m_rows.isEmpty())
-            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {CopiedRole});
-    });
+    m_copied.copy(m_engine->atRiskSubs().at(m_rows[row].sub).customerEmail);
 }

@@ -2,6 +2,7 @@
 
 #include "engine/EngineTypes.h"
 #include "model/AtRiskSub.h"
+#include "viewmodels/CopiedEmail.h"
 
 #include <QAbstractListModel>
 #include <QLocale>
@@ -58,8 +59,6 @@ public:
         LastInSectionRole,
     };
 
-    static constexpr int copiedResetMs = 1600;
-
     AtRiskModel(RevenueEngine *engine, QLocale locale, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -92,5 +91,5 @@ private:
     QLocale m_locale;
     QList<Row> m_rows;
     QHash<QString, QString> m_iconByAccount;
-    std::optional<QString> m_copiedEmail;
+    CopiedEmail m_copied;
 };

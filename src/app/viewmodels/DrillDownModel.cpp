@@ -5,14 +5,11 @@
 #include "model/CurrencyConverter.h"
 #include "viewmodels/Formatting.h"
 
-#include <QClipboard>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -81,6 +78,10 @@ DrillDownModel::DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *p
     , m_engine(engine)
     , m_locale(std::move(locale))
 {
+    connect(&m_copied, &CopiedEmail::changed, this, [this] {
+        if (!m_groups.isEmpty())
+            Q_EMIT dataChanged(index(0), index(int(m_groups.size()) - 1), {CopiedRole});
+    });
     connect(engine, &RevenueEngine::feedChanged, this, [this] {
         m_customers = {};
         rebuild();
@@ -130,7 +131,7 @@ void DrillDownModel::setKind(RevenueKind kind)
     if (kind == m_kind)
         return;
     m_kind = kind;
-    m_copiedEmail.reset();
+    m_copied.clear();
     rebuild();
 }
 
@@ -174,7 +175,7 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
     case DisplayNameRole:
         return prefs.privacyMode && g.email ? CurrencyConverter::maskEmail(g.displayName) : g.displayName;
     case HasEmailRole: return g.email.has_value();
-    case CopiedRole: return g.email && m_copiedEmail == g.email;
+    case CopiedRole: return m_copied.marks(g.email);
     case CountLineRole: return u"%1× %2"_s.arg(QString::number(g.count), DrillDownLogic::countWord(m_kind));
     case DateLabelRole: return Formatting::shortDateLabel(g.lastDate, m_engine->now(), m_engine->calendar(), m_locale);
     case AmountTextRole:
@@ -208,20 +209,8 @@ QHash<int, QByteArray> DrillDownModel::roleNames() const
 
 void DrillDownModel::copyEmail(int row)
 {
-    if (row < 0 || row >= m_groups.size() || !m_groups.at(row).email)
-        return;
-    const QString email = *m_groups.at(row).email;
-    if (QClipboard *clipboard = QGuiApplication::clipboard())
-        clipboard->setText(email);
-    m_copiedEmail = email;
-    Q_EMIT dataChanged(index(0), index(static_cast<int>(m_groups.size()) - 1), {CopiedRole});
-    QTimer::singleShot(copiedResetMs, this, [this, email] {
-        if (m_copiedEmail != email)
-            return;
-        m_copiedEmail.reset();
-        if (!m_groups.isEmpty())
-            Q_EMIT dataChanged(index(0), index(static_cast<int>(m_groups.size()) - 1), {CopiedRole});
-    });
+    if (row >= 0 && row < m_groups.size())
+        m_copied.copy(m_groups.at(row).email);
 }
 
 void DrillDownModel::exportCsv(const QString &what)

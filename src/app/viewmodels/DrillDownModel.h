@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/DrillDown.h"
+#include "viewmodels/CopiedEmail.h"
 
 #include <QAbstractListModel>
 #include <QColor>
@@ -57,8 +58,6 @@ public:
         LinkUrlRole,
     };
 
-    static constexpr int copiedResetMs = 1600;
-
     DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *parent = nullptr);
     ~DrillDownModel() override;
 
@@ -100,7 +99,7 @@ private:
     DrillDown::CustomerIndex m_customers; // of the engine's feed, dropped when it changes
     QList<CustomerGroup> m_groups; // positions into the engine's feed, rebuilt when it changes
     qsizetype m_eventCount = 0;
-    std::optional<QString> m_copiedEmail;
+    CopiedEmail m_copied;
     QHash<QString, QString> m_iconByAccountName;
     QString m_exportStatus;
     QPointer<QFileDialog> m_dialog;

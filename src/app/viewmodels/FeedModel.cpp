@@ -4,12 +4,9 @@
 #include "model/CurrencyConverter.h"
 #include "viewmodels/Formatting.h"
 
-#include <QClipboard>
 #include <QDir>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QPointer>
-#include <QTimer>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +16,10 @@ FeedModel::FeedModel(RevenueEngine *engine, QLocale locale, QObject *parent)
     , m_engine(engine)
     , m_locale(std::move(locale))
 {
+    connect(&m_copied, &CopiedEmail::changed, this, [this] {
+        if (!m_rows.isEmpty())
+            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {CopiedRole});
+    });
     rebuild();
 }
 
@@ -135,7 +136,7 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
             return QString();
         return prefs.privacyMode ? CurrencyConverter::maskEmail(*event.customerEmail) : *event.customerEmail;
     }
-    case CopiedRole: return event.customerEmail && m_copiedEmail == event.customerEmail;
+    case CopiedRole: return m_copied.marks(event.customerEmail);
     case AccountNameRole: return event.accountName;
     case IsDemoRole: {
         const QList<Account> &accounts = m_engine->accounts();
@@ -197,23 +198,7 @@ void FeedModel::copyEmail(int row)
 {
     if (row < 0 || row >= m_rows.size() || m_rows.at(row).feedIndex < 0)
         return;
-    const PaymentEvent &event = m_engine->feed().at(m_rows.at(row).feedIndex);
-    if (!event.customerEmail || event.customerEmail->isEmpty())
-        return;
-    const QString email = *event.customerEmail;
-    if (QClipboard *clipboard = QGuiApplication::clipboard()) {
-        clipboard->clear();
-        clipboard->setText(email);
-    }
-    m_copiedEmail = email;
-    Q_EMIT dataChanged(index(0), index(static_cast<int>(m_rows.size()) - 1), {CopiedRole});
-    QTimer::singleShot(copiedResetMs, this, [this, email] {
-        if (m_copiedEmail != email)
-            return;
-        m_copiedEmail.reset();
-        if (!m_rows.isEmpty())
-            Q_EMIT dataChanged(index(0), index(static_cast<int>(m_rows.size()) - 1), {CopiedRole});
-    });
+    m_copied.copy(m_engine->feed().at(m_rows.at(row).feedIndex).customerEmail);
 }
 
 void FeedModel::refreshDateLabels()

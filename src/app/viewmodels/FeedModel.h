@@ -1,9 +1,10 @@
 #pragma once
 
+#include "viewmodels/CopiedEmail.h"
+
 #include <QAbstractListModel>
 #include <QColor>
 #include <QLocale>
-#include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
 class RevenueEngine;
@@ -46,8 +47,6 @@ public:
         IsDemoRole,
     };
 
-    static constexpr int copiedResetMs = 1600;
-
     FeedModel(RevenueEngine *engine, QLocale locale, QObject *parent = nullptr);
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -57,7 +56,6 @@ public:
     int inRangeCount() const { return m_inRangeCount; }
     int olderCount() const { return m_olderCount; }
     std::optional<QString> expandedEventId() const { return m_expandedEventId; }
-    std::optional<QString> copiedEmail() const { return m_copiedEmail; }
 
     // Opens the row, or closes it when it is the open one; at most one row is open.
     Q_INVOKABLE void toggle(int row);
@@ -84,6 +82,6 @@ private:
     int m_inRangeCount = 0;
     int m_olderCount = 0;
     std::optional<QString> m_expandedEventId;
-    std::optional<QString> m_copiedEmail;
+    CopiedEmail m_copied;
     QHash<QUuid, QString> m_iconFiles;
 };
