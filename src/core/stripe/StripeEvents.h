@@ -35,7 +35,7 @@ struct StripeEventRecord
         if constexpr (TypeRequired)
             event.type = reader.recurringString("type"_L1);
         else
-            event.type = reader.optString("type"_L1).value_or(QString());
+            event.type = reader.optRecurringString("type"_L1).value_or(QString());
         return event;
     }
     friend bool operator==(const StripeEventRecord &, const StripeEventRecord &) = default;

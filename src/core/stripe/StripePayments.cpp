@@ -36,7 +36,7 @@ struct InvoicePaymentEntry
             entry.charge = StripeJson::expandableId(*payment, "charge"_L1);
             entry.payment_intent = StripeJson::expandableId(*payment, "payment_intent"_L1);
         }
-        entry.status = reader.optString("status"_L1);
+        entry.status = reader.optRecurringString("status"_L1);
         return entry;
     }
 };
