@@ -49,12 +49,14 @@ QList<NextUp> nextUp(const AchievementsState &state, const Preferences &preferen
         const auto threshold = BestRecords::nextThreshold(period, value);
         if (!threshold)
             continue;
-        NextUp row{period, *threshold, std::clamp(value / *threshold, 0.0, 1.0)};
-        row.title = Formatting::formatMoney(*threshold, preferences);
-        row.periodName = periodName(period);
-        row.percent = QString::number(static_cast<int>(row.fraction * 100)) + u'%';
-        row.toGo = Formatting::formatMoney(std::max(*threshold - value, 0.0), preferences) + u" to go"_s;
-        rows.append(std::move(row));
+        const double fraction = std::clamp(value / *threshold, 0.0, 1.0);
+        rows.append({.period = period,
+                     .threshold = *threshold,
+                     .fraction = fraction,
+                     .title = Formatting::formatMoney(*threshold, preferences),
+                     .periodName = periodName(period),
+                     .percent = QString::number(static_cast<int>(fraction * 100)) + u'%',
+                     .toGo = Formatting::formatMoney(std::max(*threshold - value, 0.0), preferences) + u" to go"_s});
     }
     return rows;
 }

@@ -111,7 +111,8 @@ void DashboardModel::rebuildLists()
 {
     const Preferences &prefs = m_engine->preferences();
     const auto filter = m_engine->selectedAccountFilter();
-    QList<ChoiceListModel::Item> filters{{u"All accounts"_s, !filter, false}, {QString(), false, true}};
+    QList<ChoiceListModel::Item> filters{{u"All accounts"_s, !filter, false, QString()},
+                                         {QString(), false, true, QString()}};
     for (const Account &a : m_engine->accounts())
         filters.append({a.name.isEmpty() ? u"(unnamed)"_s : a.name, filter == a.id, false,
                         AccountsModel::iconSource(m_engine->storage(), a.id)});
@@ -119,7 +120,7 @@ void DashboardModel::rebuildLists()
 
     QList<ChoiceListModel::Item> ranges;
     for (TimeRange r : allCases<TimeRange>())
-        ranges.append({Formatting::rangeMenuLabel(r), r == prefs.selectedRange, false});
+        ranges.append({Formatting::rangeMenuLabel(r), r == prefs.selectedRange, false, QString()});
     m_ranges.setItems(ranges);
 
     m_feed.rebuild();
