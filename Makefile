@@ -9,7 +9,7 @@ FUZZ_SECONDS ?= 600
 FUZZ_TARGETS = fuzz_stripe_page fuzz_paypal_page fuzz_accounts fuzz_preferences fuzz_feed fuzz_achievements fuzz_sync_state \
   fuzz_remote_version fuzz_icon_links
 
-.PHONY: setup configure build run test bench asan fuzz screenshots clean
+.PHONY: setup configure build run test package bench asan fuzz screenshots clean
 
 setup:
 	@./scripts/setup
@@ -27,6 +27,11 @@ run: build
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The Debian package, here at the top: `sudo apt install ./quorvane_*.deb`.
+package: build
+	@cd $(BUILD) && cpack -G DEB >/dev/null
+	@mv $(BUILD)/quorvane_*.deb . && ls quorvane_*.deb
 
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
