@@ -1,13 +1,19 @@
 #include "AppFixture.h"
+#include "platform/SingleInstance.h"
 #include "platform/XdgAutostart.h"
 #include "shell/Appearance.h"
 #include "shell/Navigation.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
+#include "support/ChildProcess.h"
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"
 
+#include <QDBusConnection>
+#include <QDir>
 #include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QPalette>
 #include <QFile>
 #include <QFont>
@@ -99,19 +105,72 @@ TEST(Fonts, OutfitIsTheApplicationFont)
     EXPECT_EQ(QGuiApplication::font().family(), u"Outfit");
 }
 
-TEST(LoginItem, AutostartEntryIsWrittenAndRemoved)
+TEST(LoginItem, AutostartEntryNamesTheInstalledProgramAndIsRewrittenWhenItMoves)
 {
+    const struct { const char *name; QString running, onPath; QByteArray exec; } rows[] = {
+        {"installed and running", u"/opt/Quorvane \"x\"/bin/quorvane"_s, u"/usr/bin/quorvane"_s,
+         "Exec=\"/opt/Quorvane \\\"x\\\"/bin/quorvane\"\n"},
+        {"from a build folder: the one on PATH", u"/home/a/quorvane/build/src/app/quorvane"_s, u"/usr/local/bin/quorvane"_s,
+         "Exec=\"/usr/local/bin/quorvane\"\n"},
+        {"from a build folder, nothing installed", u"/home/a/quorvane/build/src/app/quorvane"_s, {}, {}}};
     QTemporaryDir dir;
-    XdgAutostart item(dir.path(), u"/opt/Quorvane \"x\"/quorvane"_s);
-    EXPECT_FALSE(item.isEnabled());
-    ASSERT_TRUE(item.setEnabled(true));
-    EXPECT_TRUE(item.isEnabled());
-    const QByteArray entry = readFile(dir.filePath(u"autostart/quorvane.desktop"_s));
-    EXPECT_TRUE(entry.startsWith("[Desktop Entry]\n"));
-    EXPECT_TRUE(entry.contains("Exec=\"/opt/Quorvane \\\"x\\\"/quorvane\"\n")) << entry.toStdString();
-    ASSERT_TRUE(item.setEnabled(false));
-    EXPECT_FALSE(item.isEnabled());
-    EXPECT_TRUE(item.setEnabled(false)); // already gone
+    const QString path = dir.filePath(u"autostart/quorvane.desktop"_s);
+    // An entry left by an older build folder is replaced, where there is something to name.
+    ASSERT_TRUE(QDir().mkpath(dir.filePath(u"autostart"_s)));
+    const QByteArray older = XdgAutostart::entry(u"/home/a/old/build/src/app/quorvane"_s);
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_TRUE(writeFile(path, older));
+        XdgAutostart item(dir.path(), row.running, row.onPath);
+        EXPECT_TRUE(item.isEnabled());
+        EXPECT_EQ(item.setEnabled(true), !row.exec.isEmpty());
+        const QByteArray entry = readFile(path);
+        EXPECT_TRUE(entry.startsWith("[Desktop Entry]\n"));
+        EXPECT_TRUE(entry.contains(row.exec.isEmpty() ? "/old/build/" : row.exec)) << entry.toStdString();
+        ASSERT_TRUE(item.setEnabled(false));
+        EXPECT_FALSE(item.isEnabled());
+        EXPECT_TRUE(item.setEnabled(false)); // already gone
+    }
+}
+
+// A second launch of the real program hands its request to the running copy and ends with 0:
+// over the session bus, and through the lock file's socket where there is no bus.
+TEST(SingleInstance, ASecondLaunchHandsItsRequestToTheRunningCopy)
+{
+    const QString dbusDaemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
+    if (dbusDaemon.isEmpty())
+        GTEST_SKIP() << "dbus-daemon is not installed";
+    ChildProcess bus;
+    bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    const QString address = firstLine(bus.process, 5000);
+    ASSERT_FALSE(address.isEmpty());
+    QTemporaryDir runtime;
+    const auto connection = [&](bool onBus, const QString &name) {
+        return onBus ? QDBusConnection::connectToBus(address, name) : QDBusConnection(u"no bus"_s);
+    };
+    const struct { const char *name; bool onBus; } rows[] = {{"session bus", true}, {"no session bus", false}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        SingleInstance running(connection(row.onBus, u"first"_s), runtime.path());
+        ASSERT_TRUE(running.claim());
+        EXPECT_FALSE(SingleInstance(connection(row.onBus, u"second"_s), runtime.path()).claim());
+        QStringList taken;
+        QObject::connect(&running, &SingleInstance::openRequested, [&] { taken << u"open"_s; });
+        QObject::connect(&running, &SingleInstance::quitRequested, [&] { taken << u"quit"_s; });
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, row.onBus ? address : u"unix:path=/nonexistent"_s);
+        env.insert(u"XDG_RUNTIME_DIR"_s, runtime.path());
+        for (const QStringList &arguments : {QStringList(), QStringList{u"--open"_s}, QStringList{u"--quit"_s}}) {
+            ChildProcess launch;
+            launch.process.setProcessEnvironment(env);
+            launch.process.start(QStringLiteral(QUORVANE_BINARY_PATH), arguments);
+            ASSERT_TRUE(waitUntil([&] { return launch.process.state() == QProcess::NotRunning; }, 10000));
+            EXPECT_EQ(launch.process.exitCode(), 0) << launch.process.readAllStandardError().toStdString();
+        }
+        EXPECT_EQ(taken, (QStringList{u"open"_s, u"open"_s, u"quit"_s}));
+    }
+    // With the running copy gone, the next one runs.
+    EXPECT_TRUE(SingleInstance(connection(true, u"third"_s), runtime.path()).claim());
 }
 
 TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
@@ -190,5 +249,12 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     ASSERT_TRUE(app.start());
     ASSERT_NE(app.tray(), nullptr);
     EXPECT_EQ(app.window()->isVisible(), !app.tray()->isSeen());
+    // Then it is an ordinary window: framed, closed by its button, opened again by a launch.
+    EXPECT_EQ(app.windowed(), !app.tray()->isSeen());
+    EXPECT_EQ(bool(app.window()->flags() & Qt::FramelessWindowHint), !app.windowed());
+    app.window()->close();
+    EXPECT_FALSE(app.window()->isVisible());
+    app.openPanel();
+    EXPECT_TRUE(app.window()->isVisible());
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
 }

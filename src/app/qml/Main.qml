@@ -3,14 +3,14 @@ import Quorvane
 import QtQuick.Window
 
 // The panel window: frameless, on top, 440 wide; its height follows the pane up to what the
-// screen has room for. Where a compositor runs, the panel has rounded corners and a soft
+// screen has room for. Where no tray host shows the item it is an ordinary, framed window. Where a compositor runs, the panel has rounded corners and a soft
 // shadow in a transparent margin; elsewhere it is a plain rectangle with a hairline border.
 Window {
     id: window
     required property QuorvaneApp app
     readonly property int margin: app.frameMargin
 
-    flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
+    flags: app.windowed ? Qt.Window : Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
     width: 440 + 2 * margin
     minimumWidth: width
     maximumWidth: width

@@ -45,7 +45,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     m_frameMargin = Platform::windowsCanBeTranslucent() ? 12 : 0;
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         m_maxPanelHeight = screen->availableGeometry().height() - 2 * gapFromBar;
-    connect(m_engine.get(), &RevenueEngine::preferencesChanged, this, &QuorvaneApp::applyStartAtLogin);
+    connect(m_engine.get(), &RevenueEngine::preferencesChanged, this, &QuorvaneApp::applyPreferences);
     // Leaving a pane discards its drafts: an open editor does not survive navigation.
     connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::closeEditor);
     // Saving is done with settings: the dashboard shows the new account's first refresh.
@@ -68,6 +68,9 @@ bool QuorvaneApp::start()
 {
     if (m_options.createTray) {
         m_tray = Platform::createTrayItem();
+        m_windowed = !m_tray->isSeen();
+        if (m_windowed)
+            m_frameMargin = 0; // the window manager draws the frame
         m_tray->setIcon(trayIcon());
         connect(m_tray.get(), &TrayItem::activated, this, &QuorvaneApp::togglePanel);
         connect(m_tray.get(), &TrayItem::openRequested, this, [this](const QPoint &point) {
@@ -95,21 +98,12 @@ bool QuorvaneApp::start()
     if (!m_window)
         return false;
     m_window->installEventFilter(this);
-    // With no tray host at all the program would be invisible: show the panel once instead.
-    if (m_tray && !m_tray->isSeen()) {
-        QScreen *screen = QGuiApplication::primaryScreen();
-        const QRect area = screen ? screen->availableGeometry() : QRect();
-        togglePanel(QRect(), QPoint(area.right(), area.top()));
-    }
-    if (m_options.demo) {
+    applyPreferences();
+    if (m_options.demo)
         m_engine->addDemoAccount();
-        // Straight into it: the panel opens at the top right, where most trays are.
-        if (!m_window->isVisible()) {
-            QScreen *screen = QGuiApplication::primaryScreen();
-            const QRect area = screen ? screen->availableGeometry() : QRect();
-            togglePanel(QRect(), QPoint(area.right(), area.top()));
-        }
-    }
+    // With no tray host the program would be invisible; the demo goes straight into it.
+    if (m_windowed || m_options.demo)
+        openPanel();
     return true;
 }
 
@@ -144,11 +138,43 @@ QString QuorvaneApp::trayLabel() const
     return trayPresentation().label;
 }
 
-void QuorvaneApp::applyStartAtLogin()
+void QuorvaneApp::applyPreferences()
 {
-    const bool wanted = m_engine->preferences().startAtLogin;
-    if (m_loginItem && m_loginItem->isEnabled() != wanted)
-        m_loginItem->setEnabled(wanted); // a failure leaves the preference shown as chosen
+    const Preferences &preferences = m_engine->preferences();
+    // Also when already on: an entry naming where the program used to be is written anew.
+    if (m_loginItem && (preferences.startAtLogin || m_loginItem->isEnabled()))
+        m_loginItem->setEnabled(preferences.startAtLogin); // a failure leaves the preference shown as chosen
+}
+
+void QuorvaneApp::openPanel()
+{
+    if (!m_window)
+        return;
+    if (m_windowed && !m_window->isVisible()) {
+        m_navigation.showDashboard();
+        m_window->show();
+        startUpdateChecks();
+    }
+    if (m_window->isVisible()) {
+        // The headless platform of tests and screenshots has no stacking order to change.
+        if (QGuiApplication::platformName() != u"offscreen"_s)
+            m_window->raise();
+        m_window->requestActivate();
+        return;
+    }
+    // No click to place it by: the top right, where most trays are.
+    QScreen *screen = QGuiApplication::primaryScreen();
+    const QRect area = screen ? screen->availableGeometry() : QRect();
+    togglePanel(QRect(), QPoint(area.right(), area.top()));
+}
+
+void QuorvaneApp::startUpdateChecks()
+{
+    // The version file is first asked for when the panel's content is first shown.
+    if (!m_updateCheckStarted) {
+        m_updateCheckStarted = true;
+        m_updateChecker->start();
+    }
 }
 
 void QuorvaneApp::togglePanel(const QRect &trayGeometry, const QPoint &clickPoint)
@@ -182,11 +208,7 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
     m_wasActive = false;
     m_window->setPosition(topLeft);
     m_window->show();
-    // The version file is first asked for when the panel's content is first shown.
-    if (!m_updateCheckStarted) {
-        m_updateCheckStarted = true;
-        m_updateChecker->start();
-    }
+    startUpdateChecks();
     // The headless platform of tests and screenshots has no stacking order to change.
     if (QGuiApplication::platformName() != u"offscreen"_s) {
         m_window->raise();
@@ -219,7 +241,8 @@ void QuorvaneApp::hidePanel()
 
 bool QuorvaneApp::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_window) {
+    // An ordinary window closes by its close button and stays when another is used.
+    if (watched == m_window && !m_windowed) {
         // A menu-bar panel closes when the user clicks elsewhere.
         if (event->type() == QEvent::MouseButtonPress) {
             const auto *press = static_cast<QMouseEvent *>(event);

@@ -51,6 +51,9 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(AchievementsModel *achievements READ achievements CONSTANT)
     Q_PROPERTY(DrillDownModel *drillDown READ drillDown CONSTANT)
     Q_PROPERTY(AtRiskModel *atRisk READ atRisk CONSTANT)
+    // No tray host shows the item: the panel is an ordinary window, found in the task switcher
+    // and closed by its close button, and opened again by launching the program.
+    Q_PROPERTY(bool windowed READ windowed CONSTANT)
 
 public:
     static constexpr int panelWidth = 440;
@@ -79,6 +82,10 @@ public:
     // Shows the panel next to the tray item, or hides it when it is open.
     void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
     void showPanelAt(const QPoint &topLeft);
+    // Shows the panel (raising it when it is open): where the tray item was not clicked, such as
+    // a second launch or a notification.
+    void openPanel();
+    bool windowed() const { return m_windowed; }
     Q_INVOKABLE void hidePanel();
     int maxPanelHeight() const { return m_maxPanelHeight; }
     int frameMargin() const { return m_frameMargin; }
@@ -99,8 +106,9 @@ protected:
 
 private:
     void updateTray();
-    void applyStartAtLogin();
+    void applyPreferences();
     void grabInput(int attemptsLeft);
+    void startUpdateChecks();
 
     AppOptions m_options;
     std::unique_ptr<RevenueEngine> m_engine;
@@ -121,6 +129,7 @@ private:
     QQmlApplicationEngine m_qml;
     QPointer<QQuickWindow> m_window;
     bool m_wasActive = false;
+    bool m_windowed = false;
     int m_maxPanelHeight = 100000;
     int m_frameMargin = 0;
 };
