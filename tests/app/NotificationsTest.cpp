@@ -9,6 +9,8 @@
 #include "support/TestUtil.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDesktopServices>
 #include <QJsonArray>
 #include <QStandardPaths>
 
@@ -23,16 +25,16 @@ class RecordingNotificationServer : public QObject
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
-    struct Call { QString appName, appIcon, summary, body, identifier; };
+    struct Call { QString appName, appIcon, summary, body, identifier; QStringList actions; QVariantMap hints; };
     QList<Call> calls;
     QStringList capabilities{u"body"_s};
 
 public Q_SLOTS:
     QStringList GetCapabilities() { return capabilities; }
     uint Notify(const QString &appName, uint, const QString &appIcon, const QString &summary, const QString &body,
-                const QStringList &, const QVariantMap &hints, int)
+                const QStringList &actions, const QVariantMap &hints, int)
     {
-        calls.append({appName, appIcon, summary, body, hints.value(u"x-quorvane-id"_s).toString()});
+        calls.append({appName, appIcon, summary, body, hints.value(u"x-quorvane-id"_s).toString(), actions, hints});
         return uint(calls.size());
     }
     QString GetServerInformation(QString &vendor, QString &version, QString &specVersion)
@@ -46,7 +48,41 @@ struct CountingSound final : SaleSound
 {
     int plays = 0;
     void play() override { ++plays; }
+    QString file() const override { return u"/sounds/sale.wav"_s; }
 };
+
+// A private session bus with the recording server on it, and the notifier's own connection.
+struct NotificationBus
+{
+    ChildProcess daemon;
+    QDBusConnection serverSide{QString()}, clientSide{QString()};
+    RecordingNotificationServer server;
+
+    bool start()
+    {
+        daemon.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        const QString address = firstLine(daemon.process, 5000);
+        serverSide = QDBusConnection::connectToBus(address, u"notification-server"_s);
+        clientSide = QDBusConnection::connectToBus(address, u"notifier"_s);
+        return !address.isEmpty()
+               && serverSide.registerObject(u"/org/freedesktop/Notifications"_s, &server, QDBusConnection::ExportAllSlots);
+    }
+    ~NotificationBus()
+    {
+        QDBusConnection::disconnectFromBus(u"notification-server"_s);
+        QDBusConnection::disconnectFromBus(u"notifier"_s);
+    }
+    void invoke(uint id, const QString &action)
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s,
+                                                         u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
+        signal << id << action;
+        serverSide.send(signal);
+    }
+};
+
+const QStringList plainActions{u"default"_s, u"Open"_s};
+const QStringList stripeActions = plainActions + QStringList{u"open-dashboard"_s, u"Open in Stripe"_s};
 
 const QString succeeded = u"invoice.payment_succeeded"_s;
 
@@ -64,18 +100,11 @@ QJsonObject paidInvoice(const QString &id, const QString &reason, qint64 at, qin
 
 TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
 {
-    const QString dbusDaemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-    if (dbusDaemon.isEmpty())
+    if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
-    ChildProcess bus;
-    bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    ASSERT_TRUE(bus.process.waitForStarted());
-    const QString address = firstLine(bus.process, 5000);
-    ASSERT_FALSE(address.isEmpty());
-    QDBusConnection serverSide = QDBusConnection::connectToBus(address, u"notification-server"_s);
-    QDBusConnection clientSide = QDBusConnection::connectToBus(address, u"notifier"_s);
-    RecordingNotificationServer server;
-    ASSERT_TRUE(serverSide.registerObject(u"/org/freedesktop/Notifications"_s, &server, QDBusConnection::ExportAllSlots));
+    NotificationBus bus;
+    ASSERT_TRUE(bus.start());
+    RecordingNotificationServer &server = bus.server;
 
     const qint64 now = qint64(clock->now().unixSeconds());
     QHash<QString, QJsonArray> byType;
@@ -86,16 +115,18 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
     stripe.setFallback([](const RecordedRequest &r) { return FakeResponse::json(200, page({}, false, QString::fromUtf8(r.path))); });
     const Account acme{.name = u"Acme & Co"_s, .stripeRestrictedKey = u"rk_test_notify"_s};
 
-    const struct { const char *name; bool serverOnBus; QStringList capabilities; } rows[] = {
+    const struct { const char *name; bool serverOnBus; QStringList capabilities; bool saleSound = true; } rows[] = {
         {"plain bodies", true, {u"body"_s}},
         {"markup bodies are escaped", true, {u"body"_s, u"body-markup"_s}},
+        {"the server rings and offers actions", true, {u"body"_s, u"actions"_s, u"sound"_s}},
+        {"sale sound off", true, {u"body"_s}, false},
         {"no server: nothing posted, nothing rings", false, {}}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         if (row.serverOnBus)
-            ASSERT_TRUE(serverSide.registerService(u"org.freedesktop.Notifications"_s));
+            ASSERT_TRUE(bus.serverSide.registerService(u"org.freedesktop.Notifications"_s));
         else
-            serverSide.unregisterService(u"org.freedesktop.Notifications"_s);
+            bus.serverSide.unregisterService(u"org.freedesktop.Notifications"_s);
         server.calls.clear();
         server.capabilities = row.capabilities;
         byType.clear();
@@ -104,8 +135,9 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         ASSERT_TRUE(storage().saveAccounts({acme}));
 
         auto sound = std::make_shared<CountingSound>();
-        auto notifier = std::make_shared<FreedesktopNotifier>(clientSide, sound);
+        auto notifier = std::make_shared<FreedesktopNotifier>(bus.clientSide, sound);
         notifier->setAppIcon(u"file:///icons/quorvane.png"_s);
+        notifier->setSaleSound(row.saleSound);
         EngineEnvironment env = environment();
         env.endpoints.stripeApi = stripe.baseUrl();
         env.notifier = notifier;
@@ -136,10 +168,13 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
             engine.reset();
             continue;
         }
-        ASSERT_TRUE(waitUntil([&] { return server.calls.size() >= 2 && sound->plays >= 1; }));
+        ASSERT_TRUE(waitUntil([&] { return server.calls.size() >= 2; }));
         waitUntil([] { return false; }, 100);
         ASSERT_EQ(server.calls.size(), 2);
-        EXPECT_EQ(sound->plays, 1) << "one sale, one ring";
+        // The sound goes with the notification where the server plays sounds, so its
+        // do-not-disturb mutes it too; elsewhere the program plays it: one sale, one ring.
+        const bool serverRings = row.capabilities.contains(u"sound"_s);
+        EXPECT_EQ(sound->plays, row.saleSound && !serverRings ? 1 : 0);
         for (int i = 0; i < 2; ++i) {
             const auto &call = server.calls[i];
             const PaymentEvent &ev = expected[i];
@@ -147,6 +182,10 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
             EXPECT_EQ(call.appIcon, u"file:///icons/quorvane.png"_s);
             EXPECT_EQ(call.summary, NotificationText::title(ev.kind));
             EXPECT_EQ(call.identifier, u"quorvane-"_s + ev.id);
+            EXPECT_EQ(call.hints.value(u"desktop-entry"_s).toString(), u"app.quorvane.Quorvane"_s);
+            const bool rings = row.saleSound && serverRings && NotificationText::isSale(ev.kind);
+            EXPECT_EQ(call.hints.value(u"sound-file"_s).toString(), rings ? u"/sounds/sale.wav"_s : QString());
+            EXPECT_EQ(call.actions, row.capabilities.contains(u"actions"_s) ? stripeActions : plainActions);
             const QString plain = u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
             EXPECT_EQ(call.body, row.capabilities.contains(u"body-markup"_s) ? plain.toHtmlEscaped() : plain);
         }
@@ -156,6 +195,59 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         EXPECT_TRUE(server.calls[1].body.contains(u"\n$12.50 \u2014 "_s)) << "a failed payment has no sign";
         engine.reset();
     }
+}
+
+// Where links to the provider go instead of a browser.
+class LinkRecorder : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public Q_SLOTS:
+    void open(const QUrl &url) { opened.append(url); }
+};
+
+TEST_F(AppFixture, ClickingANotificationOpensThePanelOnItsEventAndItsButtonTheStripePage)
+{
+    if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
+        GTEST_SKIP() << "dbus-daemon is not installed";
+    NotificationBus bus;
+    ASSERT_TRUE(bus.start());
+    ASSERT_TRUE(bus.serverSide.registerService(u"org.freedesktop.Notifications"_s));
+    bus.server.capabilities = {u"body"_s, u"actions"_s, u"sound"_s};
+    const Account acme{.name = u"Acme"_s};
+    PaymentEvent sale = event(u"in_sale"_s, daysAgo(0.01), RevenueKind::New, 49, acme.id);
+    sale.dashboardURL = u"https://dashboard.stripe.com/invoices/in_sale"_s;
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    ASSERT_TRUE(storage().saveFeed({event(u"in_older"_s, daysAgo(1), RevenueKind::Recurring, 29, acme.id), sale}));
+
+    auto sound = std::make_shared<CountingSound>();
+    auto notifier = std::make_shared<FreedesktopNotifier>(bus.clientSide, sound);
+    AppOptions options = appOptions();
+    options.environment.notifier = notifier;
+    QuorvaneApp app(options);
+    ASSERT_TRUE(app.start());
+    app.general()->setSaleSound(false); // the switch reaches the notifier: no sound with the notification
+    notifier->notify({sale});
+    ASSERT_TRUE(waitUntil([&] { return bus.server.calls.size() == 1; }));
+    EXPECT_FALSE(bus.server.calls[0].hints.contains(u"sound-file"_s));
+    EXPECT_EQ(sound->plays, 0);
+    EXPECT_EQ(bus.server.calls[0].actions, stripeActions);
+
+    app.navigation()->showAchievements();
+    EXPECT_FALSE(app.window()->isVisible());
+    bus.invoke(2, u"default"_s); // another notification's click is not ours
+    bus.invoke(1, u"default"_s);
+    ASSERT_TRUE(waitUntil([&] { return app.window()->isVisible(); }));
+    EXPECT_EQ(app.navigation()->paneName(), u"dashboard"_s);
+    EXPECT_EQ(app.dashboard()->feed()->expandedEventId(), sale.id);
+
+    LinkRecorder links;
+    QDesktopServices::setUrlHandler(u"https"_s, &links, "open");
+    bus.invoke(1, u"open-dashboard"_s);
+    waitUntil([&] { return !links.opened.isEmpty(); });
+    QDesktopServices::unsetUrlHandler(u"https"_s);
+    EXPECT_EQ(links.opened, QList<QUrl>{QUrl(*sale.dashboardURL)});
 }
 
 TEST(NotificationText, AmountsAreSignedForMoneyGoingOutAndNeverLocalised)

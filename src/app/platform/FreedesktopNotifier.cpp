@@ -1,5 +1,6 @@
 #include "FreedesktopNotifier.h"
 
+#include "platform/AppId.h"
 #include "engine/NotificationText.h"
 
 #include <QDBusMessage>
@@ -12,6 +13,10 @@ namespace {
 
 const QString service = u"org.freedesktop.Notifications"_s;
 const QString path = u"/org/freedesktop/Notifications"_s;
+const QString defaultAction = u"default"_s;
+const QString dashboardAction = u"open-dashboard"_s;
+// Notifications a server never reports closed would pile up: past this, one is forgotten.
+constexpr qsizetype postedLimit = 200;
 
 QDBusMessage call(const QString &method)
 {
@@ -21,10 +26,12 @@ QDBusMessage call(const QString &method)
 } // namespace
 
 FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, std::shared_ptr<SaleSound> sound, QObject *parent)
-    : QObject(parent)
+    : DesktopNotifier(parent)
     , m_bus(std::move(bus))
     , m_sound(std::move(sound))
 {
+    m_bus.connect(service, path, service, u"ActionInvoked"_s, this, SLOT(actionInvoked(uint,QString)));
+    m_bus.connect(service, path, service, u"NotificationClosed"_s, this, SLOT(closed(uint,uint)));
 }
 
 FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent &event, bool bodyMarkup)
@@ -35,36 +42,84 @@ FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent 
     return {NotificationText::title(event.kind), body, NotificationText::identifier(event)};
 }
 
+FreedesktopNotifier::Request FreedesktopNotifier::requestFor(const PaymentEvent &event, const Capabilities &server,
+                                                             bool saleSound, const QString &soundFile)
+{
+    Request request;
+    // The default action is what a click on the notification does; it has no button.
+    request.actions = QStringList{defaultAction, u"Open"_s};
+    if (server.actions && event.dashboardLink())
+        request.actions << dashboardAction << u"Open in Stripe"_s;
+    request.hints = {{u"x-quorvane-id"_s, NotificationText::identifier(event)},
+                     {u"desktop-entry"_s, QStringLiteral(QUORVANE_APP_ID)}};
+    if (!saleSound || !NotificationText::isSale(event.kind))
+        return request;
+    if (!server.sound)
+        request.ringHere = true;
+    else if (!soundFile.isEmpty())
+        request.hints.insert(u"sound-file"_s, soundFile);
+    else
+        request.hints.insert(u"sound-name"_s, u"message-new-instant"_s);
+    return request;
+}
+
 void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents)
 {
     if (newEvents.isEmpty())
         return;
-    // Whether a server answers, and how it reads bodies, is asked per batch: servers come
-    // and go with the desktop session.
+    // Whether a server answers, and what it can do, is asked per batch: servers come and go
+    // with the desktop session.
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call(u"GetCapabilities"_s)), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, newEvents](QDBusPendingCallWatcher *w) {
         w->deleteLater();
-        const QDBusPendingReply<QStringList> capabilities = *w;
-        if (capabilities.isError())
+        const QDBusPendingReply<QStringList> reply = *w;
+        if (reply.isError())
             return; // no server: nothing is shown and nothing rings
-        post(newEvents, capabilities.value().contains(u"body-markup"_s));
+        const QStringList names = reply.value();
+        post(newEvents, {.bodyMarkup = names.contains(u"body-markup"_s), .actions = names.contains(u"actions"_s),
+                         .sound = names.contains(u"sound"_s)});
     });
 }
 
-void FreedesktopNotifier::post(const QList<PaymentEvent> &events, bool bodyMarkup)
+void FreedesktopNotifier::post(const QList<PaymentEvent> &events, const Capabilities &server)
 {
+    const QString soundFile = m_sound && server.sound ? m_sound->file() : QString();
     for (const PaymentEvent &event : events) {
-        const Content content = contentFor(event, bodyMarkup);
+        const Content content = contentFor(event, server.bodyMarkup);
+        const Request request = requestFor(event, server, m_saleSound, soundFile);
         QDBusMessage message = call(u"Notify"_s);
-        message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << QStringList()
-                << QVariantMap{{u"x-quorvane-id"_s, content.identifier}} << -1;
+        message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << request.actions
+                << request.hints << -1;
         auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-        const bool sale = NotificationText::isSale(event.kind);
-        // Each sale rings once its notification is handed over, whether or not the server took it.
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, sale](QDBusPendingCallWatcher *w) {
-            w->deleteLater();
-            if (sale && m_sound)
-                m_sound->play();
-        });
+        // Each sale the server cannot play rings once its notification is handed over, whether
+        // or not the server took it.
+        connect(watcher, &QDBusPendingCallWatcher::finished, this,
+                [this, ringHere = request.ringHere, posted = Posted{event.id, event.dashboardLink()}](QDBusPendingCallWatcher *w) {
+                    w->deleteLater();
+                    const QDBusPendingReply<uint> reply = *w;
+                    if (!reply.isError()) {
+                        if (m_posted.size() >= postedLimit)
+                            m_posted.erase(m_posted.begin());
+                        m_posted.insert(reply.value(), posted);
+                    }
+                    if (ringHere && m_sound)
+                        m_sound->play();
+                });
     }
+}
+
+void FreedesktopNotifier::actionInvoked(uint id, const QString &action)
+{
+    const auto found = m_posted.constFind(id);
+    if (found == m_posted.cend())
+        return; // another program's notification, or one from before a restart
+    if (action == defaultAction)
+        Q_EMIT eventActivated(found->eventId);
+    else if (action == dashboardAction && found->link)
+        Q_EMIT linkActivated(*found->link);
+}
+
+void FreedesktopNotifier::closed(uint id, uint)
+{
+    m_posted.remove(id);
 }

@@ -89,7 +89,7 @@ std::unique_ptr<LoginItem> createLoginItem(const QString &configHome)
     return std::make_unique<XdgAutostart>(configHome);
 }
 
-std::shared_ptr<Notifier> createNotifier(const QString &soundsFolder, const QString &appIcon)
+std::shared_ptr<DesktopNotifier> createNotifier(const QString &soundsFolder, const QString &appIcon)
 {
     auto sound = std::make_shared<MediaSaleSound>(
         soundsFolder, QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation));

@@ -11,6 +11,8 @@ class SaleSound
 public:
     virtual ~SaleSound() = default;
     virtual void play() = 0;
+    // The file to hand to a notification server that plays sounds itself; empty: none.
+    virtual QString file() const { return {}; }
 };
 
 // Plays through Qt Multimedia the user's own "sale.{aiff,wav,mp3,caf,m4a}" from the data
@@ -24,6 +26,7 @@ public:
     MediaSaleSound(QString soundsFolder, QStringList dataDirs, QObject *parent = nullptr);
 
     void play() override;
+    QString file() const override { return candidates(m_soundsFolder, m_dataDirs).value(0); }
 
     // The files to try, best first: the custom sale sounds that exist, then the theme's.
     static QStringList candidates(const QString &soundsFolder, const QStringList &dataDirs);

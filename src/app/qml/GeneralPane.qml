@@ -26,9 +26,15 @@ ColumnLayout {
     SettingRow {
         Layout.topMargin: 6
         title: "Show notifications"
-        note: "Multiple events will be grouped in one notification."
         checked: pane.settings.showNotifications
         onToggled: v => pane.settings.showNotifications = v
+    }
+    // The sound comes with a sale's notification, so the desktop's do-not-disturb mutes it.
+    SettingRow {
+        title: "Sale sound"
+        enabled: pane.settings.showNotifications
+        checked: pane.settings.saleSound
+        onToggled: v => pane.settings.saleSound = v
     }
 
     SectionHeader { text: "Dashboard currency" }

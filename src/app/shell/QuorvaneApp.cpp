@@ -1,5 +1,6 @@
 #include "QuorvaneApp.h"
 
+#include "platform/Notifications.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
 #include "shell/TrayPresentation.h"
@@ -66,6 +67,10 @@ QuorvaneApp::~QuorvaneApp()
 
 bool QuorvaneApp::start()
 {
+    if (auto *notifications = dynamic_cast<DesktopNotifier *>(m_options.environment.notifier.get())) {
+        connect(notifications, &DesktopNotifier::eventActivated, this, &QuorvaneApp::openEvent);
+        connect(notifications, &DesktopNotifier::linkActivated, this, &QuorvaneApp::openUrl);
+    }
     if (m_options.createTray) {
         m_tray = Platform::createTrayItem();
         m_windowed = !m_tray->isSeen();
@@ -144,6 +149,8 @@ void QuorvaneApp::applyPreferences()
     // Also when already on: an entry naming where the program used to be is written anew.
     if (m_loginItem && (preferences.startAtLogin || m_loginItem->isEnabled()))
         m_loginItem->setEnabled(preferences.startAtLogin); // a failure leaves the preference shown as chosen
+    if (m_options.environment.notifier)
+        m_options.environment.notifier->setSaleSound(preferences.saleSound);
 }
 
 void QuorvaneApp::openPanel()
@@ -166,6 +173,13 @@ void QuorvaneApp::openPanel()
     QScreen *screen = QGuiApplication::primaryScreen();
     const QRect area = screen ? screen->availableGeometry() : QRect();
     togglePanel(QRect(), QPoint(area.right(), area.top()));
+}
+
+void QuorvaneApp::openEvent(const QString &eventId)
+{
+    openPanel();
+    m_navigation.showDashboard();
+    m_dashboard->feed()->open(eventId);
 }
 
 void QuorvaneApp::startUpdateChecks()

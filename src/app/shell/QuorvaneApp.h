@@ -85,6 +85,8 @@ public:
     // Shows the panel (raising it when it is open): where the tray item was not clicked, such as
     // a second launch or a notification.
     void openPanel();
+    // The panel on the dashboard with the event's row open.
+    void openEvent(const QString &eventId);
     bool windowed() const { return m_windowed; }
     Q_INVOKABLE void hidePanel();
     int maxPanelHeight() const { return m_maxPanelHeight; }

@@ -194,6 +194,14 @@ void FeedModel::toggle(int row)
         emitRowChanged(id);
 }
 
+void FeedModel::open(const QString &eventId)
+{
+    const std::optional<QString> previous = std::exchange(m_expandedEventId, eventId);
+    if (previous && previous != eventId)
+        emitRowChanged(*previous);
+    emitRowChanged(eventId);
+}
+
 void FeedModel::copyEmail(int row)
 {
     if (row < 0 || row >= m_rows.size() || m_rows.at(row).feedIndex < 0)

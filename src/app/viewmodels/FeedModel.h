@@ -59,6 +59,8 @@ public:
 
     // Opens the row, or closes it when it is the open one; at most one row is open.
     Q_INVOKABLE void toggle(int row);
+    // Opens the event's row (a clicked notification's), whichever row was open.
+    void open(const QString &eventId);
     // Puts the row's real e-mail on the clipboard and shows "Copied!" for a moment.
     Q_INVOKABLE void copyEmail(int row);
     // Date labels are relative to now; the dashboard calls this once a minute.

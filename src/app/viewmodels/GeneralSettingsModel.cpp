@@ -89,6 +89,16 @@ void GeneralSettingsModel::setShowNotifications(bool value)
     edit([value](Preferences &p) { p.showNotifications = value; });
 }
 
+bool GeneralSettingsModel::saleSound() const
+{
+    return m_engine->preferences().saleSound;
+}
+
+void GeneralSettingsModel::setSaleSound(bool value)
+{
+    edit([value](Preferences &p) { p.saleSound = value; });
+}
+
 bool GeneralSettingsModel::darkMode() const
 {
     return m_engine->preferences().darkMode;

@@ -22,6 +22,7 @@ class GeneralSettingsModel : public QObject
     Q_PROPERTY(bool showNewSubscriptions READ showNewSubscriptions WRITE setShowNewSubscriptions NOTIFY changed)
     Q_PROPERTY(bool showCanceledSubscriptions READ showCanceledSubscriptions WRITE setShowCanceledSubscriptions NOTIFY changed)
     Q_PROPERTY(bool showNotifications READ showNotifications WRITE setShowNotifications NOTIFY changed)
+    Q_PROPERTY(bool saleSound READ saleSound WRITE setSaleSound NOTIFY changed)
     Q_PROPERTY(bool darkMode READ darkMode WRITE setDarkMode NOTIFY changed)
     Q_PROPERTY(bool startAtLogin READ startAtLogin WRITE setStartAtLogin NOTIFY changed)
 
@@ -55,6 +56,8 @@ public:
     void setShowCanceledSubscriptions(bool value);
     bool showNotifications() const;
     void setShowNotifications(bool value);
+    bool saleSound() const;
+    void setSaleSound(bool value);
     bool darkMode() const;
     void setDarkMode(bool value);
     bool startAtLogin() const;

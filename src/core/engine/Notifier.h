@@ -14,4 +14,6 @@ public:
     virtual void requestAuthorizationIfNeeded() = 0;
     // One notification per event, in order; failures are not reported.
     virtual void notify(const QList<PaymentEvent> &newEvents) = 0;
+    // Whether sales ring as well (the user's "Sale sound" switch); on until told otherwise.
+    virtual void setSaleSound(bool on) { (void)on; }
 };

@@ -22,6 +22,7 @@ Preferences Preferences::decode(JsonReader &r, DateForm form)
     p.showNewSubscriptions = r.boolean("showNewSubscriptions"_L1);
     p.showCanceledSubscriptions = r.boolean("showCanceledSubscriptions"_L1);
     p.showNotifications = r.boolean("showNotifications"_L1);
+    p.saleSound = r.optBoolean("saleSound"_L1).value_or(true);
     // Enumerated choices outside their table fall back to their default rather than losing
     // the whole file, and never reach a formatter (an unknown code would become the prefix of
     // every figure). Any code of the rate table formats, so any is kept.
@@ -48,6 +49,7 @@ QJsonObject toJson(const Preferences &p, DateForm form)
         {"showNewSubscriptions"_L1, p.showNewSubscriptions},
         {"showCanceledSubscriptions"_L1, p.showCanceledSubscriptions},
         {"showNotifications"_L1, p.showNotifications},
+        {"saleSound"_L1, p.saleSound},
         {"dashboardCurrency"_L1, p.dashboardCurrency},
         {"darkMode"_L1, p.darkMode},
         {"startAtLogin"_L1, p.startAtLogin},

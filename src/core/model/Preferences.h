@@ -14,6 +14,7 @@ struct Preferences
     bool showNewSubscriptions = true;
     bool showCanceledSubscriptions = true;
     bool showNotifications = true;
+    bool saleSound = true; // absent from files written before the switch existed
     QString dashboardCurrency = QStringLiteral("USD");
     bool darkMode = true;
     bool startAtLogin = false;

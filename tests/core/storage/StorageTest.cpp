@@ -46,7 +46,7 @@ PaymentEvent event(const QString &id, Date date)
 
 Preferences preferences()
 {
-    return {.dashboardCurrency = u"GBP"_s, .refreshSeconds = 120, .selectedRange = TimeRange::Last30Days,
+    return {.saleSound = false, .dashboardCurrency = u"GBP"_s, .refreshSeconds = 120, .selectedRange = TimeRange::Last30Days,
             .customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125), .customRangeEnd = noon};
 }
 
@@ -153,6 +153,13 @@ TEST_F(StorageTest, PreferencesWithIsoDatesAreNotRead)
     ASSERT_TRUE(writeFile(path(Storage::preferencesFile),
                           QJsonDocument(toJson(preferences(), DateForm::ReferenceSeconds)).toJson()));
     EXPECT_EQ(storage.loadPreferences(), preferences());
+    // A file written before the sale-sound switch existed reads it as on.
+    QJsonObject older = toJson(preferences());
+    older.remove("saleSound"_L1);
+    ASSERT_TRUE(writeFile(path(Storage::preferencesFile), QJsonDocument(older).toJson()));
+    const std::optional<Preferences> read = storage.loadPreferences();
+    ASSERT_TRUE(read.has_value());
+    EXPECT_TRUE(read->saleSound);
 }
 
 TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
