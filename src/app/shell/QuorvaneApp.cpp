@@ -159,6 +159,14 @@ void QuorvaneApp::openPanel()
         return;
     if (m_windowed && !m_window->isVisible()) {
         m_navigation.showDashboard();
+        // The window manager's frame comes on top of the panel's height; until it has framed the
+        // window once, room for a title bar is kept.
+        const QMargins frame = m_window->frameMargins();
+        const int frameHeight = frame.isNull() ? 40 : frame.top() + frame.bottom();
+        if (const QScreen *screen = m_window->screen()) {
+            m_maxPanelHeight = std::max(200, screen->availableGeometry().height() - frameHeight);
+            Q_EMIT maxPanelHeightChanged();
+        }
         m_window->show();
         startUpdateChecks();
     }
