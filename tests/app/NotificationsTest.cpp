@@ -64,8 +64,8 @@ struct NotificationBus
         const QString address = firstLine(daemon.process, 5000);
         serverSide = QDBusConnection::connectToBus(address, u"notification-server"_s);
         clientSide = QDBusConnection::connectToBus(address, u"notifier"_s);
-        return !address.isEmpty()
-               && serverSide.registerObject(u"/org/freedesktop/Notifications"_s, &server, QDBusConnection::ExportAllSlots);
+        const QString path = u"/org/freedesktop/Notifications"_s;
+        return !address.isEmpty() && serverSide.registerObject(path, &server, QDBusConnection::ExportAllSlots);
     }
     ~NotificationBus()
     {

@@ -110,8 +110,8 @@ TEST(LoginItem, AutostartEntryNamesTheInstalledProgramAndIsRewrittenWhenItMoves)
     const struct { const char *name; QString running, onPath; QByteArray exec; } rows[] = {
         {"installed and running", u"/opt/Quorvane \"x\"/bin/quorvane"_s, u"/usr/bin/quorvane"_s,
          "Exec=\"/opt/Quorvane \\\"x\\\"/bin/quorvane\"\n"},
-        {"from a build folder: the one on PATH", u"/home/a/quorvane/build/src/app/quorvane"_s, u"/usr/local/bin/quorvane"_s,
-         "Exec=\"/usr/local/bin/quorvane\"\n"},
+        {"from a build folder: the one on PATH", u"/home/a/quorvane/build/src/app/quorvane"_s,
+         u"/usr/local/bin/quorvane"_s, "Exec=\"/usr/local/bin/quorvane\"\n"},
         {"from a build folder, nothing installed", u"/home/a/quorvane/build/src/app/quorvane"_s, {}, {}}};
     QTemporaryDir dir;
     const QString path = dir.filePath(u"autostart/quorvane.desktop"_s);

@@ -93,8 +93,9 @@ void FreedesktopNotifier::post(const QList<PaymentEvent> &events, const Capabili
         auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
         // Each sale the server cannot play rings once its notification is handed over, whether
         // or not the server took it.
+        const Posted posted{event.id, event.dashboardLink()};
         connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                [this, ringHere = request.ringHere, posted = Posted{event.id, event.dashboardLink()}](QDBusPendingCallWatcher *w) {
+                [this, ringHere = request.ringHere, posted](QDBusPendingCallWatcher *w) {
                     w->deleteLater();
                     const QDBusPendingReply<uint> reply = *w;
                     if (!reply.isError()) {

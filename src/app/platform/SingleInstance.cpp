@@ -100,8 +100,8 @@ QString SingleInstance::socketPath() const
 bool SingleInstance::claim()
 {
     if (m_bus.isConnected() && m_bus.interface()) {
-        const auto registered = m_bus.interface()->registerService(busName(), QDBusConnectionInterface::DontQueueService,
-                                                                   QDBusConnectionInterface::DontAllowReplacement);
+        const auto registered = m_bus.interface()->registerService(
+            busName(), QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
         if (!registered.isValid() || registered.value() != QDBusConnectionInterface::ServiceRegistered)
             return false;
         m_ownsName = true;

@@ -46,7 +46,8 @@ PaymentEvent event(const QString &id, Date date)
 
 Preferences preferences()
 {
-    return {.saleSound = false, .dashboardCurrency = u"GBP"_s, .refreshSeconds = 120, .selectedRange = TimeRange::Last30Days,
+    return {.saleSound = false, .dashboardCurrency = u"GBP"_s, .refreshSeconds = 120,
+            .selectedRange = TimeRange::Last30Days,
             .customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125), .customRangeEnd = noon};
 }
 
