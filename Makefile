@@ -30,7 +30,7 @@ test: build
 
 # The Debian package, here at the top: `sudo apt install ./quorvane_*.deb`.
 package: build
-	@cd $(BUILD) && cpack -G DEB >/dev/null
+	@cd $(BUILD) && { cpack -G DEB >cpack.log 2>&1 || { cat cpack.log; exit 1; }; }
 	@mv $(BUILD)/quorvane_*.deb . && ls quorvane_*.deb
 
 bench: build
