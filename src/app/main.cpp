@@ -64,6 +64,7 @@ int main(int argc, char **argv)
     // `make run` on a machine without keys: QUORVANE_DEMO=1, or --demo.
     options.demo = app.arguments().contains(QStringLiteral("--demo")) || qEnvironmentVariable("QUORVANE_DEMO") == u"1";
     options.environment.secrets = makeDesktopSecretStore();
+    options.keyringNeedsSetup = [] { return keyringNeedsSetup(QDBusConnection::sessionBus()); };
     options.environment.readFeedInBackground = true; // the tray is up before a long feed is read
     options.environment.notifier = Platform::createNotifier(options.environment.storage.folder() + u"/sounds"_s,
                                                             notificationIcon());

@@ -1,15 +1,87 @@
 #include "AppFixture.h"
 #include "platform/KeychainSecretStore.h"
+#include "viewmodels/AccountsModel.h"
 #include "support/ChildProcess.h"
+#include "support/TestUtil.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusObjectPath>
 #include <QStandardPaths>
 #include <QTest>
+#include <QThread>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// The Secret Service's default alias, as a test bus serves it.
+class AliasService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Secret.Service")
+public:
+    QString defaultCollection;
+public Q_SLOTS:
+    QDBusObjectPath ReadAlias(const QString &name)
+    {
+        return QDBusObjectPath(name == u"default"_s ? defaultCollection : u"/"_s);
+    }
+};
+
+// A keyring that answers: nothing stored yet, every write taken.
+struct AnsweringKeyring final : SecretStore
+{
+    QCoro::Task<ReadResult> read(QString) override { co_return ReadResult{Status::NotFound, {}}; }
+    QCoro::Task<bool> write(QString, QByteArray) override { co_return true; }
+    QCoro::Task<bool> remove(QString) override { co_return true; }
+};
+
+} // namespace
+
+// The editor says where a key goes before the desktop asks anything: a keyring without a
+// default collection will ask for one to be set up first.
+TEST_F(AppFixture, TheEditorSaysWhereTheKeyGoesBeforeTheKeyringAsks)
+{
+    if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
+        GTEST_SKIP() << "dbus-daemon is not installed";
+    ChildProcess bus;
+    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    const QString address = firstLine(bus.process, 5000);
+    QDBusConnection serviceSide = QDBusConnection::connectToBus(address, u"secrets"_s);
+    QDBusConnection appSide = QDBusConnection::connectToBus(address, u"editor"_s);
+    // The probe blocks its thread, so the service answers from a thread of its own.
+    AliasService service;
+    struct Running { QThread thread; ~Running() { thread.quit(); thread.wait(); } } serving;
+    service.moveToThread(&serving.thread);
+    serving.thread.start();
+    ASSERT_TRUE(serviceSide.registerObject(u"/org/freedesktop/secrets"_s, &service, QDBusConnection::ExportAllSlots));
+    // Before anything asks for it: the bus would start the machine's own keyring daemon.
+    ASSERT_TRUE(serviceSide.registerService(u"org.freedesktop.secrets"_s));
+
+    EngineEnvironment withKeyring = environment();
+    withKeyring.secrets = std::make_shared<AnsweringKeyring>();
+    engine = std::make_unique<RevenueEngine>(withKeyring);
+    ASSERT_TRUE(waitUntil([&] { return engine->credentialsReady(); }));
+    ASSERT_TRUE(engine->usesKeyring());
+    AccountsModel accounts(engine.get());
+    accounts.setKeyringProbe([&] { return keyringNeedsSetup(appSide); });
+    const struct { const char *name; QString collection; QString note; } rows[] = {
+        {"no default keyring yet", u"/"_s, u"Your desktop will ask you to set up a keyring to store this key."_s},
+        {"a login keyring", u"/org/freedesktop/secrets/collection/login"_s, u"The key is kept in your desktop's keyring."_s}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        service.defaultCollection = row.collection;
+        accounts.addAccount(u"stripe"_s);
+        ASSERT_NE(accounts.editor(), nullptr);
+        EXPECT_EQ(accounts.editor()->storageNote(), row.note);
+    }
+    EXPECT_TRUE(AccountEditor::storageNote(false, true).contains(u"accounts file"_s)) << "no keyring: the file is named";
+    QDBusConnection::disconnectFromBus(u"secrets"_s);
+    QDBusConnection::disconnectFromBus(u"editor"_s);
+}
 
 // Against a real Secret Service: gnome-keyring on a private session bus that this test
 // starts, with a login keyring unlocked by a password on its input. The checks run in a
@@ -83,3 +155,5 @@ TEST_F(AppFixture, KeysLiveInARealSecretServiceAndSurviveARestart)
     EXPECT_EQ(child.exitCode(), 0) << output.toStdString();
     EXPECT_TRUE(output.contains("[  PASSED  ] 1 test")) << output.toStdString();
 }
+
+#include "KeyringTest.moc"

@@ -1,5 +1,8 @@
 #include "KeychainSecretStore.h"
 
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+
 #ifdef QUORVANE_HAS_KEYCHAIN
 #include "util/Cancellation.h"
 
@@ -79,3 +82,16 @@ std::shared_ptr<SecretStore> makeDesktopSecretStore()
 }
 
 #endif
+
+bool keyringNeedsSetup(const QDBusConnection &bus)
+{
+    const QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.secrets"), QStringLiteral("/org/freedesktop/secrets"),
+        QStringLiteral("org.freedesktop.Secret.Service"), QStringLiteral("ReadAlias"))
+        << QStringLiteral("default");
+    const QDBusMessage reply = bus.call(call, QDBus::Block, 1000);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return false; // no keyring service: keys stay in the private file, and nothing asks
+    // The service names "/" when the alias points nowhere: the first write creates a collection.
+    return reply.arguments().constFirst().value<QDBusObjectPath>().path() == u"/";
+}

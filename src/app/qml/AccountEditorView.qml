@@ -126,6 +126,14 @@ ColumnLayout {
         checked: view.editor.enabled
         onToggled: v => view.editor.enabled = v
     }
+    UiText {
+        Layout.fillWidth: true
+        visible: text.length > 0
+        text: view.editor.storageNote
+        wrapMode: Text.WordWrap
+        size: 10
+        color: Appearance.secondary
+    }
 
     RowLayout {
         Layout.fillWidth: true

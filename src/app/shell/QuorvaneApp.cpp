@@ -26,6 +26,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     m_dashboard = std::make_unique<DashboardModel>(m_engine.get(), m_options.locale);
     m_general = std::make_unique<GeneralSettingsModel>(m_engine.get());
     m_accounts = std::make_unique<AccountsModel>(m_engine.get());
+    m_accounts->setKeyringProbe(m_options.keyringNeedsSetup);
     m_update = std::make_unique<UpdateModel>(m_updateChecker.get());
     connect(m_updateChecker.get(), &UpdateChecker::stateChanged, this, [this] {
         // Once the block lifts the panel starts over on the dashboard.

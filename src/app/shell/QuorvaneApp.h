@@ -28,6 +28,7 @@ struct AppOptions
     UpdateCheckerEnvironment update;
     QLocale locale;
     QString autostartConfigHome; // empty: the user's real configuration folder
+    std::function<bool()> keyringNeedsSetup; // the account editor says so before a key is saved
     bool createTray = true;
     bool demo = false; // start with the demo business, adding it when there is none
 };

@@ -137,3 +137,13 @@ void AccountEditor::cancel()
 {
     Q_EMIT cancelled();
 }
+
+QString AccountEditor::storageNote(bool usesKeyring, bool keyringNeedsSetup)
+{
+    if (!usesKeyring)
+        return QStringLiteral("No keyring answers on this desktop: the key is kept in Quorvane's accounts file, "
+                              "readable by you alone.");
+    if (keyringNeedsSetup)
+        return QStringLiteral("Your desktop will ask you to set up a keyring to store this key.");
+    return QStringLiteral("The key is kept in your desktop's keyring.");
+}

@@ -34,6 +34,7 @@ class AccountEditor : public QObject
     Q_PROPERTY(QString paypalHelpText READ paypalHelpText NOTIFY changed)
     Q_PROPERTY(QStringList providerLabels READ providerLabels CONSTANT)
     Q_PROPERTY(QStringList environmentLabels READ environmentLabels CONSTANT)
+    Q_PROPERTY(QString storageNote READ storageNote NOTIFY changed)
 
 public:
     AccountEditor(Account account, QString fallbackTitle, QObject *parent = nullptr);
@@ -44,6 +45,9 @@ public:
     // The account as it is stored: pasted credentials lose surrounding white space.
     static Account trimmed(Account account);
     static QString paypalHelpText(bool live);
+    // Where a saved key goes, said before the desktop asks anything: the keyring (which may
+    // first have to be set up) or, without one, the private accounts file.
+    static QString storageNote(bool usesKeyring, bool keyringNeedsSetup);
 
     const Account &account() const { return m_account; }
 
@@ -71,6 +75,8 @@ public:
     QString paypalHelpText() const { return paypalHelpText(m_account.paypalLive); }
     QStringList providerLabels() const;
     QStringList environmentLabels() const;
+    QString storageNote() const { return m_storageNote; }
+    void setStorageNote(const QString &note) { assign(m_storageNote, note); }
 
     Q_INVOKABLE void save();
     Q_INVOKABLE void cancel();
@@ -91,4 +97,5 @@ private:
     }
     Account m_account;
     QString m_fallbackTitle;
+    QString m_storageNote;
 };

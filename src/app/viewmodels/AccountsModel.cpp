@@ -88,6 +88,10 @@ void AccountsModel::openEditor(const Account &account)
     if (m_editor)
         m_editor->deleteLater();
     m_editor = new AccountEditor(account, nextAccountNumberTitle(account, m_engine->accounts()), this);
+    // Until the keyring has answered at start nothing is said: it may still turn out to be there.
+    if (m_engine->credentialsReady() && !account.isDemo())
+        m_editor->setStorageNote(AccountEditor::storageNote(m_engine->usesKeyring(),
+                                                            m_keyringNeedsSetup && m_keyringNeedsSetup()));
     connect(m_editor, &AccountEditor::saved, this, [this](const Account &saved) {
         m_engine->upsertAccount(saved);
         closeEditor();

@@ -7,6 +7,7 @@
 #include <QAbstractListModel>
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
+#include <functional>
 
 class RevenueEngine;
 
@@ -34,6 +35,8 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     AccountEditor *editor() const { return m_editor; }
+    // Asked each time an editor opens: whether the keyring must be set up before it stores a key.
+    void setKeyringProbe(std::function<bool()> needsSetup) { m_keyringNeedsSetup = std::move(needsSetup); }
     bool isEmpty() const;
 
     // "stripe" or "paypal".
@@ -56,4 +59,5 @@ private:
     RevenueEngine *m_engine;
     QList<Account> m_accounts;
     QPointer<AccountEditor> m_editor;
+    std::function<bool()> m_keyringNeedsSetup;
 };
