@@ -109,7 +109,9 @@ public:
     const QList<Account> &accounts() const { return m_accounts; }
     const Preferences &preferences() const { return m_preferences; }
     const QList<DailyBucket> &dailyBuckets() const { return m_dailyBuckets; }
-    const QList<PaymentEvent> &feed() const { return m_feed; }
+    // The events of the enabled accounts, newest first: what every total, list and label shows.
+    // A disabled account's events stay stored, hidden, until it is enabled again.
+    const QList<PaymentEvent> &feed() const { return m_shownFeed; }
     bool isLoading() const { return m_isLoading; }
     const std::optional<QString> &lastError() const { return m_lastError; }
     std::optional<Date> lastRefreshed() const { return m_lastRefreshed; }
@@ -150,11 +152,17 @@ public:
     void setPreferences(const Preferences &preferences);
     void setSelectedAccountFilter(std::optional<QUuid> accountId);
 
-    // Accounts.
+    // Accounts. Removing one drops at once everything it brought: its events, days, at-risk
+    // rows, retry results and sync state. Disabling one hides the same until it is enabled.
     void upsertAccount(const Account &account);
     void removeAccount(const Account &account);
     // Adds the built-in demo business unless an account of it exists, and refreshes.
     void addDemoAccount();
+    void removeDemoAccounts();
+    // Whether an account of the user's own (not the demo business) is connected.
+    bool hasOwnAccounts() const;
+    // Whether the demo business is enabled, so its made-up money is in the figures.
+    bool showsDemo() const;
 
     // Refresh control.
     void startAutoRefresh();
@@ -255,7 +263,16 @@ private:
     void saveAccounts();
     QCoro::Task<> loadCredentials();
     QCoro::Task<> persistAccounts();
+    // Replaces the stored feed; events of accounts the engine no longer knows are left out.
     void setFeed(QList<PaymentEvent> feed);
+    // Derives the shown feed and the days from the stored feed and the enabled accounts.
+    void showFeed();
+    // Drops what a removed account, or a disabled one, still shows outside the feed.
+    void dropAtRiskOf(const QUuid &accountId);
+    void forgetAccount(const QUuid &accountId);
+    void fillDemoHistory();
+    QCoro::Task<> runDemoHistoryFill(QList<Account> demos, GapFill::Window window, bool realFillDue,
+                                     CancellationToken token);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
                                       CancellationToken token, CycleLoads *loads);
@@ -288,7 +305,8 @@ private:
     QList<Account> m_accounts;
     Preferences m_preferences;
     QList<DailyBucket> m_dailyBuckets;
-    QList<PaymentEvent> m_feed;
+    QList<PaymentEvent> m_feed;      // stored: the events of every known account
+    QList<PaymentEvent> m_shownFeed; // the enabled accounts' events
     bool m_isLoading = false;
     std::optional<QString> m_lastError;
     std::optional<Date> m_lastRefreshed;
@@ -319,6 +337,7 @@ private:
 
     bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
+    QSet<QUuid> m_demoHistoryFilled; // demo accounts whose 31–90-day history is in
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.

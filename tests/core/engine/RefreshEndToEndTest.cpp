@@ -288,8 +288,8 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         add(paidInvoice(u"evt_old"_s, now - 3600, {.id = u"in_old"_s, .created = now - 3600}, Shape::Current));
         // The ancient event makes the stored feed cover 25 days, so it does not reset the sync state.
         if (row.storedFeed)
-            ASSERT_TRUE(storage().saveFeed({event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20),
-                                            event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+            ASSERT_TRUE(storage().saveFeed({event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20, main.id),
+                                            event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1, main.id)}));
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.showNotifications = row.notificationsOn;
         p.privacyMode = row.privacyMode;
