@@ -12,6 +12,7 @@
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
 #include "stripe/ListingSlices.h"
+#include "stripe/StripeSubscriptions.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
@@ -30,6 +31,7 @@ class RequestBudget;
 class StripeSource;
 struct DemoRetryBook;
 struct RawCharge;
+struct SubscriptionCancellation;
 namespace GapFill {
 struct Window;
 }
@@ -295,6 +297,10 @@ private:
     void markMissingEventScope(const QUuid &accountId);
     void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
     void startIconCaching(const Account &account);
+    QCoro::Task<> lookUpChurnCustomers(Account account, std::shared_ptr<const StripeSource> source,
+                                       QList<SubscriptionCancellation> cancellations, CancellationToken token);
+    std::optional<ExpandedSubscription::SubCustomer> churnCustomer(const QUuid &accountId,
+                                                                   const std::optional<QString> &customerId) const;
     // Where an account's Stripe records come from: the REST API, or the demo business.
     std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;
     std::shared_ptr<RequestBudget> stripeBudget(const QString &restrictedKey) const;
@@ -354,6 +360,8 @@ private:
     QString m_menubarLabel;
     // Invoices paid by hand on demo accounts, kept for the life of the engine.
     mutable std::shared_ptr<DemoRetryBook> m_demoRetries; // made on first use
+    // Customers of cancelled subscriptions by account and customer id, looked up once each.
+    QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
     // One request budget per Stripe key, shared by every request made with it.
     mutable QHash<QString, std::shared_ptr<RequestBudget>> m_stripeBudgets;
     // Declared last so it goes first: its tasks stop before the state they write back to.

@@ -24,6 +24,9 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     EXPECT_GT(month.newMRR, 1000);
     EXPECT_GT(month.recurringMRR, month.newMRR);
     EXPECT_GT(month.churn, 0);
+    EXPECT_EQ(std::count_if(engine->feed().cbegin(), engine->feed().cend(), [](const PaymentEvent &e) {
+                  return e.kind == RevenueKind::Churn && (!e.customerEmail || !e.description.contains(u" canceled "_s));
+              }), 0) << "every cancellation names its customer and plan";
     // Its 31–90-day history comes from its charges, as a real account's does: nearly every
     // day of it has revenue.
     ASSERT_TRUE(waitUntil([&] { return !engine->isLoadingHistoricalGap(); }));
@@ -80,10 +83,16 @@ protected:
              {paidInvoice(u"evt_in_1"_s, 1'795'200'000, {.id = u"in_1"_s, .created = 1'795'200'000, .charge = u"ch_in_1"_s},
                           Shape::Legacy)}},
             {u"charge.succeeded"_s, {sale(u"ch_1"_s, 50000, 1'795'250'000)}},
+            {u"customer.subscription.deleted"_s,
+             {StripeBodies::event(u"evt_gone"_s, u"customer.subscription.deleted"_s, 1'795'230'000,
+                    subscription({.id = u"sub_gone"_s, .canceledAt = 1'795'230'000}, Shape::Legacy), Shape::Legacy)}},
             {u"past_due"_s, {pastDue(u"sub_main"_s, 3000)}}};
         rowsByKey[stripeAuth(second)] = {{u"charge.succeeded"_s, {sale(u"ch_2"_s, 900000, 1'795'240'000)}},
                                          {u"past_due"_s, {pastDue(u"sub_second"_s, 5000)}}};
         stripe.setFallback([this](const RecordedRequest &r) {
+            if (r.path.startsWith("/v1/customers/"))
+                return FakeResponse::json(200, R"({"id":"cus_QhXy1zA2bC3dE4","object":"customer",)"
+                                               R"("email":"ana@example.com","name":"Ana Lima"})");
             const bool events = r.path == "/v1/events";
             const QJsonArray rows = rowsByKey.value(r.header("Authorization")).value(r.query(events ? u"type"_s : u"status"_s));
             return FakeResponse::json(200, StripeBodies::page(rows, false, QString::fromLatin1(r.path)));
@@ -117,8 +126,8 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
 {
     const QTemporaryDir aloneFolder;
     const Shown alone = shown(*settled(aloneFolder, {main}));
-    ASSERT_EQ(alone.feed.size(), 2);
-    ASSERT_EQ(alone.totals[0], (Totals{500, 20, 0}));
+    ASSERT_EQ(alone.feed.size(), 3);
+    ASSERT_EQ(alone.totals[0], (Totals{500, 20, 10}));
     ASSERT_EQ(alone.atRisk.size(), 1);
     ASSERT_DOUBLE_EQ(alone.achievements.bestDayUSD, 500);
 
@@ -169,4 +178,16 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         EXPECT_EQ(shown(*e), before);
         EXPECT_EQ(stripe.requestsTo("/v1/events").size(), eventRequests);
     }
+}
+
+TEST_F(AccountIsolation, ChurnRowsNameTheCustomerAndThePlanLookedUpOnce)
+{
+    const QTemporaryDir folder;
+    const std::unique_ptr<RevenueEngine> e = settled(folder, {main});
+    clock->advance(60);
+    QCoro::waitFor(e->refresh()); // lists the cancellation again
+    const PaymentEvent churn = byId(e->feed()).value(u"churn_evt_gone"_s);
+    EXPECT_EQ(churn.description, u"Ana Lima canceled Pro yearly"_s);
+    EXPECT_EQ(churn.customerEmail, u"ana@example.com"_s);
+    EXPECT_EQ(stripe.requestsTo("/v1/customers/cus_QhXy1zA2bC3dE4").size(), 1);
 }
