@@ -149,9 +149,9 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     m_env.storage.saveSyncState(m_syncState);
     notifyForNewEvents(newEvents);
     updateAchievements();
+    fillDemoHistory(); // first: it answers at once, and a real account's fill then still starts
     if (!m_historicalGapFilled)
         fillHistoricalGap();
-    fillDemoHistory();
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
     assign(m_lastError, errorLines.isEmpty() ? std::optional<QString>() : std::optional<QString>(errorLines.join(u" · "_s)),
            &RevenueEngine::lastErrorChanged);

@@ -50,14 +50,10 @@ protected:
     Account second = stripeAccount(u"Second"_s, u"rk_test_second"_s);
     QHash<QByteArray, QHash<QString, QJsonArray>> rowsByKey; // auth → event type or subscription status → rows
 
-    struct Shown
+    struct Shown // what the money of the accounts shows in
     {
-        QList<PaymentEvent> feed;
-        QList<DailyBucket> days;
-        QList<Totals> totals;
-        QString label;
-        QList<AtRiskSub> atRisk;
-        AchievementsState achievements;
+        QList<PaymentEvent> feed; QList<DailyBucket> days; QList<Totals> totals; QString label;
+        QList<AtRiskSub> atRisk; AchievementsState achievements;
         friend bool operator==(const Shown &, const Shown &) = default;
     };
 
@@ -78,14 +74,11 @@ protected:
         const auto sale = [](const QString &id, qint64 cents, qint64 created) {
             return succeededCharge(u"evt_"_s + id, created, {.id = id, .amount = cents, .created = created}, Shape::Legacy);
         };
+        const QString deleted = u"customer.subscription.deleted"_s;
         rowsByKey[stripeAuth(main)] = {
-            {u"invoice.payment_succeeded"_s,
-             {paidInvoice(u"evt_in_1"_s, 1'795'200'000, {.id = u"in_1"_s, .created = 1'795'200'000, .charge = u"ch_in_1"_s},
-                          Shape::Legacy)}},
+            {u"invoice.payment_succeeded"_s, {paidInvoice(u"evt_in_1"_s, 1'795'200'000, {.id = u"in_1"_s}, Shape::Legacy)}},
             {u"charge.succeeded"_s, {sale(u"ch_1"_s, 50000, 1'795'250'000)}},
-            {u"customer.subscription.deleted"_s,
-             {StripeBodies::event(u"evt_gone"_s, u"customer.subscription.deleted"_s, 1'795'230'000,
-                    subscription({.id = u"sub_gone"_s, .canceledAt = 1'795'230'000}, Shape::Legacy), Shape::Legacy)}},
+            {deleted, {StripeBodies::event(u"evt_gone"_s, deleted, 1'795'230'000, subscription({}, Shape::Legacy), Shape::Legacy)}},
             {u"past_due"_s, {pastDue(u"sub_main"_s, 3000)}}};
         rowsByKey[stripeAuth(second)] = {{u"charge.succeeded"_s, {sale(u"ch_2"_s, 900000, 1'795'240'000)}},
                                          {u"past_due"_s, {pastDue(u"sub_second"_s, 5000)}}};
@@ -131,13 +124,9 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
     ASSERT_EQ(alone.atRisk.size(), 1);
     ASSERT_DOUBLE_EQ(alone.achievements.bestDayUSD, 500);
 
-    const struct
-    {
-        const char *name;
-        bool demo;
-        bool remove;
-    } rows[] = {{"demo removed", true, true}, {"demo disabled", true, false},
-                {"real account removed", false, true}, {"real account disabled", false, false}};
+    const struct { const char *name; bool demo, remove; } rows[] = {
+        {"demo removed", true, true}, {"demo disabled", true, false},
+        {"real account removed", false, true}, {"real account disabled", false, false}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         const QTemporaryDir folder;
@@ -149,17 +138,12 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         QCoro::waitFor(e->retryAtRiskInvoice(*otherRow));
         ASSERT_EQ(e->retryResults().size(), 1);
         const Shown before = shown(*e);
-        ASSERT_GT(before.feed.size(), alone.feed.size());
-        ASSERT_GT(before.atRisk.size(), alone.atRisk.size());
+        ASSERT_TRUE(before.feed.size() > alone.feed.size() && before.atRisk.size() > alone.atRisk.size());
         ASSERT_NE(before.label, alone.label);
         const qsizetype eventRequests = stripe.requestsTo("/v1/events").size();
 
-        if (row.remove) {
-            e->removeAccount(other);
-        } else {
-            other.enabled = false;
-            e->upsertAccount(other);
-        }
+        other.enabled = false;
+        row.remove ? e->removeAccount(other) : e->upsertAccount(other);
         Shown expected = alone;
         // The demo never raised a record; a real account's records are history and stay.
         if (!row.demo)
@@ -187,7 +171,6 @@ TEST_F(AccountIsolation, ChurnRowsNameTheCustomerAndThePlanLookedUpOnce)
     clock->advance(60);
     QCoro::waitFor(e->refresh()); // lists the cancellation again
     const PaymentEvent churn = byId(e->feed()).value(u"churn_evt_gone"_s);
-    EXPECT_EQ(churn.description, u"Ana Lima canceled Pro yearly"_s);
-    EXPECT_EQ(churn.customerEmail, u"ana@example.com"_s);
+    EXPECT_EQ(churn.description + u' ' + churn.customerEmail.value_or(QString()), u"Ana Lima canceled Pro yearly ana@example.com"_s);
     EXPECT_EQ(stripe.requestsTo("/v1/customers/cus_QhXy1zA2bC3dE4").size(), 1);
 }

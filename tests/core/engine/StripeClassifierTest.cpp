@@ -120,14 +120,8 @@ TEST(ChurnCustomers, RowsNameTheCustomerAndThePlanWithoutAnAmount)
         return RawSubscription{.id = u"sub_1"_s, .currency = u"usd"_s,
                                .items = RawSubscription::SubscriptionItems{{{price, std::nullopt}}}};
     };
-    const struct
-    {
-        const char *name;
-        RawSubscription sub;
-        std::optional<ChurnCustomers::Customer> customer;
-        QString description;
-        std::optional<QString> email;
-    } rows[] = {
+    const struct { const char *name; RawSubscription sub; std::optional<ChurnCustomers::Customer> customer;
+                   QString description; std::optional<QString> email; } rows[] = {
         {"named, with its plan", sub(u"Team"_s, 1), {{u"cus_1"_s, u"ana@example.com"_s, u"Ana Lima"_s}},
          u"Ana Lima canceled Team"_s, u"ana@example.com"_s},
         {"e-mail only; the plan by its interval", sub(std::nullopt, 1), {{u"cus_1"_s, u"ana@example.com"_s, u" "_s}},
