@@ -192,3 +192,24 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     EXPECT_EQ(app.window()->isVisible(), !app.tray()->isSeen());
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
 }
+
+// --demo is for trying the app: on a setup with accounts of the user's own it adds nothing.
+TEST_F(AppFixture, DemoFlagAddsTheDemoOnlyWithoutAccountsOfTheUsersOwn)
+{
+    const struct { const char *name; QList<Account> stored; bool demo; } rows[] = {
+        {"first launch", {}, true}, {"own account", {Account{.name = u"Acme"_s}}, false}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        QTemporaryDir fresh;
+        dir.swap(fresh);
+        ASSERT_TRUE(storage().saveAccounts(row.stored));
+        AppOptions options = appOptions();
+        options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s);
+        options.demo = true;
+        QuorvaneApp app(options);
+        ASSERT_TRUE(app.start());
+        EXPECT_EQ(app.engine()->showsDemo(), row.demo);
+        EXPECT_EQ(app.engine()->accounts().size(), row.stored.size() + (row.demo ? 1 : 0));
+        EXPECT_TRUE(app.window()->isVisible());
+    }
+}

@@ -101,8 +101,11 @@ bool QuorvaneApp::start()
         const QRect area = screen ? screen->availableGeometry() : QRect();
         togglePanel(QRect(), QPoint(area.right(), area.top()));
     }
+    // The demo is for trying the app: on a setup with accounts of the user's own it would mix
+    // made-up money into real figures, so there the panel opens on the user's own data.
     if (m_options.demo) {
-        m_engine->addDemoAccount();
+        if (!m_engine->hasOwnAccounts())
+            m_engine->addDemoAccount();
         // Straight into it: the panel opens at the top right, where most trays are.
         if (!m_window->isVisible()) {
             QScreen *screen = QGuiApplication::primaryScreen();
@@ -119,9 +122,7 @@ void QuorvaneApp::updateTray()
         return;
     const TrayPresentation shown = trayPresentation();
     m_tray->setLabel(shown.label);
-    const QList<Account> &accounts = m_engine->accounts();
-    const bool demo = std::any_of(accounts.begin(), accounts.end(), [](const Account &a) { return a.enabled && a.isDemo(); });
-    m_tray->setToolTip(demo ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
+    m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
 }
 
 QImage QuorvaneApp::trayIcon() const

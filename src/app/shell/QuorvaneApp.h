@@ -29,7 +29,9 @@ struct AppOptions
     QLocale locale;
     QString autostartConfigHome; // empty: the user's real configuration folder
     bool createTray = true;
-    bool demo = false; // start with the demo business, adding it when there is none
+    // Start with the demo business, adding it when there is none; ignored once the user has
+    // accounts of their own, whose figures must stay their own.
+    bool demo = false;
 };
 
 // The application entry: owns the engine and the update checker for the life of the
