@@ -121,6 +121,24 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     EXPECT_TRUE(dashboard.rangeHasHistoricalLimit());
 }
 
+TEST_F(AppFixture, DashboardMarksTheDemoAndOffersToRemoveItOnceAnOwnAccountIsIn)
+{
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    engine.addDemoAccount();
+    EXPECT_TRUE(dashboard.showsDemo());
+    EXPECT_FALSE(dashboard.offersDemoRemoval());
+    const Account acme{.name = u"Acme"_s};
+    engine.upsertAccount(acme);
+    EXPECT_TRUE(dashboard.offersDemoRemoval());
+    dashboard.keepDemo();
+    EXPECT_FALSE(dashboard.offersDemoRemoval());
+    EXPECT_TRUE(dashboard.showsDemo());
+    dashboard.removeDemo();
+    EXPECT_FALSE(dashboard.showsDemo());
+    EXPECT_EQ(engine.accounts(), QList<Account>{acme});
+}
+
 TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
 {
     const Account acme{.name = u"acme"_s};
