@@ -138,11 +138,13 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
                         event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)});
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
+    options.demo = true; // on a setup with an account of the user's own, --demo adds nothing
     const WarningCollector console;
     {
         QuorvaneApp app(options);
         ASSERT_TRUE(app.start());
         ASSERT_NE(app.window(), nullptr);
+        EXPECT_EQ(app.engine()->accounts(), QList<Account>{acme});
         app.showPanelAt(QPoint(0, 0));
         EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
         for (const QString &tab : {u"general"_s, u"accounts"_s, u"about"_s}) {
@@ -191,25 +193,4 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     ASSERT_NE(app.tray(), nullptr);
     EXPECT_EQ(app.window()->isVisible(), !app.tray()->isSeen());
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
-}
-
-// --demo is for trying the app: on a setup with accounts of the user's own it adds nothing.
-TEST_F(AppFixture, DemoFlagAddsTheDemoOnlyWithoutAccountsOfTheUsersOwn)
-{
-    const struct { const char *name; QList<Account> stored; bool demo; } rows[] = {
-        {"first launch", {}, true}, {"own account", {Account{.name = u"Acme"_s}}, false}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        QTemporaryDir fresh;
-        dir.swap(fresh);
-        ASSERT_TRUE(storage().saveAccounts(row.stored));
-        AppOptions options = appOptions();
-        options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s);
-        options.demo = true;
-        QuorvaneApp app(options);
-        ASSERT_TRUE(app.start());
-        EXPECT_EQ(app.engine()->showsDemo(), row.demo);
-        EXPECT_EQ(app.engine()->accounts().size(), row.stored.size() + (row.demo ? 1 : 0));
-        EXPECT_TRUE(app.window()->isVisible());
-    }
 }

@@ -125,17 +125,16 @@ TEST_F(AppFixture, DashboardMarksTheDemoAndOffersToRemoveItOnceAnOwnAccountIsIn)
 {
     RevenueEngine &engine = startEngine();
     DashboardModel dashboard(&engine, locale);
+    const auto marks = [&] { return std::pair(dashboard.showsDemo(), dashboard.offersDemoRemoval()); };
     engine.addDemoAccount();
-    EXPECT_TRUE(dashboard.showsDemo());
-    EXPECT_FALSE(dashboard.offersDemoRemoval());
+    EXPECT_EQ(marks(), std::pair(true, false));
     const Account acme{.name = u"Acme"_s};
     engine.upsertAccount(acme);
-    EXPECT_TRUE(dashboard.offersDemoRemoval());
+    EXPECT_EQ(marks(), std::pair(true, true));
     dashboard.keepDemo();
-    EXPECT_FALSE(dashboard.offersDemoRemoval());
-    EXPECT_TRUE(dashboard.showsDemo());
+    EXPECT_EQ(marks(), std::pair(true, false));
     dashboard.removeDemo();
-    EXPECT_FALSE(dashboard.showsDemo());
+    EXPECT_EQ(marks(), std::pair(false, false));
     EXPECT_EQ(engine.accounts(), QList<Account>{acme});
 }
 

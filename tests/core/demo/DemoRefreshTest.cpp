@@ -24,14 +24,10 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     EXPECT_GT(month.newMRR, 1000);
     EXPECT_GT(month.recurringMRR, month.newMRR);
     EXPECT_GT(month.churn, 0);
-    EXPECT_EQ(std::count_if(engine->feed().cbegin(), engine->feed().cend(), [](const PaymentEvent &e) {
-                  return e.kind == RevenueKind::Churn && (!e.customerEmail || !e.description.contains(u" canceled "_s));
-              }), 0) << "every cancellation names its customer and plan";
-    // Its 31–90-day history comes from its charges, as a real account's does: nearly every
-    // day of it has revenue.
-    ASSERT_TRUE(waitUntil([&] { return !engine->isLoadingHistoricalGap(); }));
+    for (const PaymentEvent &e : engine->feed()) // each cancellation names its customer and plan
+        EXPECT_TRUE(e.kind != RevenueKind::Churn || (e.customerEmail && e.description.contains(u" canceled "_s)));
+    // Its 31–90-day history comes from its charges as a real account's does: nearly every day has revenue.
     const QList<DailyBucket> days = engine->buckets(TimeRange::Last90Days);
-    ASSERT_GE(days.size(), 90);
     EXPECT_GE(std::count_if(days.cbegin(), days.cbegin() + 58, [](const DailyBucket &d) { return d.recurringMRR > 0; }), 50);
 
     // A sale made a minute later shows up in the next cycle.
@@ -57,12 +53,10 @@ protected:
         friend bool operator==(const Shown &, const Shown &) = default;
     };
 
-    static QJsonObject pastDue(const QString &id, qint64 monthlyMinor)
+    static QJsonObject pastDue(const QString &id, qint64 monthlyMinor) // as listed, customer and invoice expanded
     {
-        const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
-                                {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
-        return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'790'000'000}, {"currency"_L1, "usd"_L1},
-                {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
+        const QJsonObject price{{"unit_amount"_L1, monthlyMinor}, {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}}}};
+        return {{"id"_L1, id}, {"currency"_L1, "usd"_L1}, {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}}},
                 {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
                 {"latest_invoice"_L1, QJsonObject{{"id"_L1, QString(u"in_"_s + id)}, {"status"_L1, "open"_L1}}}};
     }
@@ -118,10 +112,14 @@ protected:
 TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersShow)
 {
     const QTemporaryDir aloneFolder;
-    const Shown alone = shown(*settled(aloneFolder, {main}));
+    const std::unique_ptr<RevenueEngine> aloneEngine = settled(aloneFolder, {main});
+    const Shown alone = shown(*aloneEngine);
     ASSERT_EQ(alone.feed.size(), 3);
+    const PaymentEvent churn = byId(alone.feed).value(u"churn_evt_gone"_s);
+    EXPECT_EQ(churn.description + u'/' + churn.customerEmail.value(), u"Ana Lima canceled Pro yearly/ana@example.com"_s);
+    QCoro::waitFor(aloneEngine->refresh()); // lists the cancellation again: its customer is not asked again
+    EXPECT_EQ(stripe.requestsTo("/v1/customers/cus_QhXy1zA2bC3dE4").size(), 1);
     ASSERT_EQ(alone.totals[0], (Totals{500, 20, 10}));
-    ASSERT_EQ(alone.atRisk.size(), 1);
     ASSERT_DOUBLE_EQ(alone.achievements.bestDayUSD, 500);
 
     const struct { const char *name; bool demo, remove; } rows[] = {
@@ -162,15 +160,4 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         EXPECT_EQ(shown(*e), before);
         EXPECT_EQ(stripe.requestsTo("/v1/events").size(), eventRequests);
     }
-}
-
-TEST_F(AccountIsolation, ChurnRowsNameTheCustomerAndThePlanLookedUpOnce)
-{
-    const QTemporaryDir folder;
-    const std::unique_ptr<RevenueEngine> e = settled(folder, {main});
-    clock->advance(60);
-    QCoro::waitFor(e->refresh()); // lists the cancellation again
-    const PaymentEvent churn = byId(e->feed()).value(u"churn_evt_gone"_s);
-    EXPECT_EQ(churn.description + u' ' + churn.customerEmail.value_or(QString()), u"Ana Lima canceled Pro yearly ana@example.com"_s);
-    EXPECT_EQ(stripe.requestsTo("/v1/customers/cus_QhXy1zA2bC3dE4").size(), 1);
 }
