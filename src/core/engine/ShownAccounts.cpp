@@ -67,7 +67,7 @@ void RevenueEngine::forgetAccount(const QUuid &accountId)
 {
     dropAtRiskOf(accountId);
     setFeed(m_feed);
-    // A failed write leaves the events on disk, and the next start leaves them out again.
+    // A failed write leaves the events on disk; the next refresh writes the feed without them.
     m_env.storage.saveFeed(m_feed);
     if (m_syncState.remove(accountId))
         m_env.storage.saveSyncState(m_syncState);
