@@ -70,7 +70,7 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     const auto role = [&](int row, int r) { return model.data(model.index(row, 0), r).toString(); };
     EXPECT_EQ(role(0, DrillDownModel::DisplayNameRole), u"bob@example.com"_s);
     EXPECT_EQ(role(0, DrillDownModel::AmountTextRole), u"-$99"_s);
-    EXPECT_EQ(role(0, DrillDownModel::CountLineRole), u"1× cancel"_s);
+    EXPECT_EQ(role(0, DrillDownModel::CountLineRole), u"1× cancel · Payment bob"_s) << "what was cancelled";
     model.copyEmail(0);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), u"bob@example.com"_s);
     EXPECT_EQ(role(0, DrillDownModel::CopiedRole), u"true"_s);

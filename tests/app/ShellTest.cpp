@@ -197,11 +197,13 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
                         event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)});
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
+    options.demo = true; // on a setup with an account of the user's own, --demo adds nothing
     const WarningCollector console;
     {
         QuorvaneApp app(options);
         ASSERT_TRUE(app.start());
         ASSERT_NE(app.window(), nullptr);
+        EXPECT_EQ(app.engine()->accounts(), QList<Account>{acme});
         app.showPanelAt(QPoint(0, 0));
         EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
         for (const QString &tab : {u"general"_s, u"accounts"_s, u"about"_s}) {

@@ -121,6 +121,23 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     EXPECT_TRUE(dashboard.rangeHasHistoricalLimit());
 }
 
+TEST_F(AppFixture, DashboardMarksTheDemoAndOffersToRemoveItOnceAnOwnAccountIsIn)
+{
+    RevenueEngine &engine = startEngine();
+    DashboardModel dashboard(&engine, locale);
+    const auto marks = [&] { return std::pair(dashboard.showsDemo(), dashboard.offersDemoRemoval()); };
+    engine.addDemoAccount();
+    EXPECT_EQ(marks(), std::pair(true, false));
+    const Account acme{.name = u"Acme"_s};
+    engine.upsertAccount(acme);
+    EXPECT_EQ(marks(), std::pair(true, true));
+    dashboard.keepDemo();
+    EXPECT_EQ(marks(), std::pair(true, false));
+    dashboard.removeDemo();
+    EXPECT_EQ(marks(), std::pair(false, false));
+    EXPECT_EQ(engine.accounts(), QList<Account>{acme});
+}
+
 TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
 {
     const Account acme{.name = u"acme"_s};

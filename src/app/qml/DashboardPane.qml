@@ -20,11 +20,39 @@ ColumnLayout {
     ColumnLayout {
         Layout.fillWidth: true
         spacing: 3
-        UiText {
-            text: pane.dashboard.rangeTitle
-            size: 11
-            font.weight: Font.Medium
-            color: Appearance.secondary
+        RowLayout {
+            spacing: 8
+            UiText {
+                text: pane.dashboard.rangeTitle
+                size: 11
+                font.weight: Font.Medium
+                color: Appearance.secondary
+            }
+            // The figures are made up: say so where they are read, and lead to the accounts.
+            AbstractButton {
+                id: demoChip
+                objectName: "demoChip"
+                visible: pane.dashboard.showsDemo
+                hoverEnabled: true
+                implicitWidth: demoChipText.implicitWidth + 16
+                implicitHeight: demoChipText.implicitHeight + 4
+                onClicked: pane.navigation.showSettings("accounts")
+                background: Rectangle {
+                    radius: height / 2
+                    color: Qt.rgba(Appearance.newColor.r, Appearance.newColor.g, Appearance.newColor.b, demoChip.hovered ? 0.22 : 0.12)
+                    border.width: 1
+                    border.color: Qt.rgba(Appearance.newColor.r, Appearance.newColor.g, Appearance.newColor.b, 0.45)
+                }
+                contentItem: UiText {
+                    id: demoChipText
+                    text: "Demo data"
+                    size: 9
+                    font.weight: Font.DemiBold
+                    color: Appearance.newColor
+                    horizontalAlignment: Text.AlignHCenter
+                    verticalAlignment: Text.AlignVCenter
+                }
+            }
         }
         RowLayout {
             visible: pane.dashboard.headlineState === "loading"
@@ -202,6 +230,35 @@ ColumnLayout {
             DatePickerButton { picker: pane.dashboard.customStart }
             UiText { text: "→"; size: 11; color: Appearance.secondary }
             DatePickerButton { picker: pane.dashboard.customEnd }
+        }
+
+        // The user's own account is in: offer to take the made-up figures out.
+        Rectangle {
+            objectName: "demoRemovalOffer"
+            visible: pane.dashboard.offersDemoRemoval
+            Layout.fillWidth: true
+            implicitHeight: offerColumn.implicitHeight + 16
+            radius: 8
+            color: Qt.rgba(Appearance.newColor.r, Appearance.newColor.g, Appearance.newColor.b, 0.08)
+            border.color: Qt.rgba(Appearance.newColor.r, Appearance.newColor.g, Appearance.newColor.b, 0.35)
+            ColumnLayout {
+                id: offerColumn
+                x: 10
+                y: 8
+                width: parent.width - 20
+                spacing: 6
+                UiText {
+                    Layout.fillWidth: true
+                    wrapMode: Text.Wrap
+                    text: "Your account is connected. Remove the demo business so the figures are only yours?"
+                    size: 11
+                }
+                RowLayout {
+                    spacing: 8
+                    PushButton { text: "Remove demo"; prominent: true; onClicked: pane.dashboard.removeDemo() }
+                    PushButton { text: "Keep it"; onClicked: pane.dashboard.keepDemo() }
+                }
+            }
         }
 
         // At-risk banner.

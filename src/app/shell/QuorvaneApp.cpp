@@ -105,7 +105,9 @@ bool QuorvaneApp::start()
         return false;
     m_window->installEventFilter(this);
     applyPreferences();
-    if (m_options.demo)
+    // The demo is for trying the app: on a setup with accounts of the user's own it would mix
+    // made-up money into real figures, so there the panel opens on the user's own data.
+    if (m_options.demo && !m_engine->hasOwnAccounts())
         m_engine->addDemoAccount();
     // With no tray host the program would be invisible; the demo goes straight into it.
     if (m_windowed || m_options.demo)
@@ -119,9 +121,7 @@ void QuorvaneApp::updateTray()
         return;
     const TrayPresentation shown = trayPresentation();
     m_tray->setLabel(shown.label);
-    const QList<Account> &accounts = m_engine->accounts();
-    const bool demo = std::any_of(accounts.begin(), accounts.end(), [](const Account &a) { return a.enabled && a.isDemo(); });
-    m_tray->setToolTip(demo ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
+    m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
 }
 
 QImage QuorvaneApp::trayIcon() const

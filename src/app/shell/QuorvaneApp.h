@@ -30,7 +30,9 @@ struct AppOptions
     QString autostartConfigHome; // empty: the user's real configuration folder
     std::function<bool()> keyringNeedsSetup; // the account editor says so before a key is saved
     bool createTray = true;
-    bool demo = false; // start with the demo business, adding it when there is none
+    // Start with the demo business, adding it when there is none; ignored once the user has
+    // accounts of their own, whose figures must stay their own.
+    bool demo = false;
 };
 
 // The application entry: owns the engine and the update checker for the life of the

@@ -228,9 +228,32 @@ void DashboardModel::tryDemo()
     m_engine->addDemoAccount();
 }
 
+void DashboardModel::removeDemo()
+{
+    m_engine->removeDemoAccounts();
+}
+
+void DashboardModel::keepDemo()
+{
+    m_demoKept = true;
+    Q_EMIT changed();
+}
+
 bool DashboardModel::hasAccounts() const
 {
     return !m_engine->accounts().isEmpty();
+}
+
+bool DashboardModel::showsDemo() const
+{
+    return m_engine->showsDemo();
+}
+
+bool DashboardModel::offersDemoRemoval() const
+{
+    const QList<Account> &accounts = m_engine->accounts();
+    const bool demo = std::any_of(accounts.cbegin(), accounts.cend(), [](const Account &a) { return a.isDemo(); });
+    return demo && m_engine->hasOwnAccounts() && !m_demoKept;
 }
 
 QString DashboardModel::accountFilterLabel() const

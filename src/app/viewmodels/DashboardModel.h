@@ -55,6 +55,8 @@ class DashboardModel : public QObject
     Q_PROPERTY(QString tookText READ tookText NOTIFY changed)
     Q_PROPERTY(bool isFillingHistory READ isFillingHistory NOTIFY changed)
     Q_PROPERTY(bool hasAccounts READ hasAccounts NOTIFY changed)
+    Q_PROPERTY(bool showsDemo READ showsDemo NOTIFY changed)
+    Q_PROPERTY(bool offersDemoRemoval READ offersDemoRemoval NOTIFY changed)
     Q_PROPERTY(QString accountFilterLabel READ accountFilterLabel NOTIFY changed)
     Q_PROPERTY(QString rangeLabel READ rangeLabel NOTIFY changed)
     Q_PROPERTY(bool isCustomRange READ isCustomRange NOTIFY changed)
@@ -94,6 +96,11 @@ public:
     QString tookText() const;
     bool isFillingHistory() const;
     bool hasAccounts() const;
+    // The figures include the demo business's made-up money.
+    bool showsDemo() const;
+    // The user's own account is connected next to the demo: offer to remove the demo, until
+    // they answer.
+    bool offersDemoRemoval() const;
     QString accountFilterLabel() const;
     QString rangeLabel() const;
     bool isCustomRange() const;
@@ -127,6 +134,8 @@ public:
     Q_INVOKABLE void refresh();
     // Adds the built-in demo business and loads it.
     Q_INVOKABLE void tryDemo();
+    Q_INVOKABLE void removeDemo();
+    Q_INVOKABLE void keepDemo();
     Q_INVOKABLE void cancelRefresh();
     void selectRange(TimeRange range);
     void setCustomRange(QDate start, QDate end);
@@ -154,4 +163,5 @@ private:
     DashboardLogic::Headline m_headline;
     QTimer m_secondTimer;
     QTimer m_minuteTimer;
+    bool m_demoKept = false;
 };

@@ -176,7 +176,14 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
         return prefs.privacyMode && g.email ? CurrencyConverter::maskEmail(g.displayName) : g.displayName;
     case HasEmailRole: return g.email.has_value();
     case CopiedRole: return m_copied.marks(g.email);
-    case CountLineRole: return u"%1× %2"_s.arg(QString::number(g.count), DrillDownLogic::countWord(m_kind));
+    case CountLineRole: {
+        const QString count = u"%1× %2"_s.arg(QString::number(g.count), DrillDownLogic::countWord(m_kind));
+        // A cancellation's row says which plan went; the title already names the customer.
+        const QList<PaymentEvent> &feed = m_engine->feed();
+        if (m_kind != RevenueKind::Churn || !g.email || g.events.isEmpty() || g.events.first() >= feed.size())
+            return count;
+        return QString(count + u" · "_s + feed.at(g.events.first()).description);
+    }
     case DateLabelRole: return Formatting::shortDateLabel(g.lastDate, m_engine->now(), m_engine->calendar(), m_locale);
     case AmountTextRole:
         if (prefs.privacyMode)

@@ -205,6 +205,7 @@ DemoLedger DemoBusiness::activity(qint64 since, qint64 now) const
                 sub.currency = n.currency;
                 sub.items = itemsOf(c, h.plan);
                 sub.customer = n.person.id;
+                ledger.cancelledCustomers.insert(n.person.id, {n.person.id, n.person.email, n.person.name});
                 ledger.cancellations.append(eventOf<RawEvent>(eventId(c.key, 5), h.time,
                                                               "customer.subscription.deleted"_L1, sub));
                 break;

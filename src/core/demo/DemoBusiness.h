@@ -16,6 +16,8 @@ struct DemoLedger
     QList<RawEvent> cancellations;            // customer.subscription.deleted
     QList<RawInvoicePayment> invoicePayments; // one per paid invoice
     QList<RawCharge> chargeList;              // GET /v1/charges: the succeeded charges as they stand now
+    // GET /v1/customers/{id} of the customers whose subscriptions ended, by id.
+    QHash<QString, ExpandedSubscription::SubCustomer> cancelledCustomers;
 };
 
 // A made-up subscription business: a few hundred new customers a quarter on three plans in

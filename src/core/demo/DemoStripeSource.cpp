@@ -22,6 +22,9 @@ Date fromUnix(qint64 seconds)
 // A demo invoice is settled at most 37 days after it was made (a week of retries, then 30
 // days unpaid): the window in which a look-up by invoice finds its payment.
 constexpr qint64 invoiceSettlementSeconds = 40 * 86400;
+// How far back a customer look-up finds the customers whose subscriptions ended: as far as
+// the feed keeps their cancellations.
+constexpr qint64 customerLookbackSeconds = 100 * 86400;
 
 } // namespace
 
@@ -166,4 +169,22 @@ StripeSource::Reply<QList<RawInvoicePayment>> DemoStripeSource::fetchPaidInvoice
         if (payment.invoice == invoiceId)
             out.append(payment);
     co_return out;
+}
+
+StripeSource::Reply<ExpandedSubscription::SubCustomer> DemoStripeSource::fetchCustomer(QString customerId,
+                                                                                     CancellationToken token) const
+{
+    if (token.isCancelled())
+        co_return cancelled();
+    // The load that listed the cancellation usually still holds its ledger.
+    if (m_ledger)
+        if (auto found = m_ledger->second.cancelledCustomers.constFind(customerId);
+            found != m_ledger->second.cancelledCustomers.cend())
+            co_return *found;
+    const qint64 end = now();
+    const DemoLedger &recent = ledger(end - customerLookbackSeconds, end);
+    if (auto found = recent.cancelledCustomers.constFind(customerId); found != recent.cancelledCustomers.cend())
+        co_return *found;
+    co_return StripeError::http(404, R"({"error":{"type":"invalid_request_error","code":"resource_missing",)"
+                                     R"("message":"No such customer"}})");
 }

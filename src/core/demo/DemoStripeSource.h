@@ -30,6 +30,7 @@ public:
     Reply<bool> retryInvoice(QString invoiceId, CancellationToken token) const override;
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const override;
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token) const override;
+    Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override;
 
 private:
     DemoBusiness business() const;

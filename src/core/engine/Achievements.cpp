@@ -5,7 +5,15 @@
 
 void RevenueEngine::updateAchievements()
 {
-    const BestRecords::Bests bests = BestRecords::compute(m_feed, m_env.calendar);
+    // Records are the user's own: the demo's made-up revenue never raises one.
+    QSet<QUuid> demos;
+    for (const Account &a : std::as_const(m_accounts))
+        if (a.isDemo())
+            demos.insert(a.id);
+    QList<PaymentEvent> own = m_shownFeed;
+    if (!demos.isEmpty())
+        own.removeIf([&](const PaymentEvent &e) { return demos.contains(e.accountId); });
+    const BestRecords::Bests bests = BestRecords::compute(own, m_env.calendar);
     assign(m_achievements, BestRecords::updated(m_achievements, bests, now()), &RevenueEngine::achievementsChanged);
     // Written on every call, changed or not; a failed write leaves the published state.
     m_env.storage.saveAchievements(m_achievements);

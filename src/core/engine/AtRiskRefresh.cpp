@@ -146,6 +146,11 @@ QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, Cancella
         co_await listing;
     if (!self || token.isCancelled())
         co_return;
+    // An account removed or disabled while it was listed shows nothing.
+    const QList<Account> scanned = AtRiskRefresh::accountsToScan(m_accounts);
+    listings.collected.removeIf([&](const AtRiskSub &sub) {
+        return std::none_of(scanned.cbegin(), scanned.cend(), [&](const Account &a) { return a.id == sub.accountId; });
+    });
     AtRiskRefresh::sortForDisplay(listings.collected);
     assign(m_atRiskSubs, listings.collected, &RevenueEngine::atRiskSubsChanged);
 }

@@ -12,7 +12,7 @@ void RevenueEngine::rebuildBucketsFromFeed()
     buckets.reserve(days.size());
     for (qsizetype i = 0; i < days.size(); ++i)
         buckets.append(DailyBucket{days.dayStart(i)});
-    for (const PaymentEvent &event : std::as_const(m_feed)) {
+    for (const PaymentEvent &event : std::as_const(m_shownFeed)) {
         const qsizetype index = days.indexOf(event.date);
         if (index >= 0)
             addToBucket(buckets[index], event);
@@ -61,7 +61,7 @@ Totals RevenueEngine::totals(TimeRange range) const
         return t;
     }
     const Date end = endDate(range);
-    for (const PaymentEvent &e : m_feed) {
+    for (const PaymentEvent &e : m_shownFeed) {
         if (e.date < start || e.date > end)
             continue;
         if (m_selectedAccountFilter && e.accountId != *m_selectedAccountFilter)
@@ -86,7 +86,7 @@ QList<DailyBucket> RevenueEngine::buckets(TimeRange range) const
         return {};
     const DayIndex days(m_env.calendar, start, end);
     QList<std::optional<DailyBucket>> byDay(days.size());
-    for (const PaymentEvent &e : m_feed) {
+    for (const PaymentEvent &e : m_shownFeed) {
         if (e.date < start || e.date > end)
             continue;
         if (m_selectedAccountFilter && e.accountId != *m_selectedAccountFilter)
@@ -108,10 +108,10 @@ QList<DailyBucket> RevenueEngine::buckets(TimeRange range) const
 QList<PaymentEvent> RevenueEngine::filteredFeed() const
 {
     if (!m_selectedAccountFilter)
-        return m_feed;
+        return m_shownFeed;
     QList<PaymentEvent> out;
-    out.reserve(m_feed.size());
-    for (const PaymentEvent &e : m_feed)
+    out.reserve(m_shownFeed.size());
+    for (const PaymentEvent &e : m_shownFeed)
         if (e.accountId == *m_selectedAccountFilter)
             out.append(e);
     return out;
@@ -120,9 +120,9 @@ QList<PaymentEvent> RevenueEngine::filteredFeed() const
 QList<qsizetype> RevenueEngine::filteredFeedIndices() const
 {
     QList<qsizetype> out;
-    out.reserve(m_feed.size());
-    for (qsizetype i = 0; i < m_feed.size(); ++i)
-        if (!m_selectedAccountFilter || m_feed[i].accountId == *m_selectedAccountFilter)
+    out.reserve(m_shownFeed.size());
+    for (qsizetype i = 0; i < m_shownFeed.size(); ++i)
+        if (!m_selectedAccountFilter || m_shownFeed[i].accountId == *m_selectedAccountFilter)
             out.append(i);
     return out;
 }
@@ -130,7 +130,7 @@ QList<qsizetype> RevenueEngine::filteredFeedIndices() const
 double RevenueEngine::revenueIn(Date start, Date end) const
 {
     double sum = 0;
-    for (const PaymentEvent &e : m_feed)
+    for (const PaymentEvent &e : m_shownFeed)
         if (e.date >= start && e.date < end && (e.kind == RevenueKind::New || e.kind == RevenueKind::Recurring))
             sum += e.usdAmount;
     return sum;

@@ -51,11 +51,10 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         // accounts' history: keep it as it is.
         if (accountsDamaged())
             co_return;
-        // Nothing to show: no events and no days, not 95 empty ones.
-        m_feed.clear();
-        Q_EMIT feedChanged();
-        assign(m_dailyBuckets, QList<DailyBucket>(), &RevenueEngine::dailyBucketsChanged);
-        m_env.storage.saveFeed(m_feed);
+        // Nothing to show: no events and no days, not 95 empty ones. Disabled accounts keep
+        // their stored events, hidden, for when they are enabled again.
+        setFeed(m_feed);
+        m_env.storage.saveFeed(m_feed); // a failed write is repaired by the next one
         co_return;
     }
 
@@ -116,7 +115,9 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         loadedKinds.unite(result.value().loadedKinds);
         if (result.value().skippedRecords > 0)
             skipped.insert(id, result.value().skippedRecords);
-        if (!result.value().askAgainFromSameStart)
+        // An account removed while it loaded leaves no sync state behind (its events go in setFeed).
+        const bool known = std::any_of(m_accounts.cbegin(), m_accounts.cend(), [&](const Account &a) { return a.id == id; });
+        if (known && !result.value().askAgainFromSameStart)
             syncUpdates.insert(id, now());
         anySuccess = true;
     }
@@ -148,6 +149,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     m_env.storage.saveSyncState(m_syncState);
     notifyForNewEvents(newEvents);
     updateAchievements();
+    fillDemoHistory(); // first: it answers at once, and a real account's fill then still starts
     if (!m_historicalGapFilled)
         fillHistoricalGap();
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
@@ -196,13 +198,6 @@ QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed
     merged.removeIf([&](const PaymentEvent &e) { return e.date < horizon || superseded.contains(e.id); });
     std::stable_sort(merged.begin(), merged.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
     return merged;
-}
-
-void RevenueEngine::setFeed(QList<PaymentEvent> feed)
-{
-    m_feed = std::move(feed);
-    rebuildBucketsFromFeed();
-    Q_EMIT feedChanged();
 }
 
 void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)

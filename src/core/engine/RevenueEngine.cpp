@@ -110,12 +110,25 @@ void RevenueEngine::saveAccounts()
 void RevenueEngine::upsertAccount(const Account &account)
 {
     auto it = std::find_if(m_accounts.begin(), m_accounts.end(), [&](const Account &a) { return a.id == account.id; });
-    if (it != m_accounts.end())
+    const bool added = it == m_accounts.end();
+    const bool visibilityChanged = !added && it->enabled != account.enabled;
+    if (!added)
         *it = account;
     else
         m_accounts.append(account);
     saveAccounts();
     Q_EMIT accountsChanged();
+    if (visibilityChanged) {
+        showFeed(); // the stored events are shown or hidden; nothing is loaded again
+        updateAchievements();
+        if (!account.enabled)
+            dropAtRiskOf(account.id);
+        else if (m_atRiskTask.isRunning())
+            m_atRiskTask.start([this](CancellationToken token) { return runAtRiskRefresh(token); });
+    }
+    // A new account's older history is fetched like everyone's at start.
+    if (added && account.provider == AccountProvider::Stripe)
+        m_historicalGapFilled = false;
 }
 
 void RevenueEngine::removeAccount(const Account &account)
@@ -124,8 +137,10 @@ void RevenueEngine::removeAccount(const Account &account)
     if (removed > 0 && m_storedCredentials.remove(account.id))
         m_credentialRemovals.append(Credentials::keyOf(account));
     saveAccounts();
-    if (removed > 0)
+    if (removed > 0) {
         Q_EMIT accountsChanged();
+        forgetAccount(account.id);
+    }
 }
 
 QString RevenueEngine::accountName(const QUuid &id) const

@@ -12,6 +12,7 @@
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
 #include "stripe/ListingSlices.h"
+#include "stripe/StripeSubscriptions.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
@@ -30,6 +31,7 @@ class RequestBudget;
 class StripeSource;
 struct DemoRetryBook;
 struct RawCharge;
+struct SubscriptionCancellation;
 namespace GapFill {
 struct Window;
 }
@@ -109,7 +111,9 @@ public:
     const QList<Account> &accounts() const { return m_accounts; }
     const Preferences &preferences() const { return m_preferences; }
     const QList<DailyBucket> &dailyBuckets() const { return m_dailyBuckets; }
-    const QList<PaymentEvent> &feed() const { return m_feed; }
+    // The events of the enabled accounts, newest first: what every total, list and label shows.
+    // A disabled account's events stay stored, hidden, until it is enabled again.
+    const QList<PaymentEvent> &feed() const { return m_shownFeed; }
     bool isLoading() const { return m_isLoading; }
     const std::optional<QString> &lastError() const { return m_lastError; }
     std::optional<Date> lastRefreshed() const { return m_lastRefreshed; }
@@ -150,11 +154,17 @@ public:
     void setPreferences(const Preferences &preferences);
     void setSelectedAccountFilter(std::optional<QUuid> accountId);
 
-    // Accounts.
+    // Accounts. Removing one drops at once everything it brought: its events, days, at-risk
+    // rows, retry results and sync state. Disabling one hides the same until it is enabled.
     void upsertAccount(const Account &account);
     void removeAccount(const Account &account);
     // Adds the built-in demo business unless an account of it exists, and refreshes.
     void addDemoAccount();
+    void removeDemoAccounts();
+    // Whether an account of the user's own (not the demo business) is connected.
+    bool hasOwnAccounts() const;
+    // Whether the demo business is enabled, so its made-up money is in the figures.
+    bool showsDemo() const;
 
     // Refresh control.
     void startAutoRefresh();
@@ -255,7 +265,16 @@ private:
     void saveAccounts();
     QCoro::Task<> loadCredentials();
     QCoro::Task<> persistAccounts();
+    // Replaces the stored feed; events of accounts the engine no longer knows are left out.
     void setFeed(QList<PaymentEvent> feed);
+    // Derives the shown feed and the days from the stored feed and the enabled accounts.
+    void showFeed();
+    // Drops what a removed account, or a disabled one, still shows outside the feed.
+    void dropAtRiskOf(const QUuid &accountId);
+    void forgetAccount(const QUuid &accountId);
+    void fillDemoHistory();
+    QCoro::Task<> runDemoHistoryFill(QList<Account> demos, GapFill::Window window, bool realFillDue,
+                                     CancellationToken token);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
                                       CancellationToken token, CycleLoads *loads);
@@ -278,6 +297,10 @@ private:
     void markMissingEventScope(const QUuid &accountId);
     void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
     void startIconCaching(const Account &account);
+    QCoro::Task<> lookUpChurnCustomers(Account account, std::shared_ptr<const StripeSource> source,
+                                       QList<SubscriptionCancellation> cancellations, CancellationToken token);
+    std::optional<ExpandedSubscription::SubCustomer> churnCustomer(const QUuid &accountId,
+                                                                   const std::optional<QString> &customerId) const;
     // Where an account's Stripe records come from: the REST API, or the demo business.
     std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;
     std::shared_ptr<RequestBudget> stripeBudget(const QString &restrictedKey) const;
@@ -288,7 +311,8 @@ private:
     QList<Account> m_accounts;
     Preferences m_preferences;
     QList<DailyBucket> m_dailyBuckets;
-    QList<PaymentEvent> m_feed;
+    QList<PaymentEvent> m_feed;      // stored: the events of every known account
+    QList<PaymentEvent> m_shownFeed; // the enabled accounts' events
     bool m_isLoading = false;
     std::optional<QString> m_lastError;
     std::optional<Date> m_lastRefreshed;
@@ -319,6 +343,7 @@ private:
 
     bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
+    QSet<QUuid> m_demoHistoryFilled; // demo accounts whose 31–90-day history is in
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
@@ -335,6 +360,8 @@ private:
     QString m_menubarLabel;
     // Invoices paid by hand on demo accounts, kept for the life of the engine.
     mutable std::shared_ptr<DemoRetryBook> m_demoRetries; // made on first use
+    // Customers of cancelled subscriptions by account and customer id, looked up once each.
+    QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
     // One request budget per Stripe key, shared by every request made with it.
     mutable QHash<QString, std::shared_ptr<RequestBudget>> m_stripeBudgets;
     // Declared last so it goes first: its tasks stop before the state they write back to.

@@ -4,6 +4,7 @@
 #include <QCoroFuture>
 #include <QPointer>
 #include <QPromise>
+#include <QSignalBlocker>
 #include <QThreadPool>
 
 namespace {
@@ -77,7 +78,10 @@ void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
     if (stored.isEmpty())
         return;
     m_feed = std::move(stored);
-    rebuildBucketsFromFeed();
+    {
+        const QSignalBlocker quiet(this); // the owner announces the stored feed itself, once
+        showFeed();
+    }
     // Events already on disk never produce a notification.
     m_notifications.primeFromStoredFeed(m_feed);
     for (const Date &synced : std::as_const(m_syncState))

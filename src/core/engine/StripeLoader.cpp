@@ -1,6 +1,7 @@
 // Loading one account's provider activity into events.
 #include "RevenueEngine.h"
 
+#include "engine/ChurnCustomers.h"
 #include "engine/PayPalEvents.h"
 #include "engine/StripeClassifier.h"
 #include "icons/IconCache.h"
@@ -152,9 +153,16 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
             load.events.append(StripeClassifier::fromStandaloneCharge(charge, account));
         }
     }
-    if (prefs.showCanceledSubscriptions && cancellations.ok())
-        for (const SubscriptionCancellation &c : cancellations.value())
-            load.events.append(StripeClassifier::fromCancellation(c, account));
+    if (prefs.showCanceledSubscriptions && cancellations.ok()) {
+        co_await lookUpChurnCustomers(account, client, cancellations.value(), token);
+        if (!self || token.isCancelled())
+            co_return cancelledText();
+        for (const SubscriptionCancellation &c : cancellations.value()) {
+            PaymentEvent event = StripeClassifier::fromCancellation(c, account);
+            ChurnCustomers::describe(event, c.subscription, churnCustomer(account.id, c.subscription.customer));
+            load.events.append(std::move(event));
+        }
+    }
 
     if (failed && failed->ok()) {
         load.loadedKinds << RevenueKind::Failed;

@@ -365,6 +365,18 @@ StripeClient::Reply<StripeAccountInfo> StripeClient::fetchAccountInfo(Cancellati
     co_return StripeWire::decode<StripeAccountInfo>(body.value());
 }
 
+StripeClient::Reply<ExpandedSubscription::SubCustomer> StripeClient::fetchCustomer(QString customerId,
+                                                                                  CancellationToken token) const
+{
+    const StripeClient self = *this;
+    if (!isPlainStripeId(customerId))
+        co_return StripeError::invalidRequest(u"Not a Stripe customer id: \"%1\""_s.arg(customerId.left(80)));
+    auto body = co_await self.send("GET", u"/v1/customers/"_s + customerId, {}, token);
+    if (!body)
+        co_return body.error();
+    co_return StripeWire::decode<ExpandedSubscription::SubCustomer>(body.value());
+}
+
 StripeClient::Reply<bool> StripeClient::retryInvoice(QString invoiceId, CancellationToken token) const
 {
     const StripeClient self = *this;

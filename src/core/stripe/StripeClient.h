@@ -99,6 +99,7 @@ public:
     // Every subscription in `status`, with customer and latest invoice expanded.
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
     Reply<StripeAccountInfo> fetchAccountInfo(CancellationToken token = {}) const;
+    Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token = {}) const;
     // Asks Stripe to pay the invoice now. True on success; a refusal is an Http error whose
     // body parseHumanError words. Ids other than plain Stripe ids are refused unsent.
     Reply<bool> retryInvoice(QString invoiceId, CancellationToken token = {}) const;

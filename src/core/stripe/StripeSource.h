@@ -30,6 +30,8 @@ public:
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const = 0;
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId,
                                                                        CancellationToken token) const = 0;
+    // One customer's e-mail and name (GET /v1/customers/{id}); a deleted customer has neither.
+    virtual Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const = 0;
     // Records the listings of this source have left out so far because they did not decode.
     virtual qsizetype skippedRecords() const { return 0; }
 };
@@ -82,6 +84,10 @@ public:
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token) const override
     {
         return m_client.fetchPaidInvoicePaymentsOf(std::move(invoiceId), token);
+    }
+    Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override
+    {
+        return m_client.fetchCustomer(std::move(customerId), token);
     }
     qsizetype skippedRecords() const override { return m_client.skippedRecords(); }
 

@@ -142,12 +142,14 @@ TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)
     }
 }
 
-TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
+TEST_F(EngineLifecycle, NoEnabledAccountsShowNothingWithoutLoadingAndKeepTheDisabledAccountsEvents)
 {
     Account disabled = stripeAccount(u"Off"_s);
     disabled.enabled = false;
     ASSERT_TRUE(storage().saveAccounts({disabled}));
-    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, clock->now().addingSeconds(-60), RevenueKind::New, 10)}));
+    const QList<PaymentEvent> stored{event(u"kept"_s, clock->now().addingSeconds(-60), RevenueKind::New, 10, disabled.id),
+                                     event(u"orphan"_s, clock->now().addingSeconds(-60), RevenueKind::New, 5)};
+    ASSERT_TRUE(storage().saveFeed(stored));
     RevenueEngine &e = start();
     bool everLoading = false;
     QObject::connect(&e, &RevenueEngine::isLoadingChanged, [&] { everLoading |= e.isLoading(); });
@@ -155,6 +157,6 @@ TEST_F(EngineLifecycle, NoEnabledAccountsEmptiesTheFeedWithoutLoading)
     EXPECT_FALSE(everLoading);
     EXPECT_TRUE(e.feed().isEmpty());
     EXPECT_TRUE(e.dailyBuckets().isEmpty());
-    EXPECT_EQ(readFile(storage().pathOf(Storage::feedFile)), QByteArray("[]"));
+    EXPECT_EQ(storage().loadFeed(), stored.first(1)) << "an event of no known account goes";
     EXPECT_FALSE(e.lastRefreshed().has_value());
 }

@@ -89,8 +89,8 @@ protected:
             return chargesAnswer;
         });
         storage().saveAccounts({main, broken});
-        storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(nowUnix - 60 * day), RevenueKind::Recurring, 99),
-                            event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20)});
+        storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(nowUnix - 60 * day), RevenueKind::Recurring, 99, main.id),
+                            event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20, main.id)});
     }
 };
 

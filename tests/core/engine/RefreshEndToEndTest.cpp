@@ -31,6 +31,9 @@ protected:
                 return FakeResponse::json(failingKeys.value(auth), invalidKey);
             return FakeResponse::json(200, page(eventsByKeyAndType.value(auth).value(r.query(u"type"_s)), false));
         });
+        stripe.setHandler("GET", "/v1/customers/cus_QhXy1zA2bC3dE4", [](const RecordedRequest &) {
+            return FakeResponse::json(200, R"({"id":"cus_QhXy1zA2bC3dE4","object":"customer","name":"Jenny Rosen"})");
+        });
         // Asked by the icon cache; an account without a web site gets no icon.
         stripe.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, R"({"id":"acct_1"})"); });
         stripe.setHandler("GET", "/v1/invoice_payments", [this](const RecordedRequest &) {
@@ -142,7 +145,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         {"in_current", RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)"},
         {"ch_sale", RevenueKind::New, 99, 99, "Lifetime licence"},
         {"in_yen", RevenueKind::Recurring, 5000, 32, "Kaito"},
-        {"churn_evt_7", RevenueKind::Churn, 10, 10, "Canceled subscription"},
+        {"churn_evt_7", RevenueKind::Churn, 10, 10, "Jenny Rosen canceled Pro yearly"},
         {"failed_evt_8", RevenueKind::Failed, 15, 15, "1 × Pro (at $20.00 / month)"},
         {"5TY05013RG002845M", RevenueKind::Recurring, 25, 27, "Team plan"},
     };
@@ -288,8 +291,8 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         add(paidInvoice(u"evt_old"_s, now - 3600, {.id = u"in_old"_s, .created = now - 3600}, Shape::Current));
         // The ancient event makes the stored feed cover 25 days, so it does not reset the sync state.
         if (row.storedFeed)
-            ASSERT_TRUE(storage().saveFeed({event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20),
-                                            event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+            ASSERT_TRUE(storage().saveFeed({event(u"in_stored"_s, Date::fromUnix(now - 100), RevenueKind::Recurring, 20, main.id),
+                                            event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1, main.id)}));
         Preferences p = Preferences::defaults(clock->now(), calendar);
         p.showNotifications = row.notificationsOn;
         p.privacyMode = row.privacyMode;

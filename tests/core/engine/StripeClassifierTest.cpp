@@ -1,4 +1,5 @@
 #include "EngineFixture.h"
+#include "engine/ChurnCustomers.h"
 #include "engine/StripeClassifier.h"
 
 #include <QJsonDocument>
@@ -109,4 +110,25 @@ TEST(StripeClassifier, ChargesRefundsFailuresAndCancellations)
     EXPECT_EQ(churn.description, u"Canceled subscription"_s);
     EXPECT_FALSE(churn.customerEmail.has_value());
     EXPECT_EQ(churn.date, Date::fromUnix(1'795'100'100));
+}
+
+TEST(ChurnCustomers, RowsNameTheCustomerAndThePlanWithoutAnAmount)
+{
+    const auto sub = [](std::optional<QString> nickname, qint64 every) {
+        const RawSubscription::SubscriptionPrice price{.unit_amount = 4900, .recurring = {{u"month"_s, every}}, .nickname = nickname};
+        return RawSubscription{.id = u"sub_1"_s, .items = RawSubscription::SubscriptionItems{{{price, std::nullopt}}}};
+    };
+    const std::optional<QString> none, ana = u"ana@example.com"_s;
+    const struct { RawSubscription sub; std::optional<ChurnCustomers::Customer> customer; QString description; } rows[] = {
+        {sub(u"Team"_s, 1), {{u"cus_1"_s, ana, u"Ana Lima"_s}}, u"Ana Lima canceled Team"_s},
+        {sub(none, 1), {{u"cus_1"_s, ana, u" "_s}}, u"Canceled monthly plan"_s}, // e-mail only; the plan by its interval
+        {sub(none, 3), {{u"cus_1"_s, none, none}}, u"Canceled subscription"_s},   // deleted customer, quarterly price
+        {sub(u"Pro"_s, 1), std::nullopt, u"Canceled Pro"_s},                     // customer not found
+    };
+    for (const auto &row : rows) {
+        PaymentEvent event;
+        ChurnCustomers::describe(event, row.sub, row.customer);
+        EXPECT_EQ(event.description, row.description);
+        EXPECT_EQ(event.customerEmail, row.customer ? row.customer->email : none) << row.description.toStdString();
+    }
 }
