@@ -1,7 +1,8 @@
 // Reading the stored feed at start, on a worker thread when the owner asks for it.
 #include "RevenueEngine.h"
 
-#include <QCoroFuture>
+#include <QCoroSignal>
+#include <QFutureWatcher>
 #include <QPointer>
 #include <QPromise>
 #include <QSignalBlocker>
@@ -54,7 +55,13 @@ QCoro::Task<> RevenueEngine::readFeedInBackground(CancellationToken token)
         promise->addResult(readStoredFeed(storage));
         promise->finish();
     });
-    StoredFeed stored = co_await future;
+    // Awaited through a watcher, whose signals always arrive through the event loop: a small
+    // file can be read before this await, and the hand-over must still never happen inside
+    // the constructor that started the read, before the owner has connected to anything.
+    QFutureWatcher<StoredFeed> watcher;
+    watcher.setFuture(future);
+    co_await qCoro(&watcher, &QFutureWatcherBase::finished);
+    StoredFeed stored = future.takeResult();
     if (!self || token.isCancelled())
         co_return;
     // Handed over in one step: one change of every field, then the loops start.

@@ -2,8 +2,10 @@
 
 #include "model/JsonReader.h"
 
+#include <QCoreApplication>
 #include <QCoroTimer>
 #include <QNetworkAccessManager>
+#include <QPointer>
 #include <QScopeGuard>
 #include <QStringDecoder>
 #include <QTimer>
@@ -20,7 +22,7 @@ namespace {
 
 struct SessionPool
 {
-    std::array<QNetworkAccessManager *, sessionCount> sessions{};
+    std::array<QPointer<QNetworkAccessManager>, sessionCount> sessions{};
     std::array<int, sessionCount> inFlight{};
 
     int leastBusy() const { return int(std::min_element(inFlight.begin(), inFlight.end()) - inFlight.begin()); }
@@ -28,20 +30,23 @@ struct SessionPool
 
 SessionPool &pool()
 {
-    // Created on first use on the main thread; lives for the process.
-    static SessionPool *sessions = [] {
-        auto *made = new SessionPool;
-        for (QNetworkAccessManager *&session : made->sessions) {
-            session = new QNetworkAccessManager();
-            session->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-            session->setAutoDeleteReplies(false);
-        }
-        return made;
-    }();
+    // Used on the main thread only; never destroyed, so nothing here runs at exit.
+    static SessionPool *sessions = new SessionPool;
+    for (QPointer<QNetworkAccessManager> &session : sessions->sessions)
+        if (!session)
+            session = newApplicationSession();
     return *sessions;
 }
 
 } // namespace
+
+QNetworkAccessManager *newApplicationSession()
+{
+    auto *session = new QNetworkAccessManager(QCoreApplication::instance());
+    session->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    session->setAutoDeleteReplies(false);
+    return session;
+}
 
 QNetworkAccessManager &sharedSession()
 {

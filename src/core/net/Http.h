@@ -37,6 +37,12 @@ inline constexpr qint64 maxBodyBytes = 32 * 1024 * 1024;
 QNetworkAccessManager &sharedSession();
 inline constexpr int sessionCount = 6;
 
+// A session with the defaults above, owned by the application object. It goes with the
+// application, network thread and all: a session kept to the end of the process would go on
+// serving a request given up on at quit (its coroutine never resumes to drop the reply)
+// while the process tears down the static data that thread still uses.
+QNetworkAccessManager *newApplicationSession();
+
 // Sends one request and waits for the whole body. Redirects are never followed, so
 // credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body = {},

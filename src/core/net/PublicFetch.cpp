@@ -1,6 +1,7 @@
 #include "PublicFetch.h"
 
 #include <QNetworkAccessManager>
+#include <QPointer>
 
 using namespace Qt::StringLiterals;
 
@@ -38,13 +39,10 @@ HttpResponse refused(const QString &text)
 
 QNetworkAccessManager &session()
 {
-    static QNetworkAccessManager *publicSession = [] {
-        auto *nam = new QNetworkAccessManager();
-        nam->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
-        nam->setAutoDeleteReplies(false);
-        return nam;
-    }();
-    return *publicSession;
+    static auto *publicSession = new QPointer<QNetworkAccessManager>;
+    if (!*publicSession)
+        *publicSession = Http::newApplicationSession();
+    return **publicSession;
 }
 
 bool isFetchable(const QUrl &url, bool allowPlainHttp)

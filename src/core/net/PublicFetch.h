@@ -28,7 +28,7 @@ struct PublicResponse
 // ever travels with them: no credentials, no cookies, no cache. Never used for provider APIs.
 namespace PublicFetch {
 
-// A session of its own, apart from the provider clients' one; lives for the process.
+// A session of its own, apart from the provider clients' one; lives as long as the application.
 QNetworkAccessManager &session();
 
 // Whether `url` may be fetched at all under the scheme rule.

@@ -30,6 +30,7 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         ev("x2", 5, 5, u""_s),
         ev("r1", 6, 99, u"ann@example.com"_s, RevenueKind::Recurring),
         ev("o1", 7, 70, u"ann@example.com"_s, RevenueKind::New, other),
+        ev("edge", 100, 1, u"cy@example.com"_s), // exactly at the selection's start
         ev("old", 200, 500, u"ann@example.com"_s),
     };
     const struct
@@ -39,9 +40,11 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         QStringList groups; // "id ×count"
     } cases[] = {
         {"all accounts", std::nullopt,
-         {u"ann@example.com ×3"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s}},
+         {u"ann@example.com ×3"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s,
+          u"cy@example.com ×1"_s}},
         {"one account", mainId,
-         {u"ann@example.com ×2"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s}},
+         {u"ann@example.com ×2"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s,
+          u"cy@example.com ×1"_s}},
         {"an account without events", QUuid::createUuid(), {}},
     };
     for (const auto &c : cases) {

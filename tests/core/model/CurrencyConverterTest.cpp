@@ -28,6 +28,7 @@ TEST(CurrencyConverter, CompactFormats)
         {-27000, "EUR", u"-€25.0K"_s},
         // Exactly at, or rounding up to, a hundred of a unit.
         {100'000, "USD", u"$100K"_s},
+        {99'950, "USD", u"$100K"_s},
         {99'999.99, "USD", u"$100K"_s},
         {100'000'000, "USD", u"$100M"_s},
         {12'000'000, "INR", u"₹100Cr"_s}, // 1 000 000 000 rupees

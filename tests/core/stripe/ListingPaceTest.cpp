@@ -110,6 +110,17 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     const auto waitForRequests = [&](int n) { return waitUntil([&] { return server.requests().size() >= n; }, 3000); };
     const QByteArray emptyPage = StripeBodies::page({}, false);
 
+    // A shorter pause asked for later leaves the longer one standing.
+    RequestBudget paused(0, clock);
+    paused.pause(10);
+    paused.pause(2);
+    std::optional<bool> acquired;
+    auto acquiring = storeInto(paused.acquire({}), acquired);
+    clock->advance(9.99);
+    EXPECT_FALSE(acquired.has_value()) << "requests restarted before the longer pause was over";
+    clock->advance(0.01);
+    EXPECT_EQ(acquired, true);
+
     // Five a second: the sixth request waits for the first one's second to pass.
     server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, "{}"); });
     const StripeClient budgeted(client().account(), server.baseUrl(), std::make_shared<RequestBudget>(5, clock));

@@ -22,6 +22,7 @@ TEST(SemVer, ParsesAndOrdersLikeTheVersionFileMeansIt)
         {"1.2", "1.2.0", std::strong_ordering::equal}, {"1.10", "1.9", std::strong_ordering::greater},
         {"", "", std::strong_ordering::equal}, {"0.0.0", "0.0.1", std::strong_ordering::less},
         {"2", "1.99.99", std::strong_ordering::greater}, {"garbage", "0", std::strong_ordering::equal},
+        {"1.2.0", "1.2.0.1", std::strong_ordering::less},
     };
     for (const auto &row : orders)
         EXPECT_EQ(SemVer::parse(QString::fromUtf8(row.a)) <=> SemVer::parse(QString::fromUtf8(row.b)), row.order)
@@ -39,6 +40,7 @@ TEST(RemoteVersionConfig, DecidesBlockedOrOptionalAndRejectsUnusableBodies)
         {"1.0", R"({"latest_version":"3","minimum_version":"2","download_url":"u","force_update":false})", true, true, false},
         {"1.2", R"({"latest_version":"1.2.0","minimum_version":"1","download_url":"u","release_notes":null,"x":[1]})", true, false, false},
         {"0.0.0", R"({"latest_version":"0.1","minimum_version":"0.0.1","download_url":"u"})", true, true, false},
+        {"1.0", R"({"latest_version":"1.0","minimum_version":"1","download_url":"ftp://x.dev/d"})", true, false, false},
         {"1.0", R"({"latest_version":"2","download_url":"u"})", false, false, false},
         {"1.0", R"({"latest_version":2,"minimum_version":"1","download_url":"u"})", false, false, false},
         {"1.0", R"({"latest_version":"2","minimum_version":"1","download_url":"u","force_update":"yes"})", false, false, false},
