@@ -173,14 +173,15 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case DisplayNameRole:
-        return prefs.privacyMode && g.email ? CurrencyConverter::maskEmail(g.displayName) : g.displayName;
+        if (!prefs.privacyMode)
+            return g.displayName;
+        // Without an e-mail the name is the event's description, which may quote a price.
+        return g.email ? CurrencyConverter::maskEmail(g.displayName) : CurrencyConverter::maskAmounts(g.displayName);
     case HasEmailRole: return g.email.has_value();
     case CopiedRole: return m_copied.marks(g.email);
     case CountLineRole: return u"%1× %2"_s.arg(QString::number(g.count), DrillDownLogic::countWord(m_kind));
     case DateLabelRole: return Formatting::shortDateLabel(g.lastDate, m_engine->now(), m_engine->calendar(), m_locale);
     case AmountTextRole:
-        if (prefs.privacyMode)
-            return CurrencyConverter::mask(g.currency);
         return QString((m_kind == RevenueKind::Churn ? u"-"_s : QString()) + Formatting::formatMoney(g.totalUSD, prefs));
     case AmountColorRole: return Formatting::kindColor(m_kind);
     case LetterRole: return g.accountName.left(1).toUpper();
