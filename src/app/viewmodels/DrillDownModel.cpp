@@ -233,7 +233,7 @@ bool DrillDownModel::writeCsv(const QString &what, const QString &path)
 {
     const QByteArray bytes = what == u"events"_s
         ? CsvExport::events(DrillDown::eventsAt(m_engine->feed(), rangeEvents(std::nullopt)))
-        : CsvExport::customers(m_groups);
+        : CsvExport::customers(m_engine->feed(), m_groups);
     const auto error = DrillDownLogic::writeFile(path, bytes);
     const QString file = QFileInfo(path).fileName();
     setExportStatus(error ? u"Couldn't save %1: %2"_s.arg(file, *error) : u"Saved %1"_s.arg(file));
