@@ -27,34 +27,36 @@ FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, std::shared_ptr<Sa
 {
 }
 
-FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent &event, bool bodyMarkup)
+FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent &event, bool bodyMarkup,
+                                                             bool privacyMode)
 {
-    QString body = event.accountName + u'\n' + NotificationText::body(event);
+    const QString details = NotificationText::body(event, privacyMode);
+    QString body = details.isEmpty() ? event.accountName : event.accountName + u'\n' + details;
     if (bodyMarkup)
         body = body.toHtmlEscaped();
     return {NotificationText::title(event.kind), body, NotificationText::identifier(event)};
 }
 
-void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents)
+void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents, bool privacyMode)
 {
     if (newEvents.isEmpty())
         return;
     // Whether a server answers, and how it reads bodies, is asked per batch: servers come
     // and go with the desktop session.
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call(u"GetCapabilities"_s)), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, newEvents](QDBusPendingCallWatcher *w) {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [=, this](QDBusPendingCallWatcher *w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> capabilities = *w;
         if (capabilities.isError())
             return; // no server: nothing is shown and nothing rings
-        post(newEvents, capabilities.value().contains(u"body-markup"_s));
+        post(newEvents, capabilities.value().contains(u"body-markup"_s), privacyMode);
     });
 }
 
-void FreedesktopNotifier::post(const QList<PaymentEvent> &events, bool bodyMarkup)
+void FreedesktopNotifier::post(const QList<PaymentEvent> &events, bool bodyMarkup, bool privacyMode)
 {
     for (const PaymentEvent &event : events) {
-        const Content content = contentFor(event, bodyMarkup);
+        const Content content = contentFor(event, bodyMarkup, privacyMode);
         QDBusMessage message = call(u"Notify"_s);
         message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << QStringList()
                 << QVariantMap{{u"x-quorvane-id"_s, content.identifier}} << -1;

@@ -28,14 +28,14 @@ public:
 
     // Nothing to ask: the desktop has no per-application permission for notifications.
     void requestAuthorizationIfNeeded() override {}
-    void notify(const QList<PaymentEvent> &newEvents) override;
+    void notify(const QList<PaymentEvent> &newEvents, bool privacyMode) override;
 
-    // Servers have no subtitle: the account name is the body's first line. A server that
-    // reads markup in bodies gets the text escaped.
-    static Content contentFor(const PaymentEvent &event, bool bodyMarkup);
+    // Servers have no subtitle: the account name is the body's first line (in privacy mode the
+    // only one). A server that reads markup in bodies gets the text escaped.
+    static Content contentFor(const PaymentEvent &event, bool bodyMarkup, bool privacyMode);
 
 private:
-    void post(const QList<PaymentEvent> &events, bool bodyMarkup);
+    void post(const QList<PaymentEvent> &events, bool bodyMarkup, bool privacyMode);
 
     QDBusConnection m_bus;
     std::shared_ptr<SaleSound> m_sound;
