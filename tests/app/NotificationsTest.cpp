@@ -115,11 +115,12 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
     stripe.setFallback([](const RecordedRequest &r) { return FakeResponse::json(200, page({}, false, QString::fromUtf8(r.path))); });
     const Account acme{.name = u"Acme & Co"_s, .stripeRestrictedKey = u"rk_test_notify"_s};
 
-    const struct { const char *name; bool serverOnBus; QStringList capabilities; bool saleSound = true; } rows[] = {
+    const struct { const char *name; bool serverOnBus; QStringList capabilities; bool saleSound = true; bool privacy = false; } rows[] = {
         {"plain bodies", true, {u"body"_s}},
         {"markup bodies are escaped", true, {u"body"_s, u"body-markup"_s}},
         {"the server rings and offers actions", true, {u"body"_s, u"actions"_s, u"sound"_s}},
         {"sale sound off", true, {u"body"_s}, false},
+        {"privacy mode: the account alone, no amount", true, {u"body"_s, u"body-markup"_s}, true, true},
         {"no server: nothing posted, nothing rings", false, {}}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
@@ -142,6 +143,9 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         env.endpoints.stripeApi = stripe.baseUrl();
         env.notifier = notifier;
         RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
+        Preferences preferences = e.preferences();
+        preferences.privacyMode = row.privacy;
+        e.setPreferences(preferences);
 
         // The first cycle of a process without stored history only learns what exists.
         byType[succeeded] = {paidInvoice(u"in_known"_s, u"subscription_cycle"_s, now - 30, 900)};
@@ -186,14 +190,18 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
             const bool rings = row.saleSound && serverRings && NotificationText::isSale(ev.kind);
             EXPECT_EQ(call.hints.value(u"sound-file"_s).toString(), rings ? u"/sounds/sale.wav"_s : QString());
             EXPECT_EQ(call.actions, row.capabilities.contains(u"actions"_s) ? stripeActions : plainActions);
-            const QString plain = u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
+            const QString plain = row.privacy
+                ? u"Acme & Co"_s
+                : u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
             EXPECT_EQ(call.body, row.capabilities.contains(u"body-markup"_s) ? plain.toHtmlEscaped() : plain);
         }
+        engine.reset();
+        if (row.privacy)
+            continue;
         EXPECT_EQ(server.calls[0].summary, u"\U0001F4B0 New subscription"_s);
         EXPECT_TRUE(server.calls[0].body.contains(u"$49.00 \u2014 "_s));
         EXPECT_EQ(server.calls[1].summary, u"\u274C Payment failed"_s);
         EXPECT_TRUE(server.calls[1].body.contains(u"\n$12.50 \u2014 "_s)) << "a failed payment has no sign";
-        engine.reset();
     }
 }
 
@@ -228,7 +236,7 @@ TEST_F(AppFixture, ClickingANotificationOpensThePanelOnItsEventAndItsButtonTheSt
     QuorvaneApp app(options);
     ASSERT_TRUE(app.start());
     app.general()->setSaleSound(false); // the switch reaches the notifier: no sound with the notification
-    notifier->notify({sale});
+    notifier->notify({sale}, false);
     ASSERT_TRUE(waitUntil([&] { return bus.server.calls.size() == 1; }));
     EXPECT_FALSE(bus.server.calls[0].hints.contains(u"sound-file"_s));
     EXPECT_EQ(sound->plays, 0);
@@ -260,8 +268,10 @@ TEST(NotificationText, AmountsAreSignedForMoneyGoingOutAndNeverLocalised)
     QLocale::setDefault(QLocale(QLocale::German));
     for (const auto &row : rows) {
         const PaymentEvent e{.amount = row.amount, .currency = QString::fromLatin1(row.currency),
-                             .kind = row.kind};
+                             .kind = row.kind, .description = u"1 × Pro (at 49.90 / month)"_s};
         EXPECT_EQ(NotificationText::amountText(e), row.text);
+        EXPECT_EQ(NotificationText::body(e, false), row.text + u" \u2014 1 × Pro (at 49.90 / month)"_s);
+        EXPECT_EQ(NotificationText::body(e, true), QString()) << "privacy mode: neither the amount nor a quoted price";
     }
     QLocale::setDefault(QLocale::c());
     EXPECT_EQ(NotificationText::title(RevenueKind::Churn), u"\u26A0\uFE0F Canceled subscription"_s);

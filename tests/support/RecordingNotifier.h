@@ -12,7 +12,7 @@ public:
     QList<QStringList> batches;
 
     void requestAuthorizationIfNeeded() override { ++permissionRequests; }
-    void notify(const QList<PaymentEvent> &newEvents) override
+    void notify(const QList<PaymentEvent> &newEvents, bool /*privacyMode*/) override
     {
         QStringList ids;
         for (const PaymentEvent &e : newEvents)

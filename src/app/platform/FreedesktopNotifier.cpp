@@ -34,9 +34,11 @@ FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, std::shared_ptr<Sa
     m_bus.connect(service, path, service, u"NotificationClosed"_s, this, SLOT(closed(uint,uint)));
 }
 
-FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent &event, bool bodyMarkup)
+FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent &event, bool bodyMarkup,
+                                                             bool privacyMode)
 {
-    QString body = event.accountName + u'\n' + NotificationText::body(event);
+    const QString details = NotificationText::body(event, privacyMode);
+    QString body = details.isEmpty() ? event.accountName : event.accountName + u'\n' + details;
     if (bodyMarkup)
         body = body.toHtmlEscaped();
     return {NotificationText::title(event.kind), body, NotificationText::identifier(event)};
@@ -63,29 +65,30 @@ FreedesktopNotifier::Request FreedesktopNotifier::requestFor(const PaymentEvent 
     return request;
 }
 
-void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents)
+void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents, bool privacyMode)
 {
     if (newEvents.isEmpty())
         return;
     // Whether a server answers, and what it can do, is asked per batch: servers come and go
     // with the desktop session.
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call(u"GetCapabilities"_s)), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, newEvents](QDBusPendingCallWatcher *w) {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [=, this](QDBusPendingCallWatcher *w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> reply = *w;
         if (reply.isError())
             return; // no server: nothing is shown and nothing rings
         const QStringList names = reply.value();
         post(newEvents, {.bodyMarkup = names.contains(u"body-markup"_s), .actions = names.contains(u"actions"_s),
-                         .sound = names.contains(u"sound"_s)});
+                         .sound = names.contains(u"sound"_s)},
+             privacyMode);
     });
 }
 
-void FreedesktopNotifier::post(const QList<PaymentEvent> &events, const Capabilities &server)
+void FreedesktopNotifier::post(const QList<PaymentEvent> &events, const Capabilities &server, bool privacyMode)
 {
     const QString soundFile = m_sound && server.sound ? m_sound->file() : QString();
     for (const PaymentEvent &event : events) {
-        const Content content = contentFor(event, server.bodyMarkup);
+        const Content content = contentFor(event, server.bodyMarkup, privacyMode);
         const Request request = requestFor(event, server, m_saleSound, soundFile);
         QDBusMessage message = call(u"Notify"_s);
         message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << request.actions

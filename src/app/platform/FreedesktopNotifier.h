@@ -43,12 +43,12 @@ public:
 
     // Nothing to ask: the desktop has no per-application permission for notifications.
     void requestAuthorizationIfNeeded() override {}
-    void notify(const QList<PaymentEvent> &newEvents) override;
+    void notify(const QList<PaymentEvent> &newEvents, bool privacyMode) override;
     void setSaleSound(bool on) override { m_saleSound = on; }
 
-    // Servers have no subtitle: the account name is the body's first line. A server that
-    // reads markup in bodies gets the text escaped.
-    static Content contentFor(const PaymentEvent &event, bool bodyMarkup);
+    // Servers have no subtitle: the account name is the body's first line (in privacy mode the
+    // only one). A server that reads markup in bodies gets the text escaped.
+    static Content contentFor(const PaymentEvent &event, bool bodyMarkup, bool privacyMode);
     // A sale's sound goes through the server where it plays sounds, so the desktop's
     // do-not-disturb silences it too; `soundFile` empty: the theme's sound by name.
     static Request requestFor(const PaymentEvent &event, const Capabilities &server, bool saleSound,
@@ -65,7 +65,7 @@ private:
         QString eventId;
         std::optional<QUrl> link;
     };
-    void post(const QList<PaymentEvent> &events, const Capabilities &server);
+    void post(const QList<PaymentEvent> &events, const Capabilities &server, bool privacyMode);
 
     QDBusConnection m_bus;
     std::shared_ptr<SaleSound> m_sound;

@@ -196,8 +196,10 @@ void AchievementsModel::loadDrafts()
     const AchievementsState &s = m_engine->achievements();
     const QString currency = m_engine->preferences().dashboardCurrency;
     const QDate today = m_engine->calendar().local(m_engine->now()).date();
+    // In privacy mode the fields start empty: an empty draft leaves its record as it is.
+    const bool shown = !m_engine->preferences().privacyMode;
     const auto text = [&](double usd) {
-        return usd > 0 ? QString::asprintf("%.0f", AchievementsLogic::inputAmount(usd, currency)) : QString();
+        return usd > 0 && shown ? QString::asprintf("%.0f", AchievementsLogic::inputAmount(usd, currency)) : QString();
     };
     const auto day = [&](const std::optional<Date> &d) { return d ? m_engine->calendar().local(*d).date() : today; };
     m_dayDraft = text(s.bestDayUSD);

@@ -84,8 +84,8 @@ public:
     DatePickerModel *weekDate() { return &m_dates[1]; }
     DatePickerModel *monthDate() { return &m_dates[2]; }
 
-    // Not editing: fills the drafts from the records and starts editing. Editing: saves
-    // the drafts through the engine and stops.
+    // Not editing: fills the drafts from the records (left empty in privacy mode) and starts
+    // editing. Editing: saves the drafts through the engine and stops.
     Q_INVOKABLE void toggleEditing();
     // Leaving the pane while editing drops the drafts.
     Q_INVOKABLE void discardEditing();

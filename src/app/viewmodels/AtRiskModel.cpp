@@ -196,7 +196,7 @@ QVariant AtRiskModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case IsHeaderRole: return false;
     case Qt::DisplayRole:
-    case TitleRole: return sub.planLabel;
+    case TitleRole: return prefs.privacyMode ? CurrencyConverter::maskAmounts(sub.planLabel) : sub.planLabel;
     case DetailRole: return AtRiskLogic::sinceLabel(sub, m_engine->now());
     case EmailRole: {
         const QString email = sub.customerEmail.value_or(QString());
@@ -204,8 +204,10 @@ QVariant AtRiskModel::data(const QModelIndex &index, int role) const
     }
     case CopiedRole: return m_copied.marks(sub.customerEmail);
     case AmountTextRole:
+        if (prefs.privacyMode)
+            return QString(CurrencyConverter::mask(sub.currency) + u"/mo"_s);
         return QString((usd ? u"$ "_s : QString()) + Formatting::formatNative(sub.monthlyAmount, m_locale) + u"/mo"_s);
-    case CurrencyCodeRole: return usd ? QString() : sub.currency.toUpper();
+    case CurrencyCodeRole: return usd || prefs.privacyMode ? QString() : sub.currency.toUpper();
     case AccountNameRole: return sub.accountName;
     case LetterRole: return sub.accountName.left(1).toUpper();
     case LetterColorRole: return Formatting::providerColor(sub.accountName);
@@ -219,7 +221,8 @@ QVariant AtRiskModel::data(const QModelIndex &index, int role) const
         const auto result = m_engine->retryResults().constFind(sub.id);
         if (result == m_engine->retryResults().cend() || result->succeeded)
             return QString();
-        return AtRiskLogic::retryErrorMessage(*result);
+        const QString message = AtRiskLogic::retryErrorMessage(*result);
+        return prefs.privacyMode ? CurrencyConverter::maskAmounts(message) : message;
     }
     case LinkUrlRole: return sub.dashboardURL.value_or(QUrl());
     case LastInSectionRole: return row.lastInSection;

@@ -173,7 +173,10 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case DisplayNameRole:
-        return prefs.privacyMode && g.email ? CurrencyConverter::maskEmail(g.displayName) : g.displayName;
+        if (!prefs.privacyMode)
+            return g.displayName;
+        // Without an e-mail the name is the event's description, which may quote a price.
+        return g.email ? CurrencyConverter::maskEmail(g.displayName) : CurrencyConverter::maskAmounts(g.displayName);
     case HasEmailRole: return g.email.has_value();
     case CopiedRole: return m_copied.marks(g.email);
     case CountLineRole: {
@@ -186,8 +189,6 @@ QVariant DrillDownModel::data(const QModelIndex &index, int role) const
     }
     case DateLabelRole: return Formatting::shortDateLabel(g.lastDate, m_engine->now(), m_engine->calendar(), m_locale);
     case AmountTextRole:
-        if (prefs.privacyMode)
-            return CurrencyConverter::mask(g.currency);
         return QString((m_kind == RevenueKind::Churn ? u"-"_s : QString()) + Formatting::formatMoney(g.totalUSD, prefs));
     case AmountColorRole: return Formatting::kindColor(m_kind);
     case LetterRole: return g.accountName.left(1).toUpper();
@@ -239,7 +240,7 @@ bool DrillDownModel::writeCsv(const QString &what, const QString &path)
 {
     const QByteArray bytes = what == u"events"_s
         ? CsvExport::events(DrillDown::eventsAt(m_engine->feed(), rangeEvents(std::nullopt)))
-        : CsvExport::customers(m_groups);
+        : CsvExport::customers(m_engine->feed(), m_groups);
     const auto error = DrillDownLogic::writeFile(path, bytes);
     const QString file = QFileInfo(path).fileName();
     setExportStatus(error ? u"Couldn't save %1: %2"_s.arg(file, *error) : u"Saved %1"_s.arg(file));

@@ -98,7 +98,9 @@ QVariant FeedModel::data(const QModelIndex &index, int role) const
     case IsDividerRole: return false;
     case DividerTextRole: return QString();
     case EventIdRole: return event.id;
-    case DescriptionRole: return event.description;
+    case DescriptionRole:
+        // Plan descriptions quote prices: "1 × Pro (at $49.00 / month)".
+        return prefs.privacyMode ? CurrencyConverter::maskAmounts(event.description) : event.description;
     case DateLabelRole:
         return Formatting::eventDateLabel(event.date, m_engine->now(), m_engine->calendar(), m_locale);
     case AmountTextRole: {

@@ -1,5 +1,8 @@
 #include "CsvExport.h"
 
+#include <QRegularExpression>
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace CsvExport {
@@ -28,11 +31,17 @@ QByteArray join(const QList<QStringList> &rows)
 
 QString field(const QString &text)
 {
-    if (!text.contains(u',') && !text.contains(u'"') && !text.contains(u'\n') && !text.contains(u'\r'))
-        return text;
-    QString quoted = text;
-    quoted.replace(u"\""_s, u"\"\""_s);
-    return u'"' + quoted + u'"';
+    // A spreadsheet runs a cell that starts like a formula; a leading quote keeps such text
+    // text. Plain numbers, negative amounts among them, stay numbers.
+    static constexpr QStringView formulaStarts = u"=+-@\t\r";
+    static const QRegularExpression plainNumber(u"^-?\\d+(\\.\\d+)?$"_s);
+    QString value = text;
+    if (!value.isEmpty() && formulaStarts.contains(value.front()) && !plainNumber.match(value).hasMatch())
+        value.prepend(u'\'');
+    if (!value.contains(u',') && !value.contains(u'"') && !value.contains(u'\n') && !value.contains(u'\r'))
+        return value;
+    value.replace(u"\""_s, u"\"\""_s);
+    return u'"' + value + u'"';
 }
 
 QByteArray events(const QList<PaymentEvent> &events)
@@ -46,13 +55,36 @@ QByteArray events(const QList<PaymentEvent> &events)
     return join(rows);
 }
 
-QByteArray customers(const QList<CustomerGroup> &groups)
+QByteArray customers(const QList<PaymentEvent> &feed, const QList<CustomerGroup> &groups)
 {
     QList<QStringList> rows{{u"customer"_s, u"email"_s, u"account"_s, u"events"_s, u"amount"_s, u"currency"_s,
                              u"amount_usd"_s, u"last_date"_s}};
-    for (const CustomerGroup &g : groups)
-        rows.append({g.displayName, g.email.value_or(QString()), g.accountName, QString::number(g.count),
-                     amount(g.totalNative), g.currency.toUpper(), amount(g.totalUSD), g.lastDate.toIsoString()});
+    struct CurrencyTotal
+    {
+        QString currency;
+        double native = 0;
+        double usd = 0;
+        int count = 0;
+        Date lastDate;
+    };
+    for (const CustomerGroup &g : groups) {
+        QList<CurrencyTotal> totals; // in order of each currency's newest event
+        for (qsizetype i : g.events) {
+            const PaymentEvent &e = feed.at(i);
+            const QString currency = e.currency.toUpper();
+            auto total = std::find_if(totals.begin(), totals.end(),
+                                      [&](const CurrencyTotal &t) { return t.currency == currency; });
+            if (total == totals.end())
+                total = totals.insert(totals.end(), CurrencyTotal{currency});
+            total->native += e.amount;
+            total->usd += e.usdAmount;
+            ++total->count;
+            total->lastDate = std::max(total->lastDate, e.date);
+        }
+        for (const CurrencyTotal &t : std::as_const(totals))
+            rows.append({g.displayName, g.email.value_or(QString()), g.accountName, QString::number(t.count),
+                         amount(t.native), t.currency, amount(t.usd), t.lastDate.toIsoString()});
+    }
     return join(rows);
 }
 

@@ -108,7 +108,6 @@ QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const CustomerIndex
             groupOf[n] = group;
             CustomerGroup &g = out[group];
             g.totalUSD += e.usdAmount;
-            g.totalNative += e.amount;
             ++g.count;
             g.lastDate = std::max(g.lastDate, e.date);
             continue;
@@ -120,11 +119,9 @@ QList<CustomerGroup> groups(const QList<PaymentEvent> &feed, const CustomerIndex
         g.id = hasEmail ? e.customerEmail->toLower() : u"__noemail__"_s + e.id;
         g.displayName = hasEmail ? *e.customerEmail : e.description;
         g.email = hasEmail ? e.customerEmail : std::nullopt;
-        g.currency = e.currency;
         g.lastDate = e.date;
         g.accountName = e.accountName;
         g.totalUSD = e.usdAmount;
-        g.totalNative = e.amount;
         g.count = 1;
         out.append(std::move(g));
     }

@@ -10,9 +10,7 @@ struct CustomerGroup
     QString id; // lower-case e-mail, or "__noemail__" + event id when there is none
     QString displayName;
     std::optional<QString> email;
-    double totalUSD = 0;
-    double totalNative = 0;
-    QString currency;
+    double totalUSD = 0; // a customer may pay in several currencies: only US dollars add up
     int count = 0;
     Date lastDate;
     // The group's events as positions in the list it was built from, newest first: tens of

@@ -26,8 +26,10 @@ QString amountText(const PaymentEvent &event)
     return sign + number + u' ' + event.currency.toUpper();
 }
 
-QString body(const PaymentEvent &event)
+QString body(const PaymentEvent &event, bool privacyMode)
 {
+    if (privacyMode)
+        return {};
     return amountText(event) + u" \u2014 "_s + event.description;
 }
 

@@ -1,6 +1,7 @@
 #include "CurrencyConverter.h"
 
 #include <QHash>
+#include <QRegularExpression>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -150,6 +151,53 @@ QString maskEmail(QStringView email)
         ending = u'.' + (last.isEmpty() ? u"com"_s : last);
     }
     return QString(local.front()) + u"••••@"_s + domain.front() + u"••••"_s + ending;
+}
+
+namespace {
+
+// ISO 4217 codes in upper case only: in lower case too many are words ("all", "top", "try").
+constexpr auto currencyCodes =
+    "AED|AFN|ALL|AMD|ANG|AOA|ARS|AUD|AWG|AZN|BAM|BBD|BDT|BGN|BHD|BIF|BMD|BND|BOB|BRL|BSD|BTN|BWP|BYN|BZD|CAD|"
+    "CDF|CHF|CLP|CNY|COP|CRC|CUP|CVE|CZK|DJF|DKK|DOP|DZD|EGP|ERN|ETB|EUR|FJD|FKP|GBP|GEL|GHS|GIP|GMD|GNF|GTQ|"
+    "GYD|HKD|HNL|HTG|HUF|IDR|ILS|INR|IQD|IRR|ISK|JMD|JOD|JPY|KES|KGS|KHR|KMF|KPW|KRW|KWD|KYD|KZT|LAK|LBP|LKR|"
+    "LRD|LSL|LYD|MAD|MDL|MGA|MKD|MMK|MNT|MOP|MRU|MUR|MVR|MWK|MXN|MYR|MZN|NAD|NGN|NIO|NOK|NPR|NZD|OMR|PAB|PEN|"
+    "PGK|PHP|PKR|PLN|PYG|QAR|RON|RSD|RUB|RWF|SAR|SBD|SCR|SDG|SEK|SGD|SHP|SLE|SLL|SOS|SRD|SSP|STN|SVC|SYP|SZL|"
+    "THB|TJS|TMT|TND|TOP|TRY|TTD|TWD|TZS|UAH|UGX|USD|UYU|UZS|VES|VND|VUV|WST|XAF|XCD|XOF|XPF|YER|ZAR|ZMW|ZWL";
+
+// The number in the group "n" of every match replaced by the mask.
+QString maskNumbers(const QString &text, const QRegularExpression &pattern)
+{
+    QString out;
+    qsizetype from = 0;
+    for (auto it = pattern.globalMatch(text); it.hasNext();) {
+        const QRegularExpressionMatch match = it.next();
+        out += QStringView(text).mid(from, match.capturedStart(u"n") - from);
+        out += u"••••"_s;
+        from = match.capturedEnd(u"n");
+    }
+    return out + QStringView(text).mid(from);
+}
+
+} // namespace
+
+QString maskAmounts(QStringView text)
+{
+    // Grouped digits ("1,234.56", "1.234,56", "1 234,56"), decimals, a compact suffix ("56.5K").
+    static const QString number =
+        uR"((?<n>\d+(?:[.,'\x{00A0}\x{202F} ]\d{3})*(?:[.,]\d+)?(?:[KMB](?!\p{L}))?))"_s;
+    static const QString space = uR"([ \x{00A0}\x{202F}]?)"_s;
+    static const QString codes = QString::fromLatin1(currencyCodes);
+    static const QRegularExpression markerFirst(
+        uR"((?:\p{Sc}|(?<![A-Za-z])(?:%1)|(?<!\p{L})(?:kr|zł|Kč|Ft|Rs\.?))%2-?%3)"_s.arg(codes, space, number));
+    static const QRegularExpression numberFirst(
+        uR"((?<![\d.,])%3%2(?:\p{Sc}|(?:%1)(?![A-Za-z])|(?:kr|zł|Kč|Ft)(?!\p{L})))"_s.arg(codes, space, number));
+    // Two decimals and nothing around that makes it a date, a version or a percentage.
+    static const QRegularExpression decimal(
+        uR"((?<![\d.,])(?<n>\d+(?:[.,'\x{00A0}\x{202F}]\d{3})*[.,]\d{2})(?![.,]?\d)(?!\s?%))"_s);
+    QString out = text.toString();
+    for (const QRegularExpression *pattern : {&markerFirst, &numberFirst, &decimal})
+        out = maskNumbers(out, *pattern);
+    return out;
 }
 
 const QList<std::pair<QString, QString>> &dashboardCurrencies()

@@ -26,6 +26,10 @@ double fromMinorUnits(qint64 minorUnits, QStringView code);
 QString formatCompact(double usdAmount, QStringView code);
 QString mask(QStringView code);
 QString maskEmail(QStringView email);
+// Free text with every money amount in it masked and the rest kept: "1 × Pro (at $49.00 /
+// month)" → "1 × Pro (at $•••• / month)". An amount is a number next to a currency sign,
+// code or word ("€49", "10,00 EUR", "100 kr"), or a number with two decimals ("49.99").
+QString maskAmounts(QStringView text);
 
 // The dashboard currencies, in menu order: ("USD", "USD – US Dollar"), ...
 const QList<std::pair<QString, QString>> &dashboardCurrencies();

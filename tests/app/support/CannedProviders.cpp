@@ -44,7 +44,7 @@ QJsonArray atRisk(const QString &status, Date now)
     static const Sub subs[] = {
         {"past_due", "sub_1QpdTeam", "Team yearly", "ops@northwind.io", "eur", "year", "in_1QpdTeam", 110000, 0.1, 20},
         {"past_due", "sub_1QpdPro", "Pro monthly", "maria.lopez@example.com", "usd", "month", "in_1QpdPro", 4900, 3.5, 1},
-        {"unpaid", "sub_1QupStarter", "Starter monthly", "dev@tinyapps.co", "usd", "month", "in_1QupStarter", 1900, 0, -12},
+        {"unpaid", "sub_1QupStarter", "Starter $19/mo", "dev@tinyapps.co", "usd", "month", "in_1QupStarter", 1900, 0, -12},
         {"incomplete", "sub_1QicPro", "Pro monthly", "", "usd", "month", "in_1QicPro", 4900, 0, 0},
     };
     QJsonArray out;

@@ -72,6 +72,9 @@ TEST(CsvExport, QuotesWhatWouldBreakARow)
         {u"two\nlines"_s, u"\"two\nlines\""_s},
         {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s},
         {u"Zoë ✓"_s, u"Zoë ✓"_s},
+        {u"=1+2"_s, u"'=1+2"_s}, {u"@SUM(A1)"_s, u"'@SUM(A1)"_s}, {u"-2+3"_s, u"'-2+3"_s}, {u"\tcmd"_s, u"'\tcmd"_s},
+        {u"+SUM(A1,A2)"_s, u"\"'+SUM(A1,A2)\""_s}, {u"\r=cmd"_s, u"\"'\r=cmd\""_s},
+        {u"-12.50"_s, u"-12.50"_s}, {u"A=B"_s, u"A=B"_s},
     };
     for (const auto &c : cases)
         EXPECT_EQ(CsvExport::field(c.text), c.field) << c.text.toStdString();
@@ -82,7 +85,12 @@ TEST(CsvExport, QuotesWhatWouldBreakARow)
     EXPECT_EQ(CsvExport::events({e}),
               "date,kind,account,customer_email,description,amount,currency,amount_usd,id,dashboard_url\r\n"
               "2026-11-21T12:00:00Z,new,Main,zoë@example.com,\"Team, \"\"annual\"\"\",1875.00,JPY,12.50,ch_1,\r\n");
-    EXPECT_EQ(CsvExport::customers(DrillDown::groups({e}, {0})),
+    PaymentEvent dollars = e;
+    dollars.amount = dollars.usdAmount = 20, dollars.currency = u"usd"_s, dollars.date = e.date.addingSeconds(-3600);
+    const QList<PaymentEvent> feed{e, dollars, dollars};
+    EXPECT_EQ(CsvExport::customers(feed, DrillDown::groups(feed, {0, 1, 2})),
               "customer,email,account,events,amount,currency,amount_usd,last_date\r\n"
-              "zoë@example.com,zoë@example.com,Main,1,1875.00,JPY,12.50,2026-11-21T12:00:00Z\r\n");
+              "zoë@example.com,zoë@example.com,Main,1,1875.00,JPY,12.50,2026-11-21T12:00:00Z\r\n"
+              "zoë@example.com,zoë@example.com,Main,2,40.00,USD,40.00,2026-11-21T11:00:00Z\r\n")
+        << "one customer, one row per currency";
 }

@@ -64,6 +64,18 @@ TEST(CurrencyConverter, PrivacyMasks)
         SCOPED_TRACE(row.input.toStdString());
         EXPECT_EQ(CurrencyConverter::maskEmail(row.input), row.expected);
     }
+    const Row texts[] = {
+        {u"1 × Pro (at $49.00 / month), 2 × Team (at €1,234.56 / year), -$12.50, $56.5K, CA$5,000, ¥1 000 000"_s,
+         u"1 × Pro (at $•••• / month), 2 × Team (at €•••• / year), -$••••, $••••, CA$••••, ¥••••"_s},
+        {u"EUR 91.66/mo, INR4999; 10,00 € for 3 seats; 1.234,50\u00A0EUR; 100 kr, 50 zł, Rs. 7; top-up 49.99"_s,
+         u"EUR ••••/mo, INR••••; •••• € for 3 seats; ••••\u00A0EUR; •••• kr, •••• zł, Rs. ••••; top-up ••••"_s},
+        {u"2 × Pro after 10 Mar 2026 (Tier 1), v2.10.1 on 21.11.2026, 15.00% off, 3 (USD)"_s,
+         u"2 × Pro after 10 Mar 2026 (Tier 1), v2.10.1 on 21.11.2026, 15.00% off, 3 (USD)"_s},
+    };
+    for (const Row &row : texts) {
+        SCOPED_TRACE(row.input.toStdString());
+        EXPECT_EQ(CurrencyConverter::maskAmounts(row.input), row.expected);
+    }
 }
 
 TEST(CurrencyConverter, RatesAndMinorUnits)
