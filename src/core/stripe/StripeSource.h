@@ -28,8 +28,8 @@ public:
                                                                           CancellationToken token) const = 0;
     virtual Reply<bool> retryInvoice(QString invoiceId, CancellationToken token) const = 0;
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const = 0;
-    virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId,
-                                                                       CancellationToken token) const = 0;
+    virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                             CancellationToken token) const = 0;
     // Records the listings of this source have left out so far because they did not decode.
     virtual qsizetype skippedRecords() const { return 0; }
 };
@@ -79,9 +79,10 @@ public:
     {
         return m_client.fetchPaidInvoicePayments(since, token);
     }
-    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token) const override
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                     CancellationToken token) const override
     {
-        return m_client.fetchPaidInvoicePaymentsOf(std::move(invoiceId), token);
+        return m_client.fetchPaidInvoicePaymentsByIntent(std::move(paymentIntentId), token);
     }
     qsizetype skippedRecords() const override { return m_client.skippedRecords(); }
 
