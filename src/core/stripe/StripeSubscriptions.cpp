@@ -26,6 +26,7 @@ RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(Json
     SubscriptionItem item;
     item.current_period_end = reader.optInteger("current_period_end"_L1);
     item.price = StripeJson::optObjectOf<SubscriptionPrice>(reader, "price"_L1);
+    item.quantity = reader.optInteger("quantity"_L1);
     return item;
 }
 
@@ -72,7 +73,7 @@ qint64 monthlyMinorUnits(const std::optional<RawSubscription::SubscriptionItems>
     for (const auto &item : items->data) {
         if (!item.price || !item.price->unit_amount)
             continue;
-        const qint64 amount = *item.price->unit_amount;
+        const qint64 amount = saturatingMultiply(*item.price->unit_amount, std::max<qint64>(item.quantity.value_or(1), 0));
         const auto &recurring = item.price->recurring;
         const QString interval = recurring && recurring->interval ? *recurring->interval : u"month"_s;
         const qint64 count = recurring && recurring->interval_count ? *recurring->interval_count : 1;

@@ -31,6 +31,7 @@ struct RawSubscription
     {
         std::optional<SubscriptionPrice> price;
         std::optional<qint64> current_period_end; // new shape keeps the period per item
+        std::optional<qint64> quantity;           // seats; absent counts as one
         static SubscriptionItem decode(JsonReader &reader);
         friend bool operator==(const SubscriptionItem &, const SubscriptionItem &) = default;
     };
@@ -109,8 +110,8 @@ struct ExpandedSubscription
 };
 
 // The monthly-equivalent of the items in whole minor units: each item's interval price
-// scaled to a month (a week is 4, a day 30) and truncated before it is summed. Items
-// without a unit amount (metered, tiered) count nothing; quantities are not read.
+// times its quantity, scaled to a month (a week is 4, a day 30) and truncated before it is
+// summed. Items without a unit amount (metered, tiered) count nothing.
 qint64 monthlyMinorUnits(const std::optional<RawSubscription::SubscriptionItems> &items);
 // The same in major units of `currency` (zero-decimal currencies are whole units).
 double approximateMonthlyAmount(const std::optional<RawSubscription::SubscriptionItems> &items, QStringView currency);
