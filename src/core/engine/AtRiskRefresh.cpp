@@ -21,13 +21,20 @@ std::optional<AtRiskKind> kindOf(QStringView status)
     return std::nullopt;
 }
 
-Date sinceDate(const ExpandedSubscription &sub, Date now)
+Date sinceDate(const ExpandedSubscription &sub, AtRiskKind kind, Date now)
 {
+    // Not current_period_end: Stripe keeps it in the future while a period goes unpaid.
     std::optional<qint64> seconds;
-    if (sub.latest_invoice)
-        seconds = sub.latest_invoice->next_payment_attempt;
-    if (!seconds)
-        seconds = sub.current_period_end;
+    if (const auto &invoice = sub.latest_invoice) {
+        if (kind == AtRiskKind::PastDue)
+            seconds = invoice->next_payment_attempt;
+        if (!seconds && invoice->charge)
+            seconds = invoice->charge->created;
+        if (!seconds)
+            seconds = invoice->due_date;
+        if (!seconds)
+            seconds = invoice->created;
+    }
     if (!seconds)
         seconds = sub.created;
     if (!seconds)
@@ -54,7 +61,7 @@ std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &
     record.currency = sub.currency;
     record.monthlyUSD = CurrencyConverter::toUSD(monthly, sub.currency.toLower());
     record.kind = *kind;
-    record.sinceDate = sinceDate(sub, now);
+    record.sinceDate = sinceDate(sub, *kind, now);
     if (sub.latest_invoice)
         record.latestInvoiceId = sub.latest_invoice->id;
     if (const auto link = RevenueEngine::stripeURL(account, u"subscriptions/"_s + sub.id))

@@ -18,9 +18,10 @@ inline const QStringList statuses = {QStringLiteral("past_due"), QStringLiteral(
 
 std::optional<AtRiskKind> kindOf(QStringView status);
 
-// The first present of: the latest invoice's next payment attempt, the period end, the
-// creation time, and `now` in whole seconds.
-Date sinceDate(const ExpandedSubscription &sub, Date now);
+// For a past-due subscription Stripe's next attempt on the latest invoice; otherwise, or
+// without one, since when the latest invoice is unpaid: its last payment attempt, its due
+// date, its creation. Then the subscription's creation, then `now` in whole seconds.
+Date sinceDate(const ExpandedSubscription &sub, AtRiskKind kind, Date now);
 
 // The record of one listed subscription; none when it has no positive monthly amount.
 std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &account, QStringView status, Date now);

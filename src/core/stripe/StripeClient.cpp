@@ -350,7 +350,8 @@ StripeClient::Reply<QList<ExpandedSubscription>> StripeClient::fetchSubscription
     const Query query{{u"status"_s, status},
                       {u"limit"_s, u"100"_s},
                       {u"expand[]"_s, u"data.customer"_s},
-                      {u"expand[]"_s, u"data.latest_invoice"_s}};
+                      {u"expand[]"_s, u"data.latest_invoice"_s},
+                      {u"expand[]"_s, u"data.latest_invoice.charge"_s}};
     co_return co_await self.collectPages<ExpandedSubscriptionListResponse, ExpandedSubscription>(
         u"/v1/subscriptions"_s, query, 0, token,
         [](const ExpandedSubscription &subscription, QList<ExpandedSubscription> &out) { out.append(subscription); });

@@ -96,7 +96,8 @@ public:
     // Succeeded, paid charges in the window, at most 50 pages (5 000 charges).
     Reply<QList<RawCharge>> fetchSucceededChargesHistorical(Date since, std::optional<Date> until,
                                                             CancellationToken token = {}) const;
-    // Every subscription in `status`, with customer and latest invoice expanded.
+    // Every subscription in `status`, with its customer, latest invoice and that invoice's
+    // last charge expanded.
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
     Reply<StripeAccountInfo> fetchAccountInfo(CancellationToken token = {}) const;
     // Asks Stripe to pay the invoice now. True on success; a refusal is an Http error whose

@@ -73,12 +73,23 @@ struct ExpandedSubscription
         static SubCustomer decode(JsonReader &reader);
         friend bool operator==(const SubCustomer &, const SubCustomer &) = default;
     };
+    // The charge of an invoice's last payment attempt, expanded on request.
+    struct LatestCharge
+    {
+        std::optional<QString> id;
+        std::optional<qint64> created;
+        static LatestCharge decode(JsonReader &reader);
+        friend bool operator==(const LatestCharge &, const LatestCharge &) = default;
+    };
     struct LatestInvoice
     {
         std::optional<QString> id;
         std::optional<QString> status;
         std::optional<qint64> amount_due;
         std::optional<qint64> next_payment_attempt; // Unix seconds of Stripe's next automatic retry
+        std::optional<qint64> created;
+        std::optional<qint64> due_date; // invoices sent for payment only
+        std::optional<LatestCharge> charge;
         static LatestInvoice decode(JsonReader &reader);
         friend bool operator==(const LatestInvoice &, const LatestInvoice &) = default;
     };

@@ -48,7 +48,8 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWi
          [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, std::nullopt))); }, "GET",
          "/v1/charges", "limit=100&created%5Bgte%5D=1700000000"},
         {"subscriptions by status", [](auto &c) { return failure(run(c.fetchSubscriptionsByStatus(u"past_due"_s))); },
-         "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"},
+         "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"
+         "&expand%5B%5D=data.latest_invoice.charge"},
         {"account", [](auto &c) { return failure(run(c.fetchAccountInfo())); }, "GET", "/v1/account", ""},
         {"retry", [](auto &c) { return failure(run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s))); }, "POST",
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
