@@ -69,6 +69,25 @@ std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &
     return record;
 }
 
+QHash<QString, RetryOutcome> keptRetryResults(const QHash<QString, RetryOutcome> &results,
+                                              const QList<AtRiskSub> &before, const QList<AtRiskSub> &after)
+{
+    const auto invoiceOf = [](const QList<AtRiskSub> &subs, const QString &id) -> std::optional<std::optional<QString>> {
+        for (const AtRiskSub &s : subs)
+            if (s.id == id)
+                return s.latestInvoiceId;
+        return std::nullopt;
+    };
+    QHash<QString, RetryOutcome> kept;
+    for (auto it = results.cbegin(); it != results.cend(); ++it) {
+        const auto listed = invoiceOf(after, it.key());
+        const auto shown = invoiceOf(before, it.key());
+        if (listed && (!shown || *shown == *listed))
+            kept.insert(it.key(), it.value());
+    }
+    return kept;
+}
+
 void sortForDisplay(QList<AtRiskSub> &subs)
 {
     std::stable_sort(subs.begin(), subs.end(), [](const AtRiskSub &a, const AtRiskSub &b) {
@@ -154,7 +173,9 @@ QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, Cancella
     if (!self || token.isCancelled())
         co_return;
     AtRiskRefresh::sortForDisplay(listings.collected);
+    QHash<QString, RetryOutcome> kept = AtRiskRefresh::keptRetryResults(m_retryResults, m_atRiskSubs, listings.collected);
     assign(m_atRiskSubs, listings.collected, &RevenueEngine::atRiskSubsChanged);
+    assign(m_retryResults, std::move(kept), &RevenueEngine::retryResultsChanged);
 }
 
 double RevenueEngine::atRiskMonthlyTotalUSD() const

@@ -208,14 +208,16 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     ASSERT_EQ(e.atRiskSubs().size(), 3);
     const AtRiskSub q = e.atRiskSubs()[0], p = e.atRiskSubs()[1], u = e.atRiskSubs()[2];
 
-    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has.
+    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has, and
+    // its result goes with it.
     byStatus[u"past_due"_s].removeAt(0);
-    QList<bool> retryingWhenListed;
-    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged,
-                     [&] { retryingWhenListed.append(e.retryingInvoiceIds().contains(u"in_p"_s)); });
+    QList<std::pair<bool, RetryOutcome>> whenListed; // retrying, result
+    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged, [&] {
+        whenListed.append({e.retryingInvoiceIds().contains(u"in_p"_s), e.retryResults().value(p.id)});
+    });
     QCoro::waitFor(e.retryAtRiskInvoice(p));
-    EXPECT_EQ(e.retryResults().value(p.id), (RetryOutcome{true, {}, false}));
-    EXPECT_EQ(retryingWhenListed, QList<bool>{true});
+    EXPECT_EQ(whenListed, (QList<std::pair<bool, RetryOutcome>>{{true, RetryOutcome{true, {}, false}}}));
+    EXPECT_FALSE(e.retryResults().contains(p.id));
     EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
     EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
 
@@ -242,4 +244,12 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     EXPECT_TRUE(declined.errorDescription.startsWith(u"Stripe HTTP 402: {"_s));
     EXPECT_TRUE(declined.errorDescription.contains(u"expired_card"_s));
     EXPECT_EQ(paidPaths, (QList<QByteArray>{"/v1/invoices/in_p/pay", "/v1/invoices/in_q/pay"}));
+
+    // A new invoice starts a subscription afresh, and so does leaving the list; the rest stay.
+    byStatus[u"past_due"_s] = {listed(u"sub_q"_s, 5000, u"in_q2"_s)};
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_EQ(e.retryResults().keys(), QList<QString>{u.id});
+    byStatus.remove(u"unpaid"_s);
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_TRUE(e.retryResults().isEmpty());
 }
