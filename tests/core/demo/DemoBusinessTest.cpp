@@ -96,6 +96,11 @@ TEST(DemoBusiness, AtRiskAndRetries)
     const QList<ExpandedSubscription> pastDue = business.subscriptions(u"past_due", now);
     ASSERT_FALSE(pastDue.isEmpty());
     EXPECT_FALSE(business.subscriptions(u"unpaid", now).isEmpty());
+    for (const ExpandedSubscription &unpaid : business.subscriptions(u"unpaid", now)) { // dated by the last attempt
+        const auto &invoice = *unpaid.latest_invoice;
+        ASSERT_TRUE(invoice.charge && invoice.charge->created && invoice.created);
+        EXPECT_TRUE(*invoice.created <= *invoice.charge->created && *invoice.charge->created <= now);
+    }
     const ExpandedSubscription &sub = pastDue.first();
     ASSERT_TRUE(sub.latest_invoice && sub.latest_invoice->next_payment_attempt);
     EXPECT_GT(*sub.latest_invoice->next_payment_attempt, now);

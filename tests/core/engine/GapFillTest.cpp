@@ -181,3 +181,20 @@ TEST_F(GapFillEngine, AnEngineGoingAwayMidFillWritesNothing)
     VirtualClock::settle();
     EXPECT_EQ(readFile(storage().pathOf(Storage::feedFile)), before);
 }
+
+using GapFillDemo = EngineFixture;
+
+TEST_F(GapFillDemo, TheDemoBusinessGetsItsOlderHistoryToo)
+{
+    clock->set(Date::fromUnix(nowUnix));
+    RevenueEngine &e = start();
+    e.addDemoAccount();
+    QCoro::waitFor(e.refresh());
+    ASSERT_TRUE(waitUntil([&] { return !e.isLoadingHistoricalGap(); }));
+    QSet<RevenueKind> olderKinds;
+    for (const PaymentEvent &event : e.feed())
+        if (event.date < Date::fromUnix(nowUnix - 31 * day))
+            olderKinds.insert(event.kind);
+    EXPECT_EQ(olderKinds, (QSet<RevenueKind>{RevenueKind::New, RevenueKind::Recurring}));
+    EXPECT_FALSE(e.lastError().has_value());
+}
