@@ -28,8 +28,7 @@ QJsonObject listed(const QString &id, qint64 unitMinor, const QString &invoiceId
     const QJsonObject item{{"price"_L1, price}, {"quantity"_L1, quantity}, {"current_period_end"_L1, 1'799'000'000}};
     const QJsonObject invoice{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}, {"created"_L1, 1'771'000'000},
                               {"due_date"_L1, QJsonValue::Null}, {"next_payment_attempt"_L1, QJsonValue::Null},
-                              {"charge"_L1, QJsonObject{{"id"_L1, "ch_last"_L1}, {"object"_L1, "charge"_L1},
-                                                        {"created"_L1, 1'772'000'000}}}};
+                              {"charge"_L1, QJsonObject{{"id"_L1, "ch_last"_L1}, {"created"_L1, 1'772'000'000}}}};
     return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000},
             {"currency"_L1, "usd"_L1},
             {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
@@ -51,6 +50,8 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     const Date now = Date::fromUnix(1'773'144'000.7);
     Account account = EngineFixture::stripeAccount(u"Main"_s);
     account.stripeAccountId = u"acct_9"_s;
+    const qint64 later = 1'775'000'000;
+    const double eur = *CurrencyConverter::rate(u"eur");
     const struct
     {
         const char *name;
@@ -60,28 +61,19 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
         double monthlyUSD;
         qint64 since;
     } rows[] = {
-        // Periods end in the future, as Stripe keeps them while a period goes unpaid.
-        {"past due: the next attempt",
-         subscription(u"sub_a"_s, 5000, u"usd"_s, {}, 1'773'400'000,
-                      {{u"in_a"_s, u"open"_s, 5000, 1'773'500'000, 1'772'000'000, {}, {{u"ch_a"_s, 1'773'000'000}}}}),
-         "past_due", true, 50, 1'773'500'000},
-        {"past due, no retry planned: the last attempt",
-         subscription(u"sub_g"_s, 100, u"usd"_s, {}, 1'775'000'000, {{u"in_g"_s, {}, {}, {}, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}),
-         "past_due", true, 1, 1'773'000'000},
-        {"unpaid: the last attempt; euro rate",
-         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'775'000'000,
-                      {{u"in_b"_s, {}, {}, 1'773'600'000, 1'771'000'000, {}, {{u"ch_b"_s, 1'772'500'000}}}}),
-         "unpaid", true, 10 * *CurrencyConverter::rate(u"eur"), 1'772'500'000},
-        {"unpaid sent invoice: its due date",
-         subscription(u"sub_h"_s, 100, u"usd"_s, 1'770'000'000, 1'775'000'000, {{u"in_h"_s, {}, {}, {}, 1'771'000'000, 1'772'000'000}}),
-         "unpaid", true, 1, 1'772'000'000},
-        {"incomplete: the invoice's creation",
-         subscription(u"sub_i"_s, 100, u"usd"_s, 1'770'000'000, 1'775'000'000, {{u"in_i"_s, {}, {}, {}, 1'773'100'000}}),
-         "incomplete", true, 1, 1'773'100'000},
-        {"no invoice: created; unknown currency is worth 0",
-         subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000, 1'775'000'000), "incomplete", true, 0, 1'770'000'000},
-        {"ten seats at $10", subscription(u"sub_s"_s, 1000, u"usd"_s, 1'770'000'000, {}, {}, 10), "past_due", true, 100,
-         1'770'000'000},
+        // Periods end in the future (`later`), as Stripe keeps them while a period goes unpaid.
+        {"past due: the next attempt", subscription(u"sub_a"_s, 5000, u"usd"_s, {}, later,
+         {{u"in_a"_s, {}, 5000, 1'773'500'000, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 50, 1'773'500'000},
+        {"past due, no retry planned: the last attempt", subscription(u"sub_g"_s, 100, u"usd"_s, {}, later,
+         {{u"in_g"_s, {}, {}, {}, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 1, 1'773'000'000},
+        {"unpaid: the last attempt; euro rate", subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, later,
+         {{u"in_b"_s, {}, {}, 1'773'600'000, 1'771'000'000, {}, {{{}, 1'772'500'000}}}}), "unpaid", true, 10 * eur, 1'772'500'000},
+        {"unpaid sent invoice: its due date", subscription(u"sub_h"_s, 100, u"usd"_s, 1'770'000'000, later,
+         {{u"in_h"_s, {}, {}, {}, 1'771'000'000, 1'772'000'000}}), "unpaid", true, 1, 1'772'000'000},
+        {"incomplete: the invoice's creation", subscription(u"sub_i"_s, 100, u"usd"_s, 1'770'000'000, later,
+         {{u"in_i"_s, {}, {}, {}, 1'773'100'000}}), "incomplete", true, 1, 1'773'100'000},
+        {"no invoice: created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000, later),
+         "incomplete", true, 0, 1'770'000'000},
         {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
         {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
         {"a status not asked for", subscription(u"sub_f"_s, 100, u"usd"_s), "active", false, 0, 0},

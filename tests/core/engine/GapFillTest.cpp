@@ -26,9 +26,6 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
     const RawCharge undated{.id = u"ch_undated"_s, .amount = 500, .currency = u"usd"_s,
                             .metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}}};
     const Date old = Date::fromUnix(nowUnix - 60 * day);
-    RawCharge partlyRefunded = rawCharge(u"ch_g"_s, 2000, u"usd"_s), refunded = rawCharge(u"ch_h"_s, 2000, u"usd"_s);
-    partlyRefunded.amount_refunded = 500;
-    refunded.amount_refunded = 2000;
     const struct
     {
         const char *name;
@@ -39,15 +36,11 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         Date date;
         QString description = u"Payment"_s;
     } cases[] = {
-        {"invoice on the charge", rawCharge(u"ch_a"_s, 2000, u"usd"_s, u"in_a"_s), {}, RevenueKind::Recurring, 20, old},
-        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}},
-         RevenueKind::Recurring, 20, old},
-        {"no invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, old},
+        {"empty invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, old},
+        {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}}, RevenueKind::Recurring, 20, old},
         {"zero-decimal currency", rawCharge(u"ch_d"_s, 3000, u"JPY"_s), {}, RevenueKind::New, 3000, old},
         {"no created date, plan name", undated, {}, RevenueKind::New, 5, now, u"Team"_s},
         {"zero amount", rawCharge(u"ch_e"_s, 0, u"usd"_s), {}, std::nullopt, 0, {}},
-        {"partly refunded: what was kept", partlyRefunded, {}, RevenueKind::New, 15, old},
-        {"fully refunded", refunded, {}, std::nullopt, 0, {}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -61,7 +54,7 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
         EXPECT_EQ(h->event.description, c.description);
         EXPECT_EQ(h->event.dashboardURL, u"https://dashboard.stripe.com/payments/"_s + c.charge.id);
     }
-    EXPECT_NEAR(GapFill::fromCharge(cases[3].charge, account, {}, now)->event.usdAmount, 3000 * 0.0064, 1e-9);
+    EXPECT_NEAR(GapFill::fromCharge(cases[2].charge, account, {}, now)->event.usdAmount, 3000 * 0.0064, 1e-9);
 }
 
 class GapFillEngine : public EngineFixture
@@ -91,36 +84,29 @@ protected:
                    Shape::Current),
             charge({.id = u"ch_retried"_s, .amount = 3000, .created = old, .paymentIntent = u"pi_retried"_s}, Shape::Current),
         };
-        const auto record = [](const QString &invoice, const QString &intent, qint64 created) {
-            return QJsonObject{{"id"_L1, QString(u"inpay_"_s + intent)}, {"invoice"_L1, invoice},
-                               {"status"_L1, "paid"_L1}, {"created"_L1, created},
-                               {"payment"_L1, QJsonObject{{"type"_L1, "payment_intent"_L1}, {"payment_intent"_L1, intent}}}};
-        };
-        const QJsonArray records{record(u"in_early"_s, u"pi_early"_s, start - 1800),
-                                 record(u"in_retried"_s, u"pi_retried"_s, start - 10 * day)};
+        QJsonArray records; // invoice payments in_early and in_retried, recorded before the gap
+        for (const auto &[intent, created] : {std::pair{u"pi_early"_s, start - 1800}, {u"pi_retried"_s, start - 10 * day}})
+            records.append(QJsonObject{{"id"_L1, QString(u"inpay_"_s + intent)}, {"invoice"_L1, QString(u"in_"_s + intent.mid(3))},
+                                       {"status"_L1, "paid"_L1}, {"created"_L1, created},
+                                       {"payment"_L1, QJsonObject{{"payment_intent"_L1, intent}}}});
         chargesAnswer = FakeResponse::json(200, page(charges, false, u"/v1/charges"_s));
-        stripe.setFallback([this, records](const RecordedRequest &r) {
+        stripe.setFallback([this, records, old](const RecordedRequest &r) {
             const QByteArray key = r.header("Authorization");
-            if (r.path == "/v1/invoice_payments") {
-                if (key == stripeAuth(unlinked))
-                    return FakeResponse::json(500, error(u"api_error"_s, {}, u"Something went wrong"_s));
-                // Filtered as Stripe does: by creation, or by the payment intent asked for.
-                QJsonArray found;
-                for (const QJsonValue &v : records)
-                    if (r.query(u"payment[payment_intent]"_s).isNull()
-                            ? v[u"created"_s].toInteger() >= r.query(u"created[gte]"_s).toLongLong()
-                            : v[u"payment"_s][u"payment_intent"_s].toString() == r.query(u"payment[payment_intent]"_s))
-                        found.append(v);
+            const QString intent = r.query(u"payment[payment_intent]"_s);
+            QJsonArray found; // as Stripe filters them: by creation, or by the payment intent asked for
+            for (const QJsonValue &v : records)
+                if (intent.isNull() ? v[u"created"_s].toInteger() >= r.query(u"created[gte]"_s).toLongLong()
+                                    : v[u"payment"_s][u"payment_intent"_s] == intent)
+                    found.append(v);
+            if ((r.path == "/v1/charges" && key == stripeAuth(broken))
+                || (r.path == "/v1/invoice_payments" && key == stripeAuth(unlinked)))
+                return FakeResponse::json(500, error(u"api_error"_s, {}, u"Something went wrong"_s));
+            if (r.path == "/v1/invoice_payments")
                 return FakeResponse::json(200, page(found, false, u"/v1/invoice_payments"_s));
-            }
             if (r.path != "/v1/charges")
                 return FakeResponse::json(200, page({}, false));
-            if (key == stripeAuth(broken))
-                return FakeResponse::json(500, error(u"api_error"_s, {}, u"Something went wrong"_s));
-            if (key == stripeAuth(unlinked))
-                return FakeResponse::json(200, page({charge({.id = u"ch_unlinked"_s, .amount = 7000,
-                                                             .created = nowUnix - 60 * day}, Shape::Legacy)}, false));
-            return chargesAnswer;
+            const QJsonObject unlinkedSale = charge({.id = u"ch_unlinked"_s, .amount = 7000, .created = old}, Shape::Legacy);
+            return key != stripeAuth(unlinked) ? chargesAnswer : FakeResponse::json(200, page({unlinkedSale}, false));
         });
         storage().saveAccounts({main, broken, unlinked});
         storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(old), RevenueKind::Recurring, 99),
@@ -136,13 +122,10 @@ TEST_F(GapFillEngine, FillsOnceLinkingChargesAsTheRecentLoadDoes)
     EXPECT_TRUE(e.isLoadingHistoricalGap());
     ASSERT_TRUE(waitUntil([&] { return !e.isLoadingHistoricalGap(); }));
 
-    const QMap<QString, PaymentEvent> events = byId(e.feed());
-    EXPECT_EQ(events.keys(), (QStringList{u"ch_refunded"_s, u"ch_renewal"_s, u"ch_retried"_s, u"ch_sale"_s,
-                                          u"ch_stored"_s, u"in_early"_s, u"in_stored"_s}));
-    EXPECT_EQ(events.value(u"ch_stored"_s).usdAmount, 99) << "events already in the feed win";
-    EXPECT_EQ(events.value(u"ch_retried"_s).kind, RevenueKind::Recurring);
-    // New and recurring dollars of each day the fill touched: refunds come off, a fully
-    // refunded charge is no sale, an invoice already in the feed is not paid twice.
+    EXPECT_EQ(byId(e.feed()).keys(), (QStringList{u"ch_refunded"_s, u"ch_renewal"_s, u"ch_retried"_s, u"ch_sale"_s,
+                                                  u"ch_stored"_s, u"in_early"_s, u"in_stored"_s}));
+    // New and recurring dollars of each day the fill touched: the feed's own events win, refunds
+    // come off, a fully refunded charge is no sale, an invoice already in the feed is not paid twice.
     QMap<QDate, std::pair<double, double>> days;
     for (const DailyBucket &b : e.dailyBuckets())
         if (b.newMRR != 0 || b.recurringMRR != 0)
@@ -160,8 +143,7 @@ TEST_F(GapFillEngine, FillsOnceLinkingChargesAsTheRecentLoadDoes)
         if (r.header("Authorization") == stripeAuth(main) && r.query(u"created[gte]"_s).toLongLong() < nowUnix - 31 * day)
             linkQueries.append(r.query(u"created[gte]"_s) + r.query(u"payment[payment_intent]"_s));
     EXPECT_EQ(linkQueries, (QStringList{QString::number(qint64(gapStart.unixSeconds()) - 3600), u"pi_retried"_s}));
-    ASSERT_TRUE(e.lastError().has_value());
-    EXPECT_TRUE(e.lastError()->startsWith(u"[Unlinked] invoice payments fetch HTTP 500: "_s));
+    EXPECT_TRUE(e.lastError().value_or(QString()).startsWith(u"[Unlinked] invoice payments fetch HTTP 500: "_s));
     EXPECT_FALSE(readFile(storage().pathOf(Storage::feedFile)).contains("Something went wrong"));
     EXPECT_EQ(stripe.requestsTo("/v1/charges").size(), 3);
 
@@ -191,10 +173,6 @@ TEST_F(GapFillDemo, TheDemoBusinessGetsItsOlderHistoryToo)
     e.addDemoAccount();
     QCoro::waitFor(e.refresh());
     ASSERT_TRUE(waitUntil([&] { return !e.isLoadingHistoricalGap(); }));
-    QSet<RevenueKind> olderKinds;
-    for (const PaymentEvent &event : e.feed())
-        if (event.date < Date::fromUnix(nowUnix - 31 * day))
-            olderKinds.insert(event.kind);
-    EXPECT_EQ(olderKinds, (QSet<RevenueKind>{RevenueKind::New, RevenueKind::Recurring}));
-    EXPECT_FALSE(e.lastError().has_value());
+    const Totals all = e.totals(TimeRange::Last90Days), recent = e.totals(TimeRange::Last30Days);
+    EXPECT_TRUE(all.newMRR > recent.newMRR && all.recurringMRR > recent.recurringMRR);
 }

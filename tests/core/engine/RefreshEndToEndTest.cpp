@@ -180,14 +180,12 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     // before it is sent.)
     const QByteArray paymentsSince = "created%5Bgte%5D="
         + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated() - 3600);
-    QList<QByteArray> mainQueries;
-    for (const RecordedRequest &r : stripe.requestsTo("/v1/invoice_payments"))
-        if (r.header("Authorization") == stripeAuth(main))
-            mainQueries.append(r.rawQuery.endsWith(paymentsSince) ? "listing" : r.rawQuery);
-        else
-            EXPECT_TRUE(r.rawQuery.endsWith(paymentsSince)) << r.rawQuery.toStdString();
-    EXPECT_EQ(mainQueries, (QList<QByteArray>{"listing", "payment%5Btype%5D=payment_intent&payment%5Bpayment_intent%5D=pi_sale"
-                                                         "&status=paid&limit=100"}));
+    const auto payments = stripe.requestsTo("/v1/invoice_payments");
+    EXPECT_EQ(std::count_if(payments.cbegin(), payments.cend(),
+                            [&](const RecordedRequest &r) { return r.header("Authorization") == stripeAuth(main); }),
+              2);
+    for (const RecordedRequest &r : payments)
+        EXPECT_TRUE(r.rawQuery.endsWith(paymentsSince) || r.query(u"payment[payment_intent]"_s) == u"pi_sale"_s);
 
     // Second cycle a minute later: windows start 300 s before the last sync.
     stripe.clearRecords();

@@ -210,13 +210,7 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         const FakeResponse listing = row.paymentsAnswer.status == 200 ? FakeResponse::json(200, page(payments, false))
                                                                       : row.paymentsAnswer;
         stripe.setHandler("GET", "/v1/invoice_payments", [&](const RecordedRequest &r) {
-            if (!r.rawQuery.startsWith("payment"))
-                return listing;
-            QJsonArray found;
-            for (const QJsonValue &v : std::as_const(late))
-                if (v[u"payment"_s][u"payment_intent"_s].toString() == r.query(u"payment[payment_intent]"_s))
-                    found.append(v);
-            return FakeResponse::json(200, page(found, false));
+            return r.rawQuery.startsWith("payment") ? FakeResponse::json(200, page(late, false)) : listing;
         });
 
         const auto load = loadLastDay();

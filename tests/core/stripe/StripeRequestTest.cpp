@@ -55,10 +55,9 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWi
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
         {"paid invoice payments", [](auto &c) { return failure(run(c.fetchPaidInvoicePayments(since))); }, "GET",
          "/v1/invoice_payments", "status=paid&limit=100&created%5Bgte%5D=1700000000", "2025-03-31.basil"},
-        {"invoice payments of an intent",
-         [](auto &c) { return failure(run(c.fetchPaidInvoicePaymentsByIntent(u"pi_3QAbc123"_s))); }, "GET",
-         "/v1/invoice_payments",
-         "payment%5Btype%5D=payment_intent&payment%5Bpayment_intent%5D=pi_3QAbc123&status=paid&limit=100", "2025-03-31.basil"},
+        {"invoice payments of an intent", [](auto &c) { return failure(run(c.fetchPaidInvoicePaymentsByIntent(u"pi_3Q"_s))); },
+         "GET", "/v1/invoice_payments", "payment%5Btype%5D=payment_intent&payment%5Bpayment_intent%5D=pi_3Q&status=paid&limit=100",
+         "2025-03-31.basil"},
     };
     server.setFallback([](const RecordedRequest &r) {
         return FakeResponse::json(200, r.path == "/v1/account" || r.method == "POST" ? "{}" : R"({"data":[],"has_more":false})");
