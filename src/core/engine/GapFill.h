@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/Account.h"
 #include "engine/InvoiceLinking.h"
+#include "model/Account.h"
 #include "model/PaymentEvent.h"
 #include "stripe/StripeRecords.h"
 #include "util/TimeContext.h"
