@@ -305,6 +305,8 @@ QList<ExpandedSubscription> DemoBusiness::subscriptions(QStringView status, qint
             latest.amount_due = state->amount;
             if (state->nextAttempt > 0)
                 latest.next_payment_attempt = state->nextAttempt;
+            latest.created = state->invoiceCreated;
+            latest.charge = ExpandedSubscription::LatestCharge{chargeId(state->invoice, std::max(state->attempt, 1)), state->time};
             sub.latest_invoice = latest;
         }
         out.append(sub);

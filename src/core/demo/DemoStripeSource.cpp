@@ -20,7 +20,7 @@ Date fromUnix(qint64 seconds)
 }
 
 // A demo invoice is settled at most 37 days after it was made (a week of retries, then 30
-// days unpaid): the window in which a look-up by invoice finds its payment.
+// days unpaid): the window in which a look-up by payment intent finds its payment.
 constexpr qint64 invoiceSettlementSeconds = 40 * 86400;
 // How far back a customer look-up finds the customers whose subscriptions ended: as far as
 // the feed keeps their cancellations.
@@ -158,15 +158,15 @@ StripeSource::Reply<QList<RawInvoicePayment>> DemoStripeSource::fetchPaidInvoice
     co_return ledger(unixSeconds(since), now()).invoicePayments;
 }
 
-StripeSource::Reply<QList<RawInvoicePayment>> DemoStripeSource::fetchPaidInvoicePaymentsOf(QString invoiceId,
-                                                                                         CancellationToken token) const
+StripeSource::Reply<QList<RawInvoicePayment>> DemoStripeSource::fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                                               CancellationToken token) const
 {
     if (token.isCancelled())
         co_return cancelled();
     QList<RawInvoicePayment> out;
     const qint64 end = now();
     for (const RawInvoicePayment &payment : business().activity(end - invoiceSettlementSeconds, end).invoicePayments)
-        if (payment.invoice == invoiceId)
+        if (payment.payment_intent == paymentIntentId)
             out.append(payment);
     co_return out;
 }

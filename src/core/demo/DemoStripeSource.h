@@ -29,7 +29,8 @@ public:
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token) const override;
     Reply<bool> retryInvoice(QString invoiceId, CancellationToken token) const override;
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const override;
-    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token) const override;
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                     CancellationToken token) const override;
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override;
 
 private:

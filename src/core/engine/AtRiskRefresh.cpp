@@ -21,13 +21,20 @@ std::optional<AtRiskKind> kindOf(QStringView status)
     return std::nullopt;
 }
 
-Date sinceDate(const ExpandedSubscription &sub, Date now)
+Date sinceDate(const ExpandedSubscription &sub, AtRiskKind kind, Date now)
 {
+    // Not current_period_end: Stripe keeps it in the future while a period goes unpaid.
     std::optional<qint64> seconds;
-    if (sub.latest_invoice)
-        seconds = sub.latest_invoice->next_payment_attempt;
-    if (!seconds)
-        seconds = sub.current_period_end;
+    if (const auto &invoice = sub.latest_invoice) {
+        if (kind == AtRiskKind::PastDue)
+            seconds = invoice->next_payment_attempt;
+        if (!seconds && invoice->charge)
+            seconds = invoice->charge->created;
+        if (!seconds)
+            seconds = invoice->due_date;
+        if (!seconds)
+            seconds = invoice->created;
+    }
     if (!seconds)
         seconds = sub.created;
     if (!seconds)
@@ -54,12 +61,31 @@ std::optional<AtRiskSub> atRisk(const ExpandedSubscription &sub, const Account &
     record.currency = sub.currency;
     record.monthlyUSD = CurrencyConverter::toUSD(monthly, sub.currency.toLower());
     record.kind = *kind;
-    record.sinceDate = sinceDate(sub, now);
+    record.sinceDate = sinceDate(sub, *kind, now);
     if (sub.latest_invoice)
         record.latestInvoiceId = sub.latest_invoice->id;
     if (const auto link = RevenueEngine::stripeURL(account, u"subscriptions/"_s + sub.id))
         record.dashboardURL = QUrl(*link);
     return record;
+}
+
+QHash<QString, RetryOutcome> keptRetryResults(const QHash<QString, RetryOutcome> &results,
+                                              const QList<AtRiskSub> &before, const QList<AtRiskSub> &after)
+{
+    const auto invoiceOf = [](const QList<AtRiskSub> &subs, const QString &id) -> std::optional<std::optional<QString>> {
+        for (const AtRiskSub &s : subs)
+            if (s.id == id)
+                return s.latestInvoiceId;
+        return std::nullopt;
+    };
+    QHash<QString, RetryOutcome> kept;
+    for (auto it = results.cbegin(); it != results.cend(); ++it) {
+        const auto listed = invoiceOf(after, it.key());
+        const auto shown = invoiceOf(before, it.key());
+        if (listed && (!shown || *shown == *listed))
+            kept.insert(it.key(), it.value());
+    }
+    return kept;
 }
 
 void sortForDisplay(QList<AtRiskSub> &subs)
@@ -152,7 +178,9 @@ QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, Cancella
         return std::none_of(scanned.cbegin(), scanned.cend(), [&](const Account &a) { return a.id == sub.accountId; });
     });
     AtRiskRefresh::sortForDisplay(listings.collected);
+    QHash<QString, RetryOutcome> kept = AtRiskRefresh::keptRetryResults(m_retryResults, m_atRiskSubs, listings.collected);
     assign(m_atRiskSubs, listings.collected, &RevenueEngine::atRiskSubsChanged);
+    assign(m_retryResults, std::move(kept), &RevenueEngine::retryResultsChanged);
 }
 
 double RevenueEngine::atRiskMonthlyTotalUSD() const

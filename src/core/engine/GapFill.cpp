@@ -30,33 +30,12 @@ std::optional<Window> window(Date now, const TimeContext &calendar, int lookback
     return w;
 }
 
-InvoiceLinks linksFrom(const QList<RawCharge> &charges, const QList<RawInvoicePayment> &payments)
+std::optional<HistoricalEvent> fromCharge(const RawCharge &charge, const Account &account,
+                                          const InvoiceLinking::Links &links, Date now)
 {
-    QHash<QString, QString> invoiceByIntent;
-    QHash<QString, QString> invoiceByCharge;
-    for (const RawInvoicePayment &p : payments) {
-        if (!p.invoice || p.invoice->isEmpty())
-            continue;
-        if (p.payment_intent && !p.payment_intent->isEmpty())
-            invoiceByIntent.insert(*p.payment_intent, *p.invoice);
-        if (p.charge && !p.charge->isEmpty())
-            invoiceByCharge.insert(*p.charge, *p.invoice);
-    }
-    InvoiceLinks links;
-    for (const RawCharge &c : charges) {
-        if (auto it = invoiceByCharge.constFind(c.id); it != invoiceByCharge.cend())
-            links.insert(c.id, *it);
-        else if (c.payment_intent)
-            if (auto found = invoiceByIntent.constFind(*c.payment_intent); found != invoiceByIntent.cend())
-                links.insert(c.id, *found);
-    }
-    return links;
-}
-
-std::optional<HistoricalEvent> fromCharge(const RawCharge &charge, const Account &account, const InvoiceLinks &links,
-                                          Date now)
-{
-    const double amount = CurrencyConverter::fromMinorUnits(charge.amount.value_or(0), charge.currency);
+    // The refunds of these days are not loaded as events, so the charge counts net of them.
+    const qint64 kept = charge.amount.value_or(0) - std::max<qint64>(charge.amount_refunded.value_or(0), 0);
+    const double amount = CurrencyConverter::fromMinorUnits(kept, charge.currency);
     if (!(amount > 0))
         return std::nullopt;
     std::optional<QString> invoiceId;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/InvoiceLinking.h"
 #include "model/Account.h"
 #include "model/PaymentEvent.h"
 #include "stripe/StripeRecords.h"
@@ -21,13 +22,6 @@ struct Window
 // that span is empty.
 std::optional<Window> window(Date now, const TimeContext &calendar, int lookbackDays);
 
-// Charge id → the invoice it paid. An old-shape charge names its invoice itself; for the
-// newer shape the link comes from Stripe's invoice-payment records, the same linking the
-// main load uses.
-using InvoiceLinks = QHash<QString, QString>;
-// Links each charge to the invoice whose listed payment names it or its payment intent.
-InvoiceLinks linksFrom(const QList<RawCharge> &charges, const QList<RawInvoicePayment> &payments);
-
 // A charge turned into an event, with the invoice it paid when it paid one.
 struct HistoricalEvent
 {
@@ -35,10 +29,11 @@ struct HistoricalEvent
     std::optional<QString> invoiceId;
 };
 
-// Recurring when the charge paid an invoice, new otherwise; none for a zero or missing
-// amount. A charge without `created` is dated `now`.
-std::optional<HistoricalEvent> fromCharge(const RawCharge &charge, const Account &account, const InvoiceLinks &links,
-                                          Date now);
+// Recurring when the charge paid an invoice (`links`, see InvoiceLinking), new otherwise.
+// Worth what was kept of it: the amount less `amount_refunded`; none when nothing was kept.
+// A charge without `created` is dated `now`.
+std::optional<HistoricalEvent> fromCharge(const RawCharge &charge, const Account &account,
+                                          const InvoiceLinking::Links &links, Date now);
 
 // Adds the historical events the feed does not hold yet: events already in the feed win, and
 // a charge whose invoice is already in the feed is that invoice's payment, not a second

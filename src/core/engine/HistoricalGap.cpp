@@ -3,16 +3,20 @@
 #include "RevenueEngine.h"
 
 #include "engine/GapFill.h"
+#include "engine/InvoiceLinking.h"
 #include "stripe/StripeClient.h"
 #include "stripe/StripeSource.h"
 
 #include <QPointer>
 
+using namespace Qt::StringLiterals;
+
 void RevenueEngine::fillHistoricalGap()
 {
     QList<Account> stripeAccounts;
     for (const Account &a : std::as_const(m_accounts))
-        if (a.enabled && a.provider == AccountProvider::Stripe)
+        // The demo business answers like Stripe; its own fill (DemoAccounts.cpp) usually came first.
+        if (a.enabled && a.hasStripeRecords() && !(a.isDemo() && m_demoHistoryFilled.contains(a.id)))
             stripeAccounts.append(a);
     // Without a Stripe account the flag stays down, so a later refresh tries again.
     if (stripeAccounts.isEmpty() || m_isLoadingHistoricalGap)
@@ -31,8 +35,9 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
                                                   CancellationToken token)
 {
     QPointer<RevenueEngine> self(this);
-    // All accounts' listings run side by side; each is awaited in turn. The invoice payments
-    // since the gap's start tell which charges paid an invoice, as in the main load.
+    // All accounts' listings run side by side; each is awaited in turn. Charges are linked to
+    // the invoices they paid exactly as in the recent load, from the same margin before the
+    // window.
     std::vector<StripeClient::Reply<QList<RawCharge>>> fetches;
     std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> linkFetches;
     fetches.reserve(accounts.size());
@@ -42,33 +47,37 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
     for (const Account &account : std::as_const(accounts)) {
         sources.push_back(stripeSource(account));
         fetches.push_back(sources.back()->fetchSucceededChargesHistorical(window.start, window.end, token));
-        linkFetches.push_back(sources.back()->fetchPaidInvoicePayments(window.start, token));
+        linkFetches.push_back(sources.back()->fetchPaidInvoicePayments(InvoiceLinking::listingStart(window.start), token));
     }
 
     struct Loaded
     {
         qsizetype account;
         QList<RawCharge> charges;
-        GapFill::InvoiceLinks links;
+        InvoiceLinking::Links links;
     };
     QList<Loaded> loaded;
     for (std::size_t i = 0; i < fetches.size(); ++i) {
         auto charges = co_await fetches[i];
         auto payments = co_await linkFetches[i];
+        if (!charges.ok()) // a failing account adds nothing and is not reported
+            continue;
+        auto linked = co_await InvoiceLinking::link(sources[i], charges.value(), {}, std::move(payments), token);
         // The engine cancels this task only when it goes away.
         if (!self || token.isCancelled())
             co_return;
-        // A failing account adds nothing and is not reported. Without the links a charge
-        // cannot be told from a sale, so an account whose links fail adds nothing either.
-        // A key without the invoice-payment scope keeps the links older charges carry.
-        const bool linksRefused = !payments.ok() && payments.error().kind() == StripeError::Kind::Http
-            && (payments.error().status() == 401 || payments.error().status() == 403);
-        if (!charges.ok() || (!payments.ok() && !linksRefused))
+        // Without the links a subscription payment cannot be told from a sale, so the account
+        // adds none of its charges, and says why its older history is missing.
+        if (linked.failure) {
+            reportListingFailure(accounts.at(qsizetype(i)), u"invoice payments"_s, *linked.failure);
             continue;
-        const GapFill::InvoiceLinks links =
-            GapFill::linksFrom(charges.value(), payments.ok() ? payments.value() : QList<RawInvoicePayment>{});
-        loaded.append({static_cast<qsizetype>(i), std::move(charges).value(), links});
+        }
+        if (linked.refused)
+            markMissingEventScope(accounts.at(qsizetype(i)).id);
+        loaded.append({static_cast<qsizetype>(i), std::move(charges).value(), std::move(linked.links)});
     }
+    if (!self || token.isCancelled())
+        co_return;
 
     // From here on nothing suspends: reading the feed and replacing it happen in one step,
     // so a refresh that finished meanwhile is merged, not overwritten.

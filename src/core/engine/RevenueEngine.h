@@ -100,9 +100,6 @@ public:
     static constexpr int atRiskRefreshSeconds = 300;
     static constexpr double retryMinInterval = 3.0;
     static constexpr int minimumRefreshSeconds = 15;
-    // How far before a Stripe window invoice payments are listed: Stripe records the payment
-    // when the invoice is finalized, moments before the charge that pays it.
-    static constexpr double invoicePaymentMarginSeconds = 3600.0;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
     ~RevenueEngine() override;

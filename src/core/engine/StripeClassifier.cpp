@@ -125,49 +125,4 @@ PaymentEvent fromCancellation(const SubscriptionCancellation &cancellation, cons
     return e;
 }
 
-QSet<QString> chargesPayingInvoices(const QList<SucceededChargeEvent> &charges, const QList<RawInvoice> &invoices,
-                                    const QList<RawInvoicePayment> &invoicePayments)
-{
-    QSet<QString> payingCharges;
-    QSet<QString> payingIntents;
-    const auto add = [](QSet<QString> &set, const std::optional<QString> &id) {
-        if (id && !id->isEmpty())
-            set.insert(*id);
-    };
-    for (const RawInvoice &invoice : invoices) {
-        add(payingCharges, invoice.charge);
-        add(payingIntents, invoice.payment_intent);
-    }
-    for (const RawInvoicePayment &payment : invoicePayments) {
-        if (payment.status.value_or(u"paid"_s) != u"paid"_s)
-            continue;
-        add(payingCharges, payment.charge);
-        add(payingIntents, payment.payment_intent);
-    }
-    QSet<QString> paying;
-    for (const SucceededChargeEvent &event : charges) {
-        const RawCharge &c = event.charge;
-        if (payingCharges.contains(c.id) || (c.payment_intent && payingIntents.contains(*c.payment_intent)))
-            paying.insert(c.id);
-    }
-    return paying;
-}
-
-QStringList invoicesWithoutListedPayment(const QList<RawInvoice> &invoices, const QList<RawInvoicePayment> &invoicePayments)
-{
-    QSet<QString> covered;
-    for (const RawInvoicePayment &payment : invoicePayments)
-        if (payment.invoice)
-            covered.insert(*payment.invoice);
-    QStringList missing;
-    for (const RawInvoice &invoice : invoices) {
-        // The older shape (the one with `paid`) names its charge itself, null when none paid it.
-        const bool linkedItself = invoice.paid.has_value() || (invoice.charge && !invoice.charge->isEmpty())
-            || (invoice.payment_intent && !invoice.payment_intent->isEmpty());
-        if (invoice.amount_paid > 0 && !linkedItself && !covered.contains(invoice.id) && !missing.contains(invoice.id))
-            missing.append(invoice.id);
-    }
-    return missing;
-}
-
 } // namespace StripeClassifier

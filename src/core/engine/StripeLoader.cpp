@@ -3,6 +3,7 @@
 
 #include "engine/ChurnCustomers.h"
 #include "engine/PayPalEvents.h"
+#include "engine/InvoiceLinking.h"
 #include "engine/StripeClassifier.h"
 #include "icons/IconCache.h"
 #include "paypal/PayPalClient.h"
@@ -24,13 +25,13 @@ QString cancelledText()
     return u"Operation canceled"_s;
 }
 
-// Charges that still look like sales although their own shape cannot say so: the older shape
-// carries an `invoice` key (null for a real sale), the current one does not.
-bool hasUnplacedCharges(const QList<SucceededChargeEvent> &charges, const QSet<QString> &paying)
+QList<RawCharge> chargesOf(const QList<SucceededChargeEvent> &events)
 {
-    return std::any_of(charges.begin(), charges.end(), [&](const SucceededChargeEvent &event) {
-        return !event.charge.carriesInvoiceLink && !paying.contains(event.charge.id) && event.charge.amount.value_or(0) > 0;
-    });
+    QList<RawCharge> charges;
+    charges.reserve(events.size());
+    for (const SucceededChargeEvent &event : events)
+        charges.append(event.charge);
+    return charges;
 }
 
 } // namespace
@@ -48,7 +49,7 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     const CancellationToken listings = token.linked();
     auto invoicesTask = client->fetchPaidInvoices(since, listings);
     auto chargesTask = client->fetchStandaloneCharges(since, listings);
-    auto paymentsTask = client->fetchPaidInvoicePayments(since.addingSeconds(-invoicePaymentMarginSeconds), listings);
+    auto paymentsTask = client->fetchPaidInvoicePayments(InvoiceLinking::listingStart(since), listings);
     auto cancellationsTask = client->fetchSubscriptionCancellations(since, listings);
     std::optional<StripeClient::Reply<QList<FailedPaymentEvent>>> failedTask;
     if (prefs.showFailed)
@@ -82,42 +83,27 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
     // A subscription payment appears both as the paid invoice and as its charge; only the
     // invoice counts. The links come first, since they may take more requests and nothing of
     // the engine is touched before the last answer is in.
-    const bool linksRefused = !payments.ok() && isScopeRefusal(payments.error());
-    QList<RawInvoicePayment> invoicePayments = payments.ok() ? payments.value() : QList<RawInvoicePayment>{};
-    QSet<QString> paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
-    // The invoice payments only link charges to invoices. When they fail, the invoices still
-    // count and so does every charge whose own shape says it is a sale; the current-shape
-    // charges that cannot be told from a subscription payment wait, and the account asks
-    // again from the same point next time, when the links may be there.
-    std::optional<StripeError> linkFailure;
-    if (!payments.ok() && !linksRefused)
-        linkFailure = payments.error();
-    if (!linksRefused && payments.ok() && hasUnplacedCharges(standalone, paying)) {
-        std::vector<StripeClient::Reply<QList<RawInvoicePayment>>> lookups;
-        for (const QString &invoiceId : StripeClassifier::invoicesWithoutListedPayment(invoices.value(), invoicePayments))
-            lookups.push_back(client->fetchPaidInvoicePaymentsOf(invoiceId, token));
-        std::optional<StripeError> lookupFailure;
-        for (const auto &lookup : lookups) {
-            auto found = co_await lookup;
-            if (found.ok())
-                invoicePayments.append(found.value());
-            else if (!lookupFailure)
-                lookupFailure = found.error();
-        }
-        if (!self || token.isCancelled())
-            co_return cancelledText();
-        if (!lookups.empty())
-            paying = StripeClassifier::chargesPayingInvoices(standalone, invoices.value(), invoicePayments);
-        linkFailure = lookupFailure;
-    }
-    const bool chargesWait = linkFailure && hasUnplacedCharges(standalone, paying);
+    const InvoiceLinking::Outcome linked =
+        co_await InvoiceLinking::link(client, chargesOf(standalone), invoices.value(), payments, token);
+    if (!self || token.isCancelled())
+        co_return cancelledText();
+    QSet<QString> paying;
+    for (const SucceededChargeEvent &event : standalone)
+        if (linked.links.contains(event.charge.id))
+            paying.insert(event.charge.id);
+    // When the links fail, the invoices still count and so does every charge whose own shape
+    // says it is a sale; the current-shape charges that cannot be told from a subscription
+    // payment wait, and the account asks again from the same point next time.
+    const bool chargesWait = linked.failure && std::any_of(standalone.begin(), standalone.end(), [&](const auto &event) {
+        return InvoiceLinking::isUnplaced(event.charge, linked.links);
+    });
     if (chargesWait) {
-        reportListingFailure(account, u"invoice payments"_s, *linkFailure);
+        reportListingFailure(account, u"invoice payments"_s, *linked.failure);
         load.askAgainFromSameStart = true;
     }
     // A key refused the invoice payments keeps the links the older object shape carries, and
     // the account is flagged so the user learns why totals may be high.
-    if (linksRefused)
+    if (linked.refused)
         markMissingEventScope(account.id);
     load.supersededEventIds = paying;
 

@@ -350,7 +350,8 @@ StripeClient::Reply<QList<ExpandedSubscription>> StripeClient::fetchSubscription
     const Query query{{u"status"_s, status},
                       {u"limit"_s, u"100"_s},
                       {u"expand[]"_s, u"data.customer"_s},
-                      {u"expand[]"_s, u"data.latest_invoice"_s}};
+                      {u"expand[]"_s, u"data.latest_invoice"_s},
+                      {u"expand[]"_s, u"data.latest_invoice.charge"_s}};
     co_return co_await self.collectPages<ExpandedSubscriptionListResponse, ExpandedSubscription>(
         u"/v1/subscriptions"_s, query, 0, token,
         [](const ExpandedSubscription &subscription, QList<ExpandedSubscription> &out) { out.append(subscription); });
@@ -402,15 +403,18 @@ StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePaym
         [](const RawInvoicePayment &payment, QList<RawInvoicePayment> &out) { out.append(payment); }, "2025-03-31.basil");
 }
 
-StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePaymentsOf(QString invoiceId,
-                                                                                     CancellationToken token) const
+StripeClient::Reply<QList<RawInvoicePayment>> StripeClient::fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                                           CancellationToken token) const
 {
     const StripeClient self = *this;
     if (self.m_account.stripeRestrictedKey.isEmpty())
         co_return StripeError::missingKey();
-    if (!isPlainStripeId(invoiceId))
-        co_return StripeError::invalidRequest(u"Not a Stripe invoice id: \"%1\""_s.arg(invoiceId.left(80)));
-    const Query query{{u"invoice"_s, invoiceId}, {u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}};
+    if (!isPlainStripeId(paymentIntentId))
+        co_return StripeError::invalidRequest(u"Not a Stripe payment intent id: \"%1\""_s.arg(paymentIntentId.left(80)));
+    const Query query{{u"payment[type]"_s, u"payment_intent"_s},
+                      {u"payment[payment_intent]"_s, paymentIntentId},
+                      {u"status"_s, u"paid"_s},
+                      {u"limit"_s, u"100"_s}};
     co_return co_await self.collectPages<InvoicePaymentListResponse, RawInvoicePayment>(
         u"/v1/invoice_payments"_s, query, 0, token,
         [](const RawInvoicePayment &payment, QList<RawInvoicePayment> &out) { out.append(payment); }, "2025-03-31.basil");

@@ -96,7 +96,8 @@ public:
     // Succeeded, paid charges in the window, at most 50 pages (5 000 charges).
     Reply<QList<RawCharge>> fetchSucceededChargesHistorical(Date since, std::optional<Date> until,
                                                             CancellationToken token = {}) const;
-    // Every subscription in `status`, with customer and latest invoice expanded.
+    // Every subscription in `status`, with its customer, latest invoice and that invoice's
+    // last charge expanded.
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
     Reply<StripeAccountInfo> fetchAccountInfo(CancellationToken token = {}) const;
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token = {}) const;
@@ -111,10 +112,11 @@ public:
     // Without it a subscription payment would count twice: as the paid invoice and as a sale.
     // Restricted keys need the Invoices read permission for it.
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token = {}) const;
-    // The paid invoice payments of one invoice. Stripe records an invoice payment when the
-    // invoice is finalized, so a retried or sent invoice may be paid long after the record
-    // was made, earlier than any listing by creation reaches.
-    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token = {}) const;
+    // The paid invoice payments made with one payment intent. Stripe records an invoice
+    // payment when the invoice is finalized, so a retried or sent invoice may be paid long
+    // after the record was made, earlier than any listing by creation reaches.
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                     CancellationToken token = {}) const;
 
     // A short sentence for a Stripe error body, or none when it says nothing usable.
     static std::optional<QString> parseHumanError(const QByteArray &body);

@@ -28,8 +28,8 @@ public:
                                                                           CancellationToken token) const = 0;
     virtual Reply<bool> retryInvoice(QString invoiceId, CancellationToken token) const = 0;
     virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePayments(Date since, CancellationToken token) const = 0;
-    virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId,
-                                                                       CancellationToken token) const = 0;
+    virtual Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                             CancellationToken token) const = 0;
     // One customer's e-mail and name (GET /v1/customers/{id}); a deleted customer has neither.
     virtual Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const = 0;
     // Records the listings of this source have left out so far because they did not decode.
@@ -81,9 +81,10 @@ public:
     {
         return m_client.fetchPaidInvoicePayments(since, token);
     }
-    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsOf(QString invoiceId, CancellationToken token) const override
+    Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
+                                                                     CancellationToken token) const override
     {
-        return m_client.fetchPaidInvoicePaymentsOf(std::move(invoiceId), token);
+        return m_client.fetchPaidInvoicePaymentsByIntent(std::move(paymentIntentId), token);
     }
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override
     {

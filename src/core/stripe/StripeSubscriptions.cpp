@@ -26,6 +26,7 @@ RawSubscription::SubscriptionItem RawSubscription::SubscriptionItem::decode(Json
     SubscriptionItem item;
     item.current_period_end = reader.optInteger("current_period_end"_L1);
     item.price = StripeJson::optObjectOf<SubscriptionPrice>(reader, "price"_L1);
+    item.quantity = reader.optInteger("quantity"_L1);
     return item;
 }
 
@@ -72,7 +73,7 @@ qint64 monthlyMinorUnits(const std::optional<RawSubscription::SubscriptionItems>
     for (const auto &item : items->data) {
         if (!item.price || !item.price->unit_amount)
             continue;
-        const qint64 amount = *item.price->unit_amount;
+        const qint64 amount = saturatingMultiply(*item.price->unit_amount, std::max<qint64>(item.quantity.value_or(1), 0));
         const auto &recurring = item.price->recurring;
         const QString interval = recurring && recurring->interval ? *recurring->interval : u"month"_s;
         const qint64 count = recurring && recurring->interval_count ? *recurring->interval_count : 1;
@@ -118,21 +119,6 @@ ExpandedSubscription::SubCustomer ExpandedSubscription::SubCustomer::decode(Json
     return {reader.optString("id"_L1), reader.optString("email"_L1), reader.optString("name"_L1)};
 }
 
-ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(JsonReader &reader)
-{
-    LatestInvoice invoice;
-    invoice.id = reader.optString("id"_L1);
-    invoice.amount_due = reader.optMinorAmount("amount_due"_L1);
-    invoice.next_payment_attempt = reader.optInteger("next_payment_attempt"_L1);
-    invoice.status = reader.optString("status"_L1);
-    return invoice;
-}
-
-ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(JsonReader &reader)
-{
-    return {reader.optString("reason"_L1)};
-}
-
 namespace {
 
 // Expanded on request, but an id string when Stripe could not expand it.
@@ -148,6 +134,29 @@ std::optional<T> expandedOrId(JsonReader &reader, JsonReader::Key key)
 }
 
 } // namespace
+
+ExpandedSubscription::LatestCharge ExpandedSubscription::LatestCharge::decode(JsonReader &reader)
+{
+    return {reader.optString("id"_L1), reader.optInteger("created"_L1)};
+}
+
+ExpandedSubscription::LatestInvoice ExpandedSubscription::LatestInvoice::decode(JsonReader &reader)
+{
+    LatestInvoice invoice;
+    invoice.amount_due = reader.optMinorAmount("amount_due"_L1);
+    invoice.charge = expandedOrId<LatestCharge>(reader, "charge"_L1);
+    invoice.created = reader.optInteger("created"_L1);
+    invoice.due_date = reader.optInteger("due_date"_L1);
+    invoice.id = reader.optString("id"_L1);
+    invoice.next_payment_attempt = reader.optInteger("next_payment_attempt"_L1);
+    invoice.status = reader.optString("status"_L1);
+    return invoice;
+}
+
+ExpandedSubscription::CancellationDetails ExpandedSubscription::CancellationDetails::decode(JsonReader &reader)
+{
+    return {reader.optString("reason"_L1)};
+}
 
 double ExpandedSubscription::approximateMonthlyAmount() const
 {

@@ -31,6 +31,7 @@ struct RawSubscription
     {
         std::optional<SubscriptionPrice> price;
         std::optional<qint64> current_period_end; // new shape keeps the period per item
+        std::optional<qint64> quantity;           // seats; absent counts as one
         static SubscriptionItem decode(JsonReader &reader);
         friend bool operator==(const SubscriptionItem &, const SubscriptionItem &) = default;
     };
@@ -72,12 +73,23 @@ struct ExpandedSubscription
         static SubCustomer decode(JsonReader &reader);
         friend bool operator==(const SubCustomer &, const SubCustomer &) = default;
     };
+    // The charge of an invoice's last payment attempt, expanded on request.
+    struct LatestCharge
+    {
+        std::optional<QString> id;
+        std::optional<qint64> created;
+        static LatestCharge decode(JsonReader &reader);
+        friend bool operator==(const LatestCharge &, const LatestCharge &) = default;
+    };
     struct LatestInvoice
     {
         std::optional<QString> id;
         std::optional<QString> status;
         std::optional<qint64> amount_due;
         std::optional<qint64> next_payment_attempt; // Unix seconds of Stripe's next automatic retry
+        std::optional<qint64> created;
+        std::optional<qint64> due_date; // invoices sent for payment only
+        std::optional<LatestCharge> charge;
         static LatestInvoice decode(JsonReader &reader);
         friend bool operator==(const LatestInvoice &, const LatestInvoice &) = default;
     };
@@ -109,8 +121,8 @@ struct ExpandedSubscription
 };
 
 // The monthly-equivalent of the items in whole minor units: each item's interval price
-// scaled to a month (a week is 4, a day 30) and truncated before it is summed. Items
-// without a unit amount (metered, tiered) count nothing; quantities are not read.
+// times its quantity, scaled to a month (a week is 4, a day 30) and truncated before it is
+// summed. Items without a unit amount (metered, tiered) count nothing.
 qint64 monthlyMinorUnits(const std::optional<RawSubscription::SubscriptionItems> &items);
 // The same in major units of `currency` (zero-decimal currencies are whole units).
 double approximateMonthlyAmount(const std::optional<RawSubscription::SubscriptionItems> &items, QStringView currency);

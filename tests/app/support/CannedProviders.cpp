@@ -38,12 +38,12 @@ FakeResponse jsonPage(const QJsonArray &data, const QString &url)
 // Subscriptions whose payments failed, listed by status with customer and invoice expanded.
 QJsonArray atRisk(const QString &status, Date now)
 {
-    // Days are from now; no next attempt when 0.
+    // Days are from now; no next or last attempt when 0.
     struct Sub { const char *status, *id, *plan, *email, *currency, *interval, *invoice; qint64 unitAmount;
-                 double nextAttemptDays, periodEndDays; };
+                 double nextAttemptDays, lastAttemptDays; };
     static const Sub subs[] = {
-        {"past_due", "sub_1QpdTeam", "Team yearly", "ops@northwind.io", "eur", "year", "in_1QpdTeam", 110000, 0.1, 20},
-        {"past_due", "sub_1QpdPro", "Pro monthly", "maria.lopez@example.com", "usd", "month", "in_1QpdPro", 4900, 3.5, 1},
+        {"past_due", "sub_1QpdTeam", "Team yearly", "ops@northwind.io", "eur", "year", "in_1QpdTeam", 110000, 0.1, -3},
+        {"past_due", "sub_1QpdPro", "Pro monthly", "maria.lopez@example.com", "usd", "month", "in_1QpdPro", 4900, 3.5, -1},
         {"unpaid", "sub_1QupStarter", "Starter $19/mo", "dev@tinyapps.co", "usd", "month", "in_1QupStarter", 1900, 0, -12},
         {"incomplete", "sub_1QicPro", "Pro monthly", "", "usd", "month", "in_1QicPro", 4900, 0, 0},
     };
@@ -54,6 +54,8 @@ QJsonArray atRisk(const QString &status, Date now)
         const auto at = [&](double days) { return qint64(now.addingSeconds(days * 86400).unixSeconds()); };
         QJsonObject invoice{{u"id"_s, QLatin1StringView(sub.invoice)}, {u"object"_s, u"invoice"_s}, {u"status"_s, u"open"_s}};
         invoice.insert(u"next_payment_attempt"_s, sub.nextAttemptDays > 0 ? QJsonValue(at(sub.nextAttemptDays)) : QJsonValue());
+        if (sub.lastAttemptDays != 0)
+            invoice.insert(u"charge"_s, QJsonObject{{u"id"_s, u"ch_1Qlast"_s}, {u"created"_s, at(sub.lastAttemptDays)}});
         const QJsonObject price{{u"unit_amount"_s, sub.unitAmount},
                                 {u"nickname"_s, QLatin1StringView(sub.plan)},
                                 {u"recurring"_s, QJsonObject{{u"interval"_s, QLatin1StringView(sub.interval)}, {u"interval_count"_s, 1}}}};
@@ -65,8 +67,7 @@ QJsonArray atRisk(const QString &status, Date now)
                            {u"currency"_s, QLatin1StringView(sub.currency)}, {u"customer"_s, customer},
                            {u"items"_s, QJsonObject{{u"data"_s, QJsonArray{QJsonObject{{u"price"_s, price}}}}}},
                            {u"latest_invoice"_s, invoice}};
-        if (sub.periodEndDays != 0)
-            object.insert(u"current_period_end"_s, at(sub.periodEndDays));
+        object.insert(u"current_period_end"_s, at(25)); // Stripe keeps it ahead while a period goes unpaid
         out.append(object);
     }
     return out;

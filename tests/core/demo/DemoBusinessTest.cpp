@@ -96,6 +96,10 @@ TEST(DemoBusiness, AtRiskAndRetries)
     const QList<ExpandedSubscription> pastDue = business.subscriptions(u"past_due", now);
     ASSERT_FALSE(pastDue.isEmpty());
     EXPECT_FALSE(business.subscriptions(u"unpaid", now).isEmpty());
+    for (const ExpandedSubscription &unpaid : business.subscriptions(u"unpaid", now)) { // dated by the last attempt
+        const auto &invoice = *unpaid.latest_invoice;
+        EXPECT_LE(invoice.created.value_or(now + 1), invoice.charge ? invoice.charge->created.value_or(0) : 0);
+    }
     const ExpandedSubscription &sub = pastDue.first();
     ASSERT_TRUE(sub.latest_invoice && sub.latest_invoice->next_payment_attempt);
     EXPECT_GT(*sub.latest_invoice->next_payment_attempt, now);

@@ -11,23 +11,28 @@ namespace {
 
 ExpandedSubscription subscription(const QString &id, qint64 monthlyMinor, const QString &currency,
                                   std::optional<qint64> created = {}, std::optional<qint64> periodEnd = {},
-                                  std::optional<ExpandedSubscription::LatestInvoice> latest = {})
+                                  std::optional<ExpandedSubscription::LatestInvoice> latest = {},
+                                  std::optional<qint64> quantity = {})
 {
     const RawSubscription::SubscriptionPrice price{.unit_amount = monthlyMinor, .recurring = {{u"month"_s, 1}}};
     return {.id = id, .created = created, .current_period_end = periodEnd, .currency = currency,
-            .items = RawSubscription::SubscriptionItems{{{price, std::nullopt}}}, .latest_invoice = latest};
+            .items = RawSubscription::SubscriptionItems{{{price, std::nullopt, quantity}}}, .latest_invoice = latest};
 }
 
-// A subscription as GET /v1/subscriptions lists it with customer and latest invoice expanded.
-QJsonObject listed(const QString &id, qint64 monthlyMinor, const QString &invoiceId)
+// A subscription as GET /v1/subscriptions lists it, with customer, latest invoice and its last
+// charge expanded; like a real one, its period ends in the future although it is unpaid.
+QJsonObject listed(const QString &id, qint64 unitMinor, const QString &invoiceId, qint64 quantity = 1)
 {
-    const QJsonObject price{{"unit_amount"_L1, monthlyMinor},
+    const QJsonObject price{{"unit_amount"_L1, unitMinor},
                             {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}, {"interval_count"_L1, 1}}}};
+    const QJsonObject item{{"price"_L1, price}, {"quantity"_L1, quantity}, {"current_period_end"_L1, 1'799'000'000}};
+    const QJsonObject invoice{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}, {"created"_L1, 1'771'000'000},
+                              {"due_date"_L1, QJsonValue::Null}, {"next_payment_attempt"_L1, QJsonValue::Null},
+                              {"charge"_L1, QJsonObject{{"id"_L1, "ch_last"_L1}, {"created"_L1, 1'772'000'000}}}};
     return {{"id"_L1, id}, {"object"_L1, "subscription"_L1}, {"created"_L1, 1'770'000'000},
             {"currency"_L1, "usd"_L1},
             {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}, {"email"_L1, "ana@example.com"_L1}}},
-            {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
-            {"latest_invoice"_L1, QJsonObject{{"id"_L1, invoiceId}, {"status"_L1, "open"_L1}}}};
+            {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{item}}}}, {"latest_invoice"_L1, invoice}};
 }
 
 QStringList ids(const QList<AtRiskSub> &subs)
@@ -45,6 +50,8 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     const Date now = Date::fromUnix(1'773'144'000.7);
     Account account = EngineFixture::stripeAccount(u"Main"_s);
     account.stripeAccountId = u"acct_9"_s;
+    const qint64 later = 1'775'000'000;
+    const double eur = *CurrencyConverter::rate(u"eur");
     const struct
     {
         const char *name;
@@ -54,13 +61,18 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
         double monthlyUSD;
         qint64 since;
     } rows[] = {
-        {"next attempt first",
-         subscription(u"sub_a"_s, 5000, u"usd"_s, {}, 1'773'400'000, {{u"in_a"_s, u"open"_s, 5000, 1'773'500'000}}),
-         "past_due", true, 50, 1'773'500'000},
-        {"period end without an attempt; euro rate",
-         subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, 1'773'400'000, {{u"in_b"_s, {}, {}, {}}}),
-         "unpaid", true, 10 * *CurrencyConverter::rate(u"eur"), 1'773'400'000},
-        {"created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000),
+        // Periods end in the future (`later`), as Stripe keeps them while a period goes unpaid.
+        {"past due: the next attempt", subscription(u"sub_a"_s, 5000, u"usd"_s, {}, later,
+         {{u"in_a"_s, {}, 5000, 1'773'500'000, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 50, 1'773'500'000},
+        {"past due, no retry planned: the last attempt", subscription(u"sub_g"_s, 100, u"usd"_s, {}, later,
+         {{u"in_g"_s, {}, {}, {}, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 1, 1'773'000'000},
+        {"unpaid: the last attempt; euro rate", subscription(u"sub_b"_s, 1000, u"EUR"_s, 1'770'000'000, later,
+         {{u"in_b"_s, {}, {}, 1'773'600'000, 1'771'000'000, {}, {{{}, 1'772'500'000}}}}), "unpaid", true, 10 * eur, 1'772'500'000},
+        {"unpaid sent invoice: its due date", subscription(u"sub_h"_s, 100, u"usd"_s, 1'770'000'000, later,
+         {{u"in_h"_s, {}, {}, {}, 1'771'000'000, 1'772'000'000}}), "unpaid", true, 1, 1'772'000'000},
+        {"incomplete: the invoice's creation", subscription(u"sub_i"_s, 100, u"usd"_s, 1'770'000'000, later,
+         {{u"in_i"_s, {}, {}, {}, 1'773'100'000}}), "incomplete", true, 1, 1'773'100'000},
+        {"no invoice: created; unknown currency is worth 0", subscription(u"sub_c"_s, 1000, u"xyz"_s, 1'770'000'000, later),
          "incomplete", true, 0, 1'770'000'000},
         {"no dates: now in whole seconds", subscription(u"sub_d"_s, 100, u"usd"_s), "past_due", true, 1, 1'773'144'000},
         {"nothing a month: left out", subscription(u"sub_e"_s, 0, u"usd"_s), "past_due", false, 0, 0},
@@ -124,7 +136,7 @@ protected:
                 return FakeResponse::json(500, StripeBodies::error(u"api_error"_s, {}, u"Boom"_s));
             return FakeResponse::json(200, StripeBodies::page(byStatus.value(status), false, u"/v1/subscriptions"_s));
         });
-        byStatus.insert(u"past_due"_s, {listed(u"sub_p"_s, 3000, u"in_p"_s), listed(u"sub_q"_s, 5000, u"in_q"_s)});
+        byStatus.insert(u"past_due"_s, {listed(u"sub_p"_s, 500, u"in_p"_s, 6), listed(u"sub_q"_s, 5000, u"in_q"_s)});
         byStatus.insert(u"unpaid"_s, {listed(u"sub_u"_s, 9900, u"in_u"_s)});
     }
 
@@ -153,12 +165,13 @@ TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
     QList<double> amounts;
     for (const AtRiskSub &s : e.atRiskSubs())
         amounts.append(s.monthlyUSD);
-    EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99}));
+    EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99})) << "six seats at $5 are $30";
     QStringList found = ids(e.atRiskSubs());
     found.sort();
     EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s,
                                   u"Second/sub_q"_s}));
     EXPECT_DOUBLE_EQ(e.atRiskMonthlyTotalUSD(), 2 * 80 + 99);
+    EXPECT_EQ(e.atRiskSubs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
 
     // Disabled accounts take their rows along, and with none enabled a run asks nothing.
     main.enabled = second.enabled = false;
@@ -187,14 +200,16 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     ASSERT_EQ(e.atRiskSubs().size(), 3);
     const AtRiskSub q = e.atRiskSubs()[0], p = e.atRiskSubs()[1], u = e.atRiskSubs()[2];
 
-    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has.
+    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has, and
+    // its result goes with it.
     byStatus[u"past_due"_s].removeAt(0);
-    QList<bool> retryingWhenListed;
-    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged,
-                     [&] { retryingWhenListed.append(e.retryingInvoiceIds().contains(u"in_p"_s)); });
+    QList<std::pair<bool, RetryOutcome>> whenListed; // retrying, result
+    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged, [&] {
+        whenListed.append({e.retryingInvoiceIds().contains(u"in_p"_s), e.retryResults().value(p.id)});
+    });
     QCoro::waitFor(e.retryAtRiskInvoice(p));
-    EXPECT_EQ(e.retryResults().value(p.id), (RetryOutcome{true, {}, false}));
-    EXPECT_EQ(retryingWhenListed, QList<bool>{true});
+    EXPECT_EQ(whenListed, (QList<std::pair<bool, RetryOutcome>>{{true, RetryOutcome{true, {}, false}}}));
+    EXPECT_FALSE(e.retryResults().contains(p.id));
     EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
     EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
 
@@ -221,4 +236,12 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     EXPECT_TRUE(declined.errorDescription.startsWith(u"Stripe HTTP 402: {"_s));
     EXPECT_TRUE(declined.errorDescription.contains(u"expired_card"_s));
     EXPECT_EQ(paidPaths, (QList<QByteArray>{"/v1/invoices/in_p/pay", "/v1/invoices/in_q/pay"}));
+
+    // A new invoice starts a subscription afresh, and so does leaving the list; the rest stay.
+    byStatus[u"past_due"_s] = {listed(u"sub_q"_s, 5000, u"in_q2"_s)};
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_EQ(e.retryResults().keys(), QList<QString>{u.id});
+    byStatus.remove(u"unpaid"_s);
+    QCoro::waitFor(e.runAtRiskRefresh());
+    EXPECT_TRUE(e.retryResults().isEmpty());
 }

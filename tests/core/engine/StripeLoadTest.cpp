@@ -157,7 +157,7 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
                            {"payment"_L1, QJsonObject{{"type"_L1, type}, {type, paidBy}}}};
     };
     // How Stripe names what paid an invoice: the payment intent, the charge (no intent), or the
-    // intent on a record older than the listing reaches, found by asking for the invoice.
+    // intent on a record older than the listing reaches, found by asking for the intent.
     enum Link { Intent, Charge, Late };
     const ChargeFields invoiced{.id = u"ch_inv"_s, .amount = 4900, .created = 1'773'140'000, .customer = u"cus_a"_s,
                                 .paymentIntent = u"pi_inv"_s};
@@ -177,14 +177,14 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         QList<Link> links;              // per paying charge
         FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
         QStringList sales;
-        qsizetype requests = 1;         // to /v1/invoice_payments
+        qsizetype requests = 1;         // to /v1/invoice_payments: the listing, then one per unlinked intent
         bool scopeMissing = false;
         bool chargesWait = false; // for the links: left out, and the next load starts from the same point
     } rows[] = {
-        {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}},
+        {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}, 2},
         {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
         {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},
-        {"an invoice paid long after its payment was recorded", {invoiced, upsell}, {0}, {Late}, ok, {u"ch_seat"_s}, 2},
+        {"an invoice paid long after its payment was recorded", {invoiced, upsell}, {0}, {Late}, ok, {u"ch_seat"_s}, 3},
         {"listing refused: the charge counts and the key is flagged", {invoiced}, {0}, {Intent},
          FakeResponse::json(403, "{}"), {u"ch_inv"_s}, 1, true},
         {"listing failing otherwise: the invoice counts, the charge waits", {invoiced}, {0}, {Intent},
@@ -210,7 +210,7 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
         const FakeResponse listing = row.paymentsAnswer.status == 200 ? FakeResponse::json(200, page(payments, false))
                                                                       : row.paymentsAnswer;
         stripe.setHandler("GET", "/v1/invoice_payments", [&](const RecordedRequest &r) {
-            return r.rawQuery.startsWith("invoice=") ? FakeResponse::json(200, page(late, false)) : listing;
+            return r.rawQuery.startsWith("payment") ? FakeResponse::json(200, page(late, false)) : listing;
         });
 
         const auto load = loadLastDay();

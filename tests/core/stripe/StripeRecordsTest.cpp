@@ -151,6 +151,7 @@ TEST(StripeRecords, ApproximateMonthlyAmount)
 {
     using Items = RawSubscription::SubscriptionItems;
     const RawSubscription::SubscriptionItem noPrice;
+    const auto seats = [](RawSubscription::SubscriptionItem i, qint64 quantity) { return i.quantity = quantity, i; };
     // name, items, currency, monthly amount
     const std::tuple<const char *, std::optional<Items>, QString, double> rows[] = {
         {"12000 a year", Items{{item(12000, u"year"_s, 1)}}, u"usd"_s, 10.0},
@@ -169,6 +170,9 @@ TEST(StripeRecords, ApproximateMonthlyAmount)
         {"items absent", std::nullopt, u"usd"_s, 0.0},
         {"JPY is zero-decimal", Items{{item(5000, u"month"_s, 1)}}, u"jpy"_s, 5000.0},
         {"KRW upper-case code", Items{{item(9900)}}, u"KRW"_s, 9900.0},
+        {"ten seats at 1000 a month", Items{{seats(item(1000, u"month"_s, 1), 10)}}, u"usd"_s, 100.0},
+        {"ten seats at 1000 a year: 10000 truncates to 833", Items{{seats(item(1000, u"year"_s, 1), 10)}}, u"usd"_s, 8.33},
+        {"no seats", Items{{seats(item(1000), 0)}}, u"usd"_s, 0.0},
     };
     for (const auto &[name, items, currency, monthly] : rows) {
         SCOPED_TRACE(name);

@@ -48,12 +48,16 @@ TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWi
          [](auto &c) { return failure(run(c.fetchSucceededChargesHistorical(since, std::nullopt))); }, "GET",
          "/v1/charges", "limit=100&created%5Bgte%5D=1700000000"},
         {"subscriptions by status", [](auto &c) { return failure(run(c.fetchSubscriptionsByStatus(u"past_due"_s))); },
-         "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"},
+         "GET", "/v1/subscriptions", "status=past_due&limit=100&expand%5B%5D=data.customer&expand%5B%5D=data.latest_invoice"
+         "&expand%5B%5D=data.latest_invoice.charge"},
         {"account", [](auto &c) { return failure(run(c.fetchAccountInfo())); }, "GET", "/v1/account", ""},
         {"retry", [](auto &c) { return failure(run(c.retryInvoice(u"in_1SQ3mNB7WZ01zgkWf9Gh0Jk1"_s))); }, "POST",
          "/v1/invoices/in_1SQ3mNB7WZ01zgkWf9Gh0Jk1/pay", ""},
         {"paid invoice payments", [](auto &c) { return failure(run(c.fetchPaidInvoicePayments(since))); }, "GET",
          "/v1/invoice_payments", "status=paid&limit=100&created%5Bgte%5D=1700000000", "2025-03-31.basil"},
+        {"invoice payments of an intent", [](auto &c) { return failure(run(c.fetchPaidInvoicePaymentsByIntent(u"pi_3Q"_s))); },
+         "GET", "/v1/invoice_payments", "payment%5Btype%5D=payment_intent&payment%5Bpayment_intent%5D=pi_3Q&status=paid&limit=100",
+         "2025-03-31.basil"},
     };
     server.setFallback([](const RecordedRequest &r) {
         return FakeResponse::json(200, r.path == "/v1/account" || r.method == "POST" ? "{}" : R"({"data":[],"has_more":false})");
@@ -90,6 +94,7 @@ TEST_F(StripeClientTest, InvoiceIdsThatAreNotPlainStripeIdsAreRefusedUnsent)
         EXPECT_EQ(result.error().kind(), StripeError::Kind::InvalidRequest);
         EXPECT_TRUE(result.error().description().startsWith(u"Not a Stripe invoice id"_s));
         EXPECT_EQ(result.error().status(), 0);
+        EXPECT_EQ(run(client().fetchPaidInvoicePaymentsByIntent(id)).error().kind(), StripeError::Kind::InvalidRequest);
     }
     EXPECT_TRUE(server.requests().isEmpty());
 }
