@@ -88,9 +88,9 @@ protected:
                 return FakeResponse::json(500, error(u"api_error"_s, {}, u"Something went wrong"_s));
             return chargesAnswer;
         });
-        storage().saveAccounts({main, broken});
-        storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(nowUnix - 60 * day), RevenueKind::Recurring, 99),
-                            event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20)});
+        ASSERT_TRUE(storage().saveAccounts({main, broken}));
+        ASSERT_TRUE(storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(nowUnix - 60 * day), RevenueKind::Recurring, 99),
+                            event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20)}));
     }
 };
 

@@ -1,4 +1,5 @@
 #include "storage/Storage.h"
+#include "support/FaultyDisk.h"
 #include "support/TestUtil.h"
 
 #include <QJsonArray>
@@ -7,9 +8,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -184,31 +184,108 @@ TEST_F(StorageTest, SyncStateIsSavedInWholeSeconds)
     EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}, {accountB, noon.addingSeconds(-60)}}));
 }
 
-TEST_F(StorageTest, AFailedWriteLeavesThePreviousFileIntact)
+TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
 {
     writeAll(storage);
-    const QByteArray previous = readFile(path(Storage::feedFile));
-    const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
-
-    // Root may write anywhere, but not past the file-size limit: the write of the big feed
-    // fails part-way, like a full disk.
     QList<PaymentEvent> big;
     for (int i = 0; i < 2000; ++i)
         big.append(event(u"in_%1"_s.arg(i), noon));
-    struct rlimit saved;
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    const struct rlimit small = {64 * 1024, saved.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const bool written = storage.saveFeed(big);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, oldHandler);
+    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                           Storage::achievementsFile, Storage::syncStateFile};
+    QHash<QString, QByteArray> before;
+    for (const char *file : files)
+        before.insert(QString::fromLatin1(file), readFile(path(file)));
+    const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
 
-    EXPECT_FALSE(written);
-    EXPECT_EQ(readFile(path(Storage::feedFile)), previous);
-    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
-    // No temporary file is left behind.
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore);
+    // Short writes hit the large feed; the other faults every file, however small.
+    struct Row { const char *name; FaultyDisk::Fault fault; QString reason; bool everyFile = true; };
+    const Row rows[] = {
+        {"disk full at the first byte", {.error = ENOSPC, .bytesAccepted = 0}, u"the disk is full"_s},
+        {"quota used up after a short write", {.error = EDQUOT, .bytesAccepted = 100}, u"the disk quota is used up"_s, false},
+        {"disk full part-way", {.error = ENOSPC, .bytesAccepted = 40'000}, u"the disk is full"_s, false},
+        {"failing disk at the sync", {.error = EIO, .sync = true}, u"the disk reported an error"_s},
+        {"the rename refused", {.error = EIO, .rename = true}, u"the disk reported an error"_s},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        FaultyDisk::Armed disk(folder, row.fault);
+        const std::optional<QString> expected = row.reason;
+        const auto reason = [](const Storage::Saved &saved) { return saved ? std::nullopt : std::optional(saved.error()); };
+        EXPECT_EQ(reason(storage.saveFeed(big)), expected);
+        if (row.everyFile) {
+            EXPECT_EQ(reason(storage.saveAccounts({account(u"Other"_s)})), expected);
+            EXPECT_EQ(reason(storage.savePreferences({})), expected);
+            EXPECT_EQ(reason(storage.saveAchievements({})), expected);
+            EXPECT_EQ(reason(storage.saveSyncState({})), expected);
+            const auto updated = storage.updateAccounts({account(u"Other"_s)}, {accountA});
+            EXPECT_EQ(updated ? std::nullopt : std::optional(updated.error()), expected);
+        }
+        for (const char *file : files)
+            EXPECT_EQ(readFile(path(file)), before.value(QString::fromLatin1(file))) << file;
+        EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore) << "no temporary file is left behind";
+    }
+    EXPECT_TRUE(storage.saveFeed(big)) << "the disk is fine again";
+}
+
+TEST_F(StorageTest, AFileThatCannotBeReadIsReportedAndNeverWrittenOver)
+{
+    struct Row { const char *name; FaultyDisk::Fault fault; QString reason; bool blocksWrites = true; };
+    const Row rows[] = {
+        {"permission denied", {.error = EACCES}, u"permission denied"_s},
+        {"failing disk", {.error = EIO}, u"the disk reported an error"_s},
+        {"FIFO", {}, u"it is not a regular file"_s},
+        {"link out of the folder", {}, u"it is a link to a place outside the data folder"_s},
+        {"empty", {}, u"it is empty"_s, false},
+    };
+    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                           Storage::achievementsFile, Storage::syncStateFile};
+    for (const char *file : files) {
+        for (const Row &row : rows) {
+            if (row.fault.error == EIO && qstrcmp(file, Storage::feedFile) == 0)
+                continue; // the feed is mapped, not read
+            SCOPED_TRACE(std::string(file) + ": " + row.name);
+            QTemporaryDir dir;
+            Storage s(QDir(dir.path()).filePath(u"Quorvane"_s));
+            writeAll(s);
+            const QString outside = QDir(dir.path()).filePath(u"elsewhere.json"_s);
+            ASSERT_TRUE(writeFile(outside, "someone else's"));
+            ASSERT_TRUE(QFile::setPermissions(outside, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther));
+            const QByteArray original = readFile(s.pathOf(file));
+            const QString name = QString::fromLatin1(file);
+            if (qstrcmp(row.name, "FIFO") == 0)
+                ASSERT_TRUE(QFile::remove(s.pathOf(file)) && mkfifo(QFile::encodeName(s.pathOf(file)), 0600) == 0);
+            if (qstrcmp(row.name, "link out of the folder") == 0)
+                ASSERT_TRUE(QFile::remove(s.pathOf(file)) && QFile::link(outside, s.pathOf(file)));
+            if (qstrcmp(row.name, "empty") == 0)
+                ASSERT_TRUE(writeFile(s.pathOf(file), {}));
+            FaultyDisk::Fault fault = row.fault;
+            fault.unreadable = row.fault.error ? name : QString();
+            {
+                FaultyDisk::Armed disk(s.folder(), fault);
+                QList<FileDamage> damaged;
+                (void)s.loadAccounts(&damaged), (void)s.loadPreferences(&damaged), (void)s.loadFeed(&damaged);
+                (void)s.loadAchievements(&damaged), (void)s.loadSyncState(&damaged);
+                EXPECT_EQ(damaged, QList<FileDamage>({{name, {}, 0, row.reason, row.blocksWrites}}));
+                s.tightenFolder();
+                EXPECT_EQ(QFileInfo(outside).permissions() & QFile::ReadOther, QFile::ReadOther);
+                for (const FileDamage &d : std::as_const(damaged)) // as the engine does
+                    if (d.blocksWrites)
+                        s.holdWrites(d.file, d.reason);
+            }
+            // Whatever it holds is unknown, not absent: no save may replace it, also once it
+            // reads again.
+            const Storage::Saved saved = qstrcmp(file, Storage::accountsFile) == 0 ? s.saveAccounts({})
+                : qstrcmp(file, Storage::feedFile) == 0                       ? s.saveFeed({})
+                : qstrcmp(file, Storage::syncStateFile) == 0                  ? s.saveSyncState({})
+                : qstrcmp(file, Storage::preferencesFile) == 0                ? s.savePreferences({})
+                                                                              : s.saveAchievements({});
+            EXPECT_EQ(saved ? QString() : saved.error(),
+                      row.blocksWrites ? u"cannot read %1 (%2)"_s.arg(name, row.reason) : QString());
+            EXPECT_EQ(readFile(outside), "someone else's");
+            if (row.fault.error)
+                EXPECT_EQ(readFile(s.pathOf(file)), original);
+        }
+    }
 }
 
 TEST_F(StorageTest, WritesFailCleanlyWhereNoFolderCanBe)
