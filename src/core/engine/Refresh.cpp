@@ -41,6 +41,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     // Until the keyring has answered, accounts have no keys: the first cycle runs when it has.
     if (m_isLoading || !m_credentialsReady || m_feedPending)
         co_return;
+    retryFailedSaves();
 
     QList<Account> enabled;
     for (const Account &a : std::as_const(m_accounts))
@@ -55,7 +56,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         m_feed.clear();
         Q_EMIT feedChanged();
         assign(m_dailyBuckets, QList<DailyBucket>(), &RevenueEngine::dailyBucketsChanged);
-        m_env.storage.saveFeed(m_feed);
+        noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
         co_return;
     }
 
@@ -141,11 +142,13 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 
     assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
     setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon(), superseded));
-    m_env.storage.saveFeed(m_feed);
-
-    for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
-        m_syncState.insert(it.key(), it.value());
-    m_env.storage.saveSyncState(m_syncState);
+    // The sync state moves on only with the feed on disk: events that were not saved are
+    // asked for again by the next cycle.
+    if (noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed))) {
+        for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
+            m_syncState.insert(it.key(), it.value());
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    }
     notifyForNewEvents(newEvents);
     updateAchievements();
     if (!m_historicalGapFilled)

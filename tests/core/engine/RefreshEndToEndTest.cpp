@@ -2,6 +2,7 @@
 // failing) and one PayPal account, then an incremental second cycle.
 #include "EngineFixture.h"
 #include "core/paypal/PayPalBodies.h"
+#include "support/FaultyDisk.h"
 #include "support/RecordingNotifier.h"
 
 using namespace Qt::StringLiterals;
@@ -310,4 +311,44 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         EXPECT_TRUE(notifier->notifiedIds().isEmpty());
         engine.reset();
     }
+}
+
+TEST_F(RefreshEndToEnd, ASaveOnAFullDiskIsShownRetriedAndHoldsTheSyncStateBack)
+{
+    add(succeededCharge(u"evt_s"_s, 1'795'262'000,
+                        {.id = u"ch_s"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_s"_s},
+                        Shape::Current));
+    RevenueEngine &e = startWith({main});
+    const QByteArray accountsBefore = readFile(storage().pathOf(Storage::accountsFile));
+    {
+        FaultyDisk::Armed full(dir.path(), {.error = ENOSPC, .bytesAccepted = 0});
+        QCoro::waitFor(e.refresh());
+        Account renamed = main;
+        renamed.name = u"Renamed"_s;
+        e.upsertAccount(renamed);
+        Preferences slower = e.preferences();
+        slower.refreshSeconds = 600;
+        e.setPreferences(slower);
+    }
+    EXPECT_EQ(byId(e.feed()).keys(), QStringList{u"ch_s"_s});
+    EXPECT_EQ(e.lastError(), std::optional<QString>(u"Couldn't save your accounts: the disk is full · Couldn't save your "
+                                                    "settings: the disk is full · Couldn't save the latest events: the "
+                                                    "disk is full · Couldn't save your records: the disk is full"_s));
+    EXPECT_EQ(readFile(storage().pathOf(Storage::accountsFile)), accountsBefore);
+    EXPECT_TRUE(storage().loadFeed().isEmpty());
+    EXPECT_TRUE(storage().loadSyncState().isEmpty()) << "the sale was never saved: it must be asked for again";
+
+    // The next cycle saves everything and asks again from where the saved state left off.
+    stripe.clearRecords();
+    clock->advance(60);
+    QCoro::waitFor(e.refresh());
+    EXPECT_FALSE(e.lastError().has_value());
+    EXPECT_EQ(storage().loadAccounts().value(0).name, u"Renamed"_s);
+    EXPECT_EQ(storage().loadPreferences().value_or(Preferences()).refreshSeconds, 600);
+    EXPECT_EQ(byId(storage().loadFeed()).keys(), QStringList{u"ch_s"_s});
+    EXPECT_EQ(storage().loadSyncState().keys(), QList<QUuid>{main.id});
+    const QByteArray bootstrapGte = "created%5Bgte%5D="
+        + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated());
+    for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
+        EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
 }
