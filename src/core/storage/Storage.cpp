@@ -254,7 +254,7 @@ Result<QList<Account>, QString> Storage::updateAccounts(const QList<Account> &ac
     QList<FileDamage> damaged;
     const QList<Account> onDisk = loadAccounts(&damaged);
     if (!damaged.isEmpty() && damaged.first().blocksWrites)
-        return DamagedFiles::describe(damaged.first());
+        return u"cannot read %1 (%2)"_s.arg(damaged.first().file, damaged.first().reason);
     // Read now: whatever it holds is merged in, so it may be written over again.
     m_heldWrites.remove(QString::fromLatin1(accountsFile));
     const QList<Account> merged = AccountsMerge::merge(accounts, known, onDisk, damaged.isEmpty());
