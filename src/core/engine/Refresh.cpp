@@ -66,6 +66,9 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     assign(m_isLoading, true, &RevenueEngine::isLoadingChanged);
     assign(m_refreshStartTime, std::optional<Date>(start), &RevenueEngine::refreshStartTimeChanged);
     assign(m_missingEventScopeAccounts, QSet<QUuid>(), &RevenueEngine::missingEventScopeAccountsChanged);
+    // A sync state later than now was written while the wall clock ran ahead: it says nothing
+    // about what was loaded, so those accounts load their whole window again.
+    m_syncState.removeIf([start](const auto &synced) { return start < synced.value(); });
     const Date todayStart = m_env.calendar.startOfDay(start);
     const Date bootstrapStart = m_env.calendar.addingDays(todayStart, -bootstrapLookbackDays);
 
@@ -173,7 +176,13 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
 
 Date RevenueEngine::retentionHorizon() const
 {
-    return m_env.calendar.addingDays(m_env.calendar.startOfDay(now()), -feedRetentionDays);
+    const auto horizonFrom = [this](Date anchor) {
+        return m_env.calendar.addingDays(m_env.calendar.startOfDay(anchor), -feedRetentionDays);
+    };
+    // A clock that would purge even the newest stored event reads far ahead (a wrong date for
+    // one refresh): the window is then measured from that event, so nothing is lost.
+    const Date horizon = horizonFrom(now());
+    return !m_feed.isEmpty() && m_feed.first().date < horizon ? horizonFrom(m_feed.first().date) : horizon;
 }
 
 QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,

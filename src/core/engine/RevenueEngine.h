@@ -340,7 +340,7 @@ private:
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
     TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
     TaskGroup m_retryTasks;         // invoice retries and the timers that lift a throttle
-    std::optional<Date> m_lastRetryAttemptAt;
+    std::optional<double> m_lastRetryAttemptAt; // monotonic seconds
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;

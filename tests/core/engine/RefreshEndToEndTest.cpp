@@ -352,3 +352,30 @@ TEST_F(RefreshEndToEnd, ASaveOnAFullDiskIsShownRetriedAndHoldsTheSyncStateBack)
     for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
         EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
 }
+
+TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgottenOnceRight)
+{
+    const Date today = clock->now();
+    QList<PaymentEvent> stored;
+    for (int day = 1; day <= 60; ++day)
+        stored.append(event(u"in_%1"_s.arg(day), today.addingSeconds(-day * 86400.0), RevenueKind::Recurring, 10));
+    ASSERT_TRUE(storage().saveFeed(stored));
+    RevenueEngine &e = startWith({main});
+    clock->set(today.addingSeconds(400 * 86400.0));
+    QCoro::waitFor(e.refresh());
+    EXPECT_EQ(e.feed(), stored);
+    EXPECT_EQ(storage().loadFeed(), stored);
+
+    // Corrected: the sync state written 400 days ahead is dropped and the window loads again.
+    clock->set(today.addingSeconds(60));
+    stripe.clearRecords();
+    QCoro::waitFor(e.refresh());
+    const QByteArray bootstrapGte = "created%5Bgte%5D="
+        + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated());
+    const auto listings = stripe.requestsTo("/v1/events");
+    ASSERT_FALSE(listings.isEmpty());
+    for (const RecordedRequest &r : listings)
+        EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
+    EXPECT_LE(storage().loadSyncState().value(main.id), clock->now());
+    EXPECT_EQ(e.feed(), stored);
+}

@@ -157,3 +157,33 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
         EXPECT_EQ(server.requests().size(), advances.size() + 1);
     }
 }
+
+TEST(RequestBudget, WaitsOnTheMonotonicClockWhateverTheWallClockDoes)
+{
+    auto clock = std::make_shared<VirtualClock>();
+    RequestBudget budget(2, clock);
+    // name, the wall clock's step, a pause asked for before it
+    const std::tuple<const char *, double, double> rows[] = {
+        {"stepped back an hour", -3600, 0},
+        {"stepped 400 days ahead", 400 * 86400.0, 0},
+        {"stepped back during a pause", -3600, 5},
+    };
+    for (const auto &[name, step, pause] : rows) {
+        SCOPED_TRACE(name);
+        clock->advance(10); // a fresh second, no pause left
+        for (int i = 0; i < 2; ++i) {
+            std::optional<bool> spent;
+            auto task = storeInto(budget.acquire({}), spent);
+            VirtualClock::settle();
+            ASSERT_EQ(spent, true);
+        }
+        budget.pause(pause);
+        clock->set(clock->now().addingSeconds(step));
+        std::optional<bool> third;
+        auto task = storeInto(budget.acquire({}), third);
+        clock->advance(std::max(pause, 1.0) - 0.01);
+        EXPECT_FALSE(third.has_value()) << "the budget's second is not over";
+        clock->advance(0.02);
+        EXPECT_EQ(third, true);
+    }
+}
