@@ -123,13 +123,17 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     clock->advance(1.0);
     ASSERT_TRUE(waitForRequests(6));
 
-    // name, Retry-After, the waits (after each: one more request, the last one answered), success
-    const std::tuple<const char *, QByteArray, QList<double>, bool> cases[] = {
-        {"seconds", "7", {7.0}, true},
-        {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, false},
-        {"longer than the wait allowed", "120", {}, false},
+    // name, Retry-After, the waits (after each: one more request, the last one answered), the
+    // error (none: success), how long the account's next request waits
+    const QString limited = uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s;
+    const std::tuple<const char *, QByteArray, QList<double>, QString, double> cases[] = {
+        {"seconds", "7", {7.0}, {}, 0},
+        {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, limited, 0},
+        {"longer than the wait allowed", "120", {}, u"Stripe HTTP 429: Stripe asked to wait 2 min"_s, 120},
+        {"far longer: the pause is capped", "86400", {}, u"Stripe HTTP 429: Stripe asked to wait 1440 min"_s, 900},
     };
-    for (const auto &[name, retryAfter, advances, ok] : cases) {
+    for (const auto &[name, retryAfter, advances, error, pause] : cases) {
+        const bool ok = error.isEmpty();
         SCOPED_TRACE(name);
         server.clearRecords();
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) {
@@ -153,8 +157,14 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
         ASSERT_TRUE(waitUntil([&] { return result.has_value(); }, 3000));
         EXPECT_EQ(result->ok(), ok);
         if (!ok)
-            EXPECT_EQ(result->error().description(), uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s);
+            EXPECT_EQ(result->error().description(), error);
         EXPECT_EQ(server.requests().size(), advances.size() + 1);
+        std::optional<Result<StripeAccountInfo, StripeError>> next;
+        auto nextTask = storeInto(budgeted.fetchAccountInfo(), next);
+        VirtualClock::settle();
+        EXPECT_EQ(clock->sleepingCount() > 0 ? clock->requestedSleeps().last() : 0.0, pause);
+        clock->advance(pause + 1); // past the pause and the budget's second
+        ASSERT_TRUE(waitUntil([&] { return next.has_value(); }, 3000));
     }
 }
 
