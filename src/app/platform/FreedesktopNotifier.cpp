@@ -35,36 +35,42 @@ FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent 
     return {NotificationText::title(event.kind), body, NotificationText::identifier(event)};
 }
 
-void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents)
+void FreedesktopNotifier::notify(const NotificationBatch &batch)
 {
-    if (newEvents.isEmpty())
+    if (batch.events.isEmpty() && batch.summary.isEmpty())
         return;
     // Whether a server answers, and how it reads bodies, is asked per batch: servers come
     // and go with the desktop session.
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call(u"GetCapabilities"_s)), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, newEvents](QDBusPendingCallWatcher *w) {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, batch](QDBusPendingCallWatcher *w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> capabilities = *w;
         if (capabilities.isError())
             return; // no server: nothing is shown and nothing rings
-        post(newEvents, capabilities.value().contains(u"body-markup"_s));
+        post(batch, capabilities.value().contains(u"body-markup"_s));
     });
 }
 
-void FreedesktopNotifier::post(const QList<PaymentEvent> &events, bool bodyMarkup)
+void FreedesktopNotifier::post(const NotificationBatch &batch, bool bodyMarkup)
 {
-    for (const PaymentEvent &event : events) {
-        const Content content = contentFor(event, bodyMarkup);
-        QDBusMessage message = call(u"Notify"_s);
-        message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << QStringList()
-                << QVariantMap{{u"x-quorvane-id"_s, content.identifier}} << -1;
-        auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-        const bool sale = NotificationText::isSale(event.kind);
-        // Each sale rings once its notification is handed over, whether or not the server took it.
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, sale](QDBusPendingCallWatcher *w) {
-            w->deleteLater();
-            if (sale && m_sound)
-                m_sound->play();
-        });
-    }
+    // The batch rings once, when its first notification is handed over, whether or not the
+    // server took it.
+    const auto ring = std::make_shared<bool>(batch.rings);
+    for (const PaymentEvent &event : batch.events)
+        send(contentFor(event, bodyMarkup), ring);
+    if (!batch.summary.isEmpty())
+        send({batch.summary, QString(), u"quorvane-summary"_s}, ring);
+}
+
+void FreedesktopNotifier::send(const Content &content, const std::shared_ptr<bool> &ringOnAnswer)
+{
+    QDBusMessage message = call(u"Notify"_s);
+    message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << QStringList()
+            << QVariantMap{{u"x-quorvane-id"_s, content.identifier}} << -1;
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, ringOnAnswer](QDBusPendingCallWatcher *w) {
+        w->deleteLater();
+        if (std::exchange(*ringOnAnswer, false) && m_sound)
+            m_sound->play();
+    });
 }

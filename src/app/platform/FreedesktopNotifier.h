@@ -28,14 +28,15 @@ public:
 
     // Nothing to ask: the desktop has no per-application permission for notifications.
     void requestAuthorizationIfNeeded() override {}
-    void notify(const QList<PaymentEvent> &newEvents) override;
+    void notify(const NotificationBatch &batch) override;
 
     // Servers have no subtitle: the account name is the body's first line. A server that
     // reads markup in bodies gets the text escaped.
     static Content contentFor(const PaymentEvent &event, bool bodyMarkup);
 
 private:
-    void post(const QList<PaymentEvent> &events, bool bodyMarkup);
+    void post(const NotificationBatch &batch, bool bodyMarkup);
+    void send(const Content &content, const std::shared_ptr<bool> &ringOnAnswer);
 
     QDBusConnection m_bus;
     std::shared_ptr<SaleSound> m_sound;

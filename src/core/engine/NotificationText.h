@@ -13,7 +13,10 @@ QString amountText(const PaymentEvent &event);
 QString body(const PaymentEvent &event);
 // "quorvane-" and the event id.
 QString identifier(const PaymentEvent &event);
-// New subscriptions and renewals are sales: each one rings.
+// The line for the events of a refresh beyond those announced one by one, with what their
+// sales bring in US dollars: "+2,996 more sales · $41,380", "+12 more events · $300".
+QString summary(const QList<PaymentEvent> &rest);
+// New subscriptions and renewals are sales: a refresh with one rings.
 bool isSale(RevenueKind kind);
 
 } // namespace NotificationText

@@ -1,5 +1,7 @@
 #include "NotifierBookkeeping.h"
 
+#include "engine/NotificationText.h"
+
 QList<PaymentEvent> NotifierBookkeeping::recentUnseen(const QList<PaymentEvent> &events, const QSet<QString> &seen,
                                                       Date now)
 {
@@ -9,6 +11,18 @@ QList<PaymentEvent> NotifierBookkeeping::recentUnseen(const QList<PaymentEvent> 
         if (!seen.contains(e.id) && !(e.date < cutoff))
             selected.append(e);
     return selected;
+}
+
+NotificationBatch NotifierBookkeeping::bounded(const QList<PaymentEvent> &events)
+{
+    NotificationBatch batch;
+    batch.events = events.mid(0, maxSingleNotifications);
+    const QList<PaymentEvent> rest = events.mid(maxSingleNotifications);
+    if (!rest.isEmpty())
+        batch.summary = NotificationText::summary(rest);
+    batch.rings = std::any_of(events.cbegin(), events.cend(),
+                              [](const PaymentEvent &e) { return NotificationText::isSale(e.kind); });
+    return batch;
 }
 
 void NotifierBookkeeping::primeFromStoredFeed(const QList<PaymentEvent> &feed)
@@ -34,7 +48,7 @@ NotifierBookkeeping::Decision NotifierBookkeeping::handOff(const QList<PaymentEv
     }
     if (notificationsOn) {
         decision.post = true;
-        decision.events = recentUnseen(events, m_seen, now);
+        decision.batch = bounded(recentUnseen(events, m_seen, now));
     }
     markSeen(events); // switching notifications on later must not replay these
     return decision;

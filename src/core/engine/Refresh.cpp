@@ -226,5 +226,5 @@ void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)
     if (decision.requestPermission)
         m_env.notifier->requestAuthorizationIfNeeded();
     if (decision.post)
-        m_env.notifier->notify(decision.events);
+        m_env.notifier->notify(decision.batch);
 }

@@ -353,6 +353,25 @@ TEST_F(RefreshEndToEnd, ASaveOnAFullDiskIsShownRetriedAndHoldsTheSyncStateBack)
         EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
 }
 
+TEST_F(RefreshEndToEnd, ABillingRunIsAnnouncedInAFewNotificationsAndOneSummaryThatRingsOnce)
+{
+    const qint64 now = 1'795'262'400;
+    for (int i = 0; i < 3000; ++i)
+        add(succeededCharge(u"evt_%1"_s.arg(i), now - 500 + i / 10,
+                            {.id = u"ch_%1"_s.arg(i), .amount = 1900, .created = now - 500 + i / 10,
+                             .customer = u"cus_%1"_s.arg(i)},
+                            Shape::Current));
+    ASSERT_TRUE(storage().saveFeed({event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+    auto notifier = std::make_shared<RecordingNotifier>();
+    RevenueEngine &e = startWith({main}, notifier);
+    QCoro::waitFor(e.refresh());
+    ASSERT_EQ(e.feed().size(), 3001);
+    ASSERT_EQ(notifier->batches.size(), 1);
+    EXPECT_EQ(notifier->batches[0].size(), NotifierBookkeeping::maxSingleNotifications);
+    EXPECT_EQ(notifier->summaries, QStringList{u"+2,996 more sales · $56,924"_s}); // 2,996 × $19
+    EXPECT_EQ(notifier->rings, 1);
+}
+
 TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgottenOnceRight)
 {
     const Date today = clock->now();
