@@ -1,15 +1,13 @@
 #include "FaultyDisk.h"
 
-#include <QByteArray>
-#include <QHash>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 #include <cerrno>
 #include <cstdarg>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -20,26 +18,21 @@ struct State
     QByteArray folder;
     FaultyDisk::Fault fault;
     QHash<QByteArray, qint64> written; // per file
-};
-
-State &state()
-{
-    static State s;
-    return s;
-}
+} state;
 
 template<typename F>
-F real(const char *name)
+F next(const char *name)
 {
     return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
 }
 
-bool under(const char *path)
+// The armed fault's file or folder holds `path` (which may be an open descriptor's).
+bool hit(const QByteArray &path)
 {
-    return path && QByteArray(path).startsWith(state().folder);
+    return state.armed && path.startsWith(state.folder);
 }
 
-QByteArray targetOf(int fd)
+QByteArray pathOf(int fd)
 {
     char target[4096];
     const QByteArray link = "/proc/self/fd/" + QByteArray::number(fd);
@@ -47,29 +40,25 @@ QByteArray targetOf(int fd)
     return n > 0 ? QByteArray(target, n) : QByteArray();
 }
 
-bool fdUnder(int fd)
+bool unreadable(const QByteArray &path)
 {
-    return under(targetOf(fd).constData());
+    return hit(path) && !state.fault.unreadable.isEmpty()
+        && path.endsWith(QByteArray('/' + QFile::encodeName(state.fault.unreadable)));
 }
 
-bool unreadable(const char *path)
+int failWith(int error)
 {
-    const State &s = state();
-    if (!s.armed || s.fault.unreadable.isEmpty() || !under(path))
-        return false;
-    const QByteArray name = "/" + QFile::encodeName(s.fault.unreadable);
-    return QByteArray(path).endsWith(name);
+    errno = error;
+    return -1;
 }
 
-int openWith(const char *name, const char *path, int flags, va_list args)
+int openVia(const char *name, const char *path, int flags, va_list args)
 {
     const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? mode_t(va_arg(args, int)) : 0;
     // EIO shows when reading, as a failing sector does; anything else when opening.
-    if (unreadable(path) && state().fault.error != EIO) {
-        errno = state().fault.error;
-        return -1;
-    }
-    return real<int (*)(const char *, int, ...)>(name)(path, flags, mode);
+    if (unreadable(path) && state.fault.error != EIO)
+        return failWith(state.fault.error);
+    return next<int (*)(const char *, int, ...)>(name)(path, flags, mode);
 }
 
 } // namespace
@@ -80,7 +69,7 @@ int open(const char *path, int flags, ...)
 {
     va_list args;
     va_start(args, flags);
-    const int fd = openWith("open", path, flags, args);
+    const int fd = openVia("open", path, flags, args);
     va_end(args);
     return fd;
 }
@@ -89,84 +78,61 @@ int open64(const char *path, int flags, ...)
 {
     va_list args;
     va_start(args, flags);
-    const int fd = openWith("open64", path, flags, args);
+    const int fd = openVia("open64", path, flags, args);
     va_end(args);
     return fd;
 }
 
 ssize_t read(int fd, void *buffer, size_t size)
 {
-    const State &s = state();
-    if (s.armed && s.fault.error == EIO && unreadable(targetOf(fd).constData())) {
-        errno = EIO;
-        return -1;
-    }
-    static const auto next = real<ssize_t (*)(int, void *, size_t)>("read");
-    return next(fd, buffer, size);
+    if (state.armed && state.fault.error == EIO && unreadable(pathOf(fd)))
+        return failWith(EIO);
+    static const auto real = next<ssize_t (*)(int, void *, size_t)>("read");
+    return real(fd, buffer, size);
 }
 
 ssize_t write(int fd, const void *buffer, size_t size)
 {
-    State &s = state();
-    const QByteArray target = s.armed ? targetOf(fd) : QByteArray();
-    if (s.armed && s.fault.bytesAccepted >= 0 && under(target.constData())) {
-        const qint64 room = s.fault.bytesAccepted - s.written.value(target);
-        if (room <= 0) {
-            errno = s.fault.error;
-            return -1;
-        }
+    const QByteArray path = state.armed ? pathOf(fd) : QByteArray();
+    if (hit(path) && state.fault.bytesAccepted >= 0) {
+        const qint64 room = state.fault.bytesAccepted - state.written.value(path);
+        if (room <= 0)
+            return failWith(state.fault.error);
         size = std::min<size_t>(size, size_t(room)); // a short write, as a filling disk gives
     }
-    static const auto next = real<ssize_t (*)(int, const void *, size_t)>("write");
-    const ssize_t n = next(fd, buffer, size);
-    if (s.armed && n > 0)
-        s.written[target] += n;
+    static const auto real = next<ssize_t (*)(int, const void *, size_t)>("write");
+    const ssize_t n = real(fd, buffer, size);
+    if (hit(path) && n > 0)
+        state.written[path] += n;
     return n;
 }
 
 int fsync(int fd)
 {
-    if (state().armed && state().fault.sync && fdUnder(fd)) {
-        errno = state().fault.error;
-        return -1;
-    }
-    return real<int (*)(int)>("fsync")(fd);
+    static const auto real = next<int (*)(int)>("fsync");
+    return state.armed && state.fault.sync && hit(pathOf(fd)) ? failWith(state.fault.error) : real(fd);
 }
 
 int fdatasync(int fd)
 {
-    if (state().armed && state().fault.sync && fdUnder(fd)) {
-        errno = state().fault.error;
-        return -1;
-    }
-    return real<int (*)(int)>("fdatasync")(fd);
+    static const auto real = next<int (*)(int)>("fdatasync");
+    return state.armed && state.fault.sync && hit(pathOf(fd)) ? failWith(state.fault.error) : real(fd);
 }
 
 int rename(const char *from, const char *to)
 {
-    if (state().armed && state().fault.rename && under(to)) {
-        errno = state().fault.error;
-        return -1;
-    }
-    return real<int (*)(const char *, const char *)>("rename")(from, to);
+    static const auto real = next<int (*)(const char *, const char *)>("rename");
+    return state.fault.rename && hit(to) ? failWith(state.fault.error) : real(from, to);
 }
 
 } // extern "C"
 
-namespace FaultyDisk {
-
-Armed::Armed(const QString &folder, Fault fault)
+FaultyDisk::Armed::Armed(const QString &folder, Fault fault)
 {
-    State &s = state();
-    s.folder = QFile::encodeName(QFileInfo(folder).canonicalFilePath() + u'/');
-    s.fault = std::move(fault);
-    s.written.clear();
-    s.armed = true;
+    state = {true, QFile::encodeName(QFileInfo(folder).canonicalFilePath() + u'/'), std::move(fault), {}};
 }
 
-Armed::~Armed()
+FaultyDisk::Armed::~Armed()
 {
-    state().armed = false;
+    state.armed = false;
 }
-
-} // namespace FaultyDisk
