@@ -62,7 +62,7 @@ QJsonObject paidInvoice(const QString &id, const QString &reason, qint64 at, qin
 
 } // namespace
 
-TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
+TEST_F(AppFixture, RefreshCyclesPostANotificationPerNewEventUpToASummaryOnTheSessionBus)
 {
     const QString dbusDaemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
     if (dbusDaemon.isEmpty())
@@ -154,6 +154,17 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
         EXPECT_TRUE(server.calls[0].body.contains(u"$49.00 \u2014 "_s));
         EXPECT_EQ(server.calls[1].summary, u"\u274C Payment failed"_s);
         EXPECT_TRUE(server.calls[1].body.contains(u"\n$12.50 \u2014 "_s)) << "a failed payment has no sign";
+
+        // A billing run: a few notifications, one summary, one ring.
+        clock->advance(60);
+        for (int i = 0; i < 3000; ++i)
+            byType[succeeded].append(paidInvoice(u"in_run%1"_s.arg(i), u"subscription_cycle"_s, now + 40, 1900));
+        QCoro::waitFor(e.refresh());
+        ASSERT_TRUE(waitUntil([&] { return server.calls.size() >= 7 && sound->plays >= 2; }));
+        waitUntil([] { return false; }, 100);
+        EXPECT_EQ(server.calls.size(), 7);
+        EXPECT_EQ(server.calls.last().summary, u"+2,996 more sales · $56,924"_s);
+        EXPECT_EQ(sound->plays, 2);
         engine.reset();
     }
 }
