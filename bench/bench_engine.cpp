@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
+#include <cstdlib>
 
 namespace {
 
@@ -51,7 +52,8 @@ struct Fixture
     Fixture()
     {
         Storage storage(dir.path());
-        storage.saveFeed(makeEvents(clock->now(), eventCount, "ev_"));
+        if (!storage.saveFeed(makeEvents(clock->now(), eventCount, "ev_")))
+            std::abort();
         EngineEnvironment env;
         env.storage = storage;
         env.clock = clock;
@@ -239,10 +241,10 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
         Account account = Account::newAccount(AccountProvider::Stripe);
         account.name = QStringLiteral("Main");
         account.stripeRestrictedKey = QStringLiteral("rk_test_bench");
-        storage.saveAccounts({account});
         Preferences prefs = Preferences::defaults(clock->now(), TimeContext());
         prefs.showRefunds = true;
-        storage.savePreferences(prefs);
+        if (!storage.saveAccounts({account}) || !storage.savePreferences(prefs))
+            std::abort();
         EngineEnvironment env;
         env.storage = storage;
         env.clock = clock;

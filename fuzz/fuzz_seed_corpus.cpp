@@ -73,16 +73,18 @@ int main(int argc, char **argv)
     stripe.name = u"Acme"_s;
     stripe.stripeRestrictedKey = u"rk_live_1"_s;
     stripe.websiteDomain = u"acme.test"_s;
-    storage.saveAccounts({stripe, Account::newAccount(AccountProvider::PayPal)});
     Preferences prefs;
-    storage.savePreferences(prefs);
-    storage.saveFeed({sampleEvent(RevenueKind::New), sampleEvent(RevenueKind::Churn)});
+    bool written = storage.saveAccounts({stripe, Account::newAccount(AccountProvider::PayPal)})
+        && storage.savePreferences(prefs)
+        && storage.saveFeed({sampleEvent(RevenueKind::New), sampleEvent(RevenueKind::Churn)});
     AchievementsState state;
     state.achievements = {{AchievementPeriod::Day, 1000, Date::fromUnix(1'795'000'000)}};
     state.bestDayUSD = 1234;
     state.bestDayDate = Date::fromUnix(1'795'000'000);
-    storage.saveAchievements(state);
-    storage.saveSyncState({{stripe.id, Date::fromUnix(1'795'000'000)}});
+    written = written && storage.saveAchievements(state)
+        && storage.saveSyncState({{stripe.id, Date::fromUnix(1'795'000'000)}});
+    if (!written)
+        return 1;
     const std::pair<const char *, const char *> files[] = {
         {"fuzz_accounts", Storage::accountsFile},         {"fuzz_preferences", Storage::preferencesFile},
         {"fuzz_feed", Storage::feedFile},                 {"fuzz_achievements", Storage::achievementsFile},

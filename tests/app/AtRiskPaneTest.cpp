@@ -61,7 +61,7 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
 
 TEST_F(AppFixture, AtRiskModelGroupsByKindRetriesAndMasks)
 {
-    storage().saveAccounts({Account::newDemoAccount()});
+    ASSERT_TRUE(storage().saveAccounts({Account::newDemoAccount()}));
     RevenueEngine &e = startEngine();
     AtRiskModel model(&e, locale);
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);

@@ -54,8 +54,8 @@ TEST(AchievementsLogic, CaptionsAndNextMilestones)
 TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
 {
     const QUuid acme = QUuid::createUuid();
-    storage().saveFeed({event(u"ann"_s, daysAgo(1), RevenueKind::Churn, 49, acme), event(u"bob"_s, daysAgo(2), RevenueKind::Churn, 99, acme),
-                        event(u"cat"_s, daysAgo(3), RevenueKind::New, 10, acme), event(u"old"_s, daysAgo(60), RevenueKind::Churn, 5, acme)});
+    ASSERT_TRUE(storage().saveFeed({event(u"ann"_s, daysAgo(1), RevenueKind::Churn, 49, acme), event(u"bob"_s, daysAgo(2), RevenueKind::Churn, 99, acme),
+                        event(u"cat"_s, daysAgo(3), RevenueKind::New, 10, acme), event(u"old"_s, daysAgo(60), RevenueKind::Churn, 5, acme)}));
     RevenueEngine &e = startEngine();
     DrillDownModel model(&e, locale);
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);

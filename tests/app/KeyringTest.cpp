@@ -91,7 +91,7 @@ TEST_F(AppFixture, KeysLiveInARealSecretServiceAndSurviveARestart)
 {
     if (qEnvironmentVariableIsSet("QUORVANE_PRIVATE_KEYRING")) {
         const Account acme{.name = u"Acme"_s, .stripeRestrictedKey = u"rk_live_moved"_s};
-        storage().saveAccounts({acme});
+        ASSERT_TRUE(storage().saveAccounts({acme}));
         EngineEnvironment withKeyring = environment();
         withKeyring.secrets = makeDesktopSecretStore();
         const auto accountsFile = [&] { return storage().read(Storage::accountsFile).value_or(QByteArray()); };

@@ -98,7 +98,7 @@ QJsonObject paidInvoice(const QString &id, const QString &reason, qint64 at, qin
 
 } // namespace
 
-TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
+TEST_F(AppFixture, RefreshCyclesPostANotificationPerNewEventUpToASummaryOnTheSessionBus)
 {
     if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
@@ -195,13 +195,30 @@ TEST_F(AppFixture, RefreshCyclesPostOneNotificationPerNewEventOnTheSessionBus)
                 : u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
             EXPECT_EQ(call.body, row.capabilities.contains(u"body-markup"_s) ? plain.toHtmlEscaped() : plain);
         }
-        engine.reset();
-        if (row.privacy)
+        if (row.privacy) {
+            engine.reset();
             continue;
+        }
         EXPECT_EQ(server.calls[0].summary, u"\U0001F4B0 New subscription"_s);
         EXPECT_TRUE(server.calls[0].body.contains(u"$49.00 \u2014 "_s));
         EXPECT_EQ(server.calls[1].summary, u"\u274C Payment failed"_s);
         EXPECT_TRUE(server.calls[1].body.contains(u"\n$12.50 \u2014 "_s)) << "a failed payment has no sign";
+
+        // A billing run: a few notifications, one summary, one ring.
+        clock->advance(60);
+        for (int i = 0; i < 3000; ++i)
+            byType[succeeded].append(paidInvoice(u"in_run%1"_s.arg(i), u"subscription_cycle"_s, now + 40, 1900));
+        QCoro::waitFor(e.refresh());
+        const int ownRings = row.saleSound && !serverRings ? 2 : 0;
+        ASSERT_TRUE(waitUntil([&] { return server.calls.size() >= 7 && sound->plays >= ownRings; }));
+        waitUntil([] { return false; }, 100);
+        EXPECT_EQ(server.calls.size(), 7);
+        EXPECT_EQ(server.calls.last().summary, u"+2,996 more sales · $56,924"_s);
+        EXPECT_EQ(sound->plays, ownRings);
+        const auto hinted = std::count_if(server.calls.begin() + 2, server.calls.end(),
+                                          [](const auto &c) { return c.hints.contains(u"sound-file"_s); });
+        EXPECT_EQ(hinted, row.saleSound && serverRings ? 1 : 0);
+        engine.reset();
     }
 }
 

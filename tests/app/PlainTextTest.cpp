@@ -33,11 +33,11 @@ TEST_F(AppFixture, ProviderAndErrorTextIsShownLiterallyAndFetchesNothing)
         return FakeResponse{503, u"<h1><img src=\"%1\">Down</h1>"_s.arg(pixel).toUtf8(), {{"Content-Type", "text/html"}}};
     });
     const Account acme{.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s};
-    storage().saveAccounts({acme});
+    ASSERT_TRUE(storage().saveAccounts({acme}));
     PaymentEvent sale = event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id);
     sale.description = u"<img src=\"%1\"><b>Pro</b> <font size=\"7\">plan</font>"_s.arg(pixel);
     sale.customerEmail = u"<i>x</i>@example.com"_s;
-    storage().saveFeed({sale});
+    ASSERT_TRUE(storage().saveFeed({sale}));
 
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = server.baseUrl();

@@ -192,9 +192,9 @@ TEST_F(AppFixture, DarkModeFollowsThePreferenceAtOnce)
 TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
 {
     const Account acme{.name = u"Acme"_s};
-    storage().saveAccounts({acme});
-    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
-                        event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)});
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                        event(u"b"_s, daysAgo(40), RevenueKind::Refund, 29, acme.id)}));
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
     options.demo = true; // on a setup with an account of the user's own, --demo adds nothing

@@ -82,16 +82,16 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
     const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
-    storage().saveAccounts({acme, beta});
+    ASSERT_TRUE(storage().saveAccounts({acme, beta}));
     // Range: last 7 days. Two events inside, two older, one from the other account.
-    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
                         event(u"b"_s, daysAgo(3), RevenueKind::Churn, 29, acme.id),
                         event(u"c"_s, daysAgo(4), RevenueKind::Recurring, 99, beta.id, u"Beta"_s),
                         event(u"d"_s, daysAgo(12), RevenueKind::Recurring, 99, acme.id),
-                        event(u"e"_s, daysAgo(20), RevenueKind::Refund, 15, acme.id)});
+                        event(u"e"_s, daysAgo(20), RevenueKind::Refund, 15, acme.id)}));
     Preferences prefs = Preferences::defaults(now(), calendar);
     prefs.selectedRange = TimeRange::Last7Days;
-    storage().savePreferences(prefs);
+    ASSERT_TRUE(storage().savePreferences(prefs));
     RevenueEngine &engine = startEngine();
     DashboardModel dashboard(&engine, locale);
     QAbstractItemModelTester feedTester(dashboard.feed(), QAbstractItemModelTester::FailureReportingMode::Fatal);
@@ -143,12 +143,12 @@ TEST_F(AppFixture, DashboardMarksTheDemoAndOffersToRemoveItOnceAnOwnAccountIsIn)
 TEST_F(AppFixture, FeedRowsOpenOneAtATimeAndCopyTheRealEmail)
 {
     const Account acme{.name = u"acme"_s};
-    storage().saveAccounts({acme});
-    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id, u"acme"_s),
-                        event(u"b"_s, daysAgo(1), RevenueKind::Recurring, 99, acme.id, u"acme"_s)});
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id, u"acme"_s),
+                        event(u"b"_s, daysAgo(1), RevenueKind::Recurring, 99, acme.id, u"acme"_s)}));
     Preferences prefs = Preferences::defaults(now(), calendar);
     prefs.privacyMode = true;
-    storage().savePreferences(prefs);
+    ASSERT_TRUE(storage().savePreferences(prefs));
     RevenueEngine &engine = startEngine();
     DashboardModel dashboard(&engine, locale);
     FeedModel &feed = *dashboard.feed();

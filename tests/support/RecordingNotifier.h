@@ -4,20 +4,25 @@
 
 #include <QStringList>
 
-// Keeps what the engine asked of its notifier: permission requests and each batch's ids.
+// Keeps what the engine asked of its notifier: permission requests, each batch's ids and
+// summary, and how many batches rang.
 class RecordingNotifier final : public Notifier
 {
 public:
     int permissionRequests = 0;
     QList<QStringList> batches;
+    QStringList summaries;
+    int rings = 0;
 
     void requestAuthorizationIfNeeded() override { ++permissionRequests; }
-    void notify(const QList<PaymentEvent> &newEvents, bool /*privacyMode*/) override
+    void notify(const NotificationBatch &batch) override
     {
         QStringList ids;
-        for (const PaymentEvent &e : newEvents)
+        for (const PaymentEvent &e : batch.events)
             ids.append(e.id);
         batches.append(ids);
+        summaries.append(batch.summary);
+        rings += batch.rings ? 1 : 0;
     }
     QStringList notifiedIds() const
     {

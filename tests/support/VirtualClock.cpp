@@ -14,7 +14,7 @@ QCoro::Task<> VirtualClock::sleep(double seconds, CancellationToken token)
     if (token.isCancelled())
         co_return;
     auto waker = std::make_shared<Waker>();
-    m_sleepers.append({m_now.addingSeconds(seconds), waker});
+    m_sleepers.append({m_monotonic + seconds, waker});
     QObject::connect(token.state(), &CancellationState::cancelled, waker.get(), &Waker::wake);
     co_await qCoro(waker.get(), &Waker::woke);
 }
@@ -36,7 +36,9 @@ void VirtualClock::settle(int rounds)
 
 void VirtualClock::advance(double seconds)
 {
-    const Date target = m_now.addingSeconds(seconds);
+    const double start = m_monotonic;
+    const Date wallStart = m_now;
+    const double target = start + seconds;
     for (;;) {
         settle();
         m_sleepers.removeIf([](const Sleeper &s) { return s.waker->isWoken(); });
@@ -44,11 +46,13 @@ void VirtualClock::advance(double seconds)
                                      [](const Sleeper &a, const Sleeper &b) { return a.deadline < b.deadline; });
         if (next == m_sleepers.end() || next->deadline > target)
             break;
-        m_now = std::max(m_now, next->deadline);
+        m_monotonic = std::max(m_monotonic, next->deadline);
+        m_now = wallStart.addingSeconds(m_monotonic - start);
         const auto waker = next->waker;
         m_sleepers.erase(next);
         waker->wake();
     }
-    m_now = target;
+    m_monotonic = target;
+    m_now = wallStart.addingSeconds(seconds);
     settle();
 }

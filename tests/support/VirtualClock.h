@@ -7,12 +7,15 @@
 
 // A clock whose time moves only when the test says so. Sleepers wake in deadline order as
 // time is advanced, with the event loop run between wake-ups so their coroutines go on.
+// advance() moves the wall clock and the monotonic one together; set() steps the wall clock
+// alone, as an NTP correction or a resumed virtual machine does, and wakes nobody.
 class VirtualClock final : public Clock
 {
 public:
     explicit VirtualClock(Date start = Date::fromUnix(1'773'144'000)); // 2026-03-10 12:00:00 UTC
 
     Date now() const override { return m_now; }
+    double monotonicSeconds() const override { return m_monotonic; }
     QCoro::Task<> sleep(double seconds, CancellationToken token) override;
 
     void set(Date now) { m_now = now; }
@@ -26,8 +29,9 @@ public:
     const QList<double> &requestedSleeps() const { return m_requested; }
 
 private:
-    struct Sleeper { Date deadline; std::shared_ptr<Waker> waker; };
+    struct Sleeper { double deadline; std::shared_ptr<Waker> waker; }; // monotonic
     Date m_now;
+    double m_monotonic = 1000.0;
     QList<Sleeper> m_sleepers;
     QList<double> m_requested;
 };

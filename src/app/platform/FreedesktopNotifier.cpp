@@ -65,51 +65,69 @@ FreedesktopNotifier::Request FreedesktopNotifier::requestFor(const PaymentEvent 
     return request;
 }
 
-void FreedesktopNotifier::notify(const QList<PaymentEvent> &newEvents, bool privacyMode)
+void FreedesktopNotifier::notify(const NotificationBatch &batch)
 {
-    if (newEvents.isEmpty())
+    if (batch.events.isEmpty() && batch.summary.isEmpty())
         return;
     // Whether a server answers, and what it can do, is asked per batch: servers come and go
     // with the desktop session.
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call(u"GetCapabilities"_s)), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [=, this](QDBusPendingCallWatcher *w) {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, batch](QDBusPendingCallWatcher *w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> reply = *w;
         if (reply.isError())
             return; // no server: nothing is shown and nothing rings
         const QStringList names = reply.value();
-        post(newEvents, {.bodyMarkup = names.contains(u"body-markup"_s), .actions = names.contains(u"actions"_s),
-                         .sound = names.contains(u"sound"_s)},
-             privacyMode);
+        post(batch, {.bodyMarkup = names.contains(u"body-markup"_s), .actions = names.contains(u"actions"_s),
+                     .sound = names.contains(u"sound"_s)});
     });
 }
 
-void FreedesktopNotifier::post(const QList<PaymentEvent> &events, const Capabilities &server, bool privacyMode)
+void FreedesktopNotifier::post(const NotificationBatch &batch, const Capabilities &server)
 {
     const QString soundFile = m_sound && server.sound ? m_sound->file() : QString();
-    for (const PaymentEvent &event : events) {
-        const Content content = contentFor(event, server.bodyMarkup, privacyMode);
-        const Request request = requestFor(event, server, m_saleSound, soundFile);
-        QDBusMessage message = call(u"Notify"_s);
-        message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << request.actions
-                << request.hints << -1;
-        auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-        // Each sale the server cannot play rings once its notification is handed over, whether
-        // or not the server took it.
-        const Posted posted{event.id, event.dashboardLink()};
-        connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                [this, ringHere = request.ringHere, posted](QDBusPendingCallWatcher *w) {
-                    w->deleteLater();
-                    const QDBusPendingReply<uint> reply = *w;
-                    if (!reply.isError()) {
-                        if (m_posted.size() >= postedLimit)
-                            m_posted.erase(m_posted.begin());
-                        m_posted.insert(reply.value(), posted);
-                    }
-                    if (ringHere && m_sound)
-                        m_sound->play();
-                });
+    // However many sales a refresh brings, the batch rings once: with its first sale, or with
+    // the summary when every sale is in it.
+    bool ringPending = m_saleSound && batch.rings;
+    for (const PaymentEvent &event : batch.events) {
+        const Request request = requestFor(event, server, ringPending, soundFile);
+        if (NotificationText::isSale(event.kind))
+            ringPending = false;
+        send(contentFor(event, server.bodyMarkup, batch.privacyMode), request, {event.id, event.dashboardLink()});
     }
+    if (batch.summary.isEmpty())
+        return;
+    Request request{.actions = {defaultAction, u"Open"_s},
+                    .hints = {{u"x-quorvane-id"_s, u"quorvane-summary"_s},
+                              {u"desktop-entry"_s, QStringLiteral(QUORVANE_APP_ID)}}};
+    if (ringPending && !server.sound)
+        request.ringHere = true;
+    else if (ringPending)
+        request.hints.insert(soundFile.isEmpty() ? u"sound-name"_s : u"sound-file"_s,
+                             soundFile.isEmpty() ? u"message-new-instant"_s : soundFile);
+    send({batch.summary, QString(), u"quorvane-summary"_s}, request, {});
+}
+
+void FreedesktopNotifier::send(const Content &content, const Request &request, const Posted &posted)
+{
+    QDBusMessage message = call(u"Notify"_s);
+    message << u"Quorvane"_s << 0u << m_appIcon << content.summary << content.body << request.actions << request.hints
+            << -1;
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    // A sale the server cannot play rings once its notification is handed over, whether or
+    // not the server took it.
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, ringHere = request.ringHere, posted](QDBusPendingCallWatcher *w) {
+                w->deleteLater();
+                const QDBusPendingReply<uint> reply = *w;
+                if (!reply.isError()) {
+                    if (m_posted.size() >= postedLimit)
+                        m_posted.erase(m_posted.begin());
+                    m_posted.insert(reply.value(), posted);
+                }
+                if (ringHere && m_sound)
+                    m_sound->play();
+            });
 }
 
 void FreedesktopNotifier::actionInvoked(uint id, const QString &action)

@@ -43,7 +43,7 @@ public:
 
     // Nothing to ask: the desktop has no per-application permission for notifications.
     void requestAuthorizationIfNeeded() override {}
-    void notify(const QList<PaymentEvent> &newEvents, bool privacyMode) override;
+    void notify(const NotificationBatch &batch) override;
     void setSaleSound(bool on) override { m_saleSound = on; }
 
     // Servers have no subtitle: the account name is the body's first line (in privacy mode the
@@ -59,13 +59,14 @@ private Q_SLOTS:
     void closed(uint id, uint reason);
 
 private:
-    // The event behind a notification still on screen.
+    // The event behind a notification still on screen; none for a batch's summary.
     struct Posted
     {
         QString eventId;
         std::optional<QUrl> link;
     };
-    void post(const QList<PaymentEvent> &events, const Capabilities &server, bool privacyMode);
+    void post(const NotificationBatch &batch, const Capabilities &server);
+    void send(const Content &content, const Request &request, const Posted &posted);
 
     QDBusConnection m_bus;
     std::shared_ptr<SaleSound> m_sound;

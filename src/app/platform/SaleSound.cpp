@@ -40,10 +40,11 @@ void MediaSaleSound::play()
 
 void MediaSaleSound::playFrom(QStringList files)
 {
-    if (files.isEmpty())
+    // One player at a time: a sound still playing is not started again on top of itself.
+    if (files.isEmpty() || m_player)
         return;
-    // One player per sale, so sales in one batch each ring; it goes when it is done.
     auto *player = new QMediaPlayer(this);
+    m_player = player;
     player->setAudioOutput(new QAudioOutput(player));
     connect(player, &QMediaPlayer::mediaStatusChanged, player, [player](QMediaPlayer::MediaStatus status) {
         if (status == QMediaPlayer::EndOfMedia)
@@ -51,6 +52,7 @@ void MediaSaleSound::playFrom(QStringList files)
     });
     connect(player, &QMediaPlayer::errorOccurred, this, [this, player, rest = files.mid(1)] {
         player->deleteLater();
+        m_player = nullptr;
         playFrom(rest); // this file did not load: the next one
     });
     player->setSource(QUrl::fromLocalFile(files.first()));

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 #include <memory>
+
+class QMediaPlayer;
 
 // The short sound of a sale. Behind an interface so that tests and picture runs never open
 // an audio device.
@@ -36,4 +39,5 @@ private:
 
     QString m_soundsFolder;
     QStringList m_dataDirs;
+    QPointer<QMediaPlayer> m_player; // the sound playing, if any
 };

@@ -16,12 +16,12 @@ void RevenueEngine::updateAchievements()
     const BestRecords::Bests bests = BestRecords::compute(own, m_env.calendar);
     assign(m_achievements, BestRecords::updated(m_achievements, bests, now()), &RevenueEngine::achievementsChanged);
     // Written on every call, changed or not; a failed write leaves the published state.
-    m_env.storage.saveAchievements(m_achievements);
+    noteSave(SaveFailures::File::Achievements, m_env.storage.saveAchievements(m_achievements));
 }
 
 void RevenueEngine::saveAchievements(const AchievementsState &state)
 {
     assign(m_achievements, state, &RevenueEngine::achievementsChanged);
-    m_env.storage.saveAchievements(m_achievements);
+    noteSave(SaveFailures::File::Achievements, m_env.storage.saveAchievements(m_achievements));
     updateAchievements();
 }

@@ -90,7 +90,7 @@ QCoro::Task<> RevenueEngine::persistAccounts()
             std::transform(file.begin(), file.end(), file.begin(), Credentials::stripped);
         else
             m_keyringUsable = false; // the private file keeps every key from now on
-        m_env.storage.saveAccounts(file);
+        writeAccountsFile(file);
         for (const QString &key : removals) {
             co_await store->remove(key);
             if (!self)

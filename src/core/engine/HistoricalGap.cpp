@@ -91,7 +91,7 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
     for (const GapFill::HistoricalEvent &h : std::as_const(historical))
         m_notifications.markSeen(h.event.id);
     setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
-    m_env.storage.saveFeed(m_feed);
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
     updateAchievements();
     m_historicalGapFilled = true;
     assign(m_isLoadingHistoricalGap, false, &RevenueEngine::isLoadingHistoricalGapChanged);

@@ -17,11 +17,11 @@ QString RetryThrottleError::description() const
            u"card-testing detection.)"_s.arg(secondsToWait);
 }
 
-std::optional<int> InvoiceRetry::throttleWait(std::optional<Date> lastAttempt, Date now, double minInterval)
+std::optional<int> InvoiceRetry::throttleWait(std::optional<double> lastAttempt, double now, double minInterval)
 {
     if (!lastAttempt)
         return std::nullopt;
-    const double remaining = minInterval - now.secondsSince(*lastAttempt);
+    const double remaining = minInterval - (now - *lastAttempt);
     if (!(remaining > 0))
         return std::nullopt;
     return static_cast<int>(std::ceil(remaining));
@@ -40,7 +40,8 @@ QCoro::Task<> RevenueEngine::retryAtRiskInvoice(AtRiskSub sub, CancellationToken
         setRetryResult(sub.id, RetryOutcome{false, StripeError::missingKey().description(), false});
         co_return;
     }
-    if (const std::optional<int> wait = InvoiceRetry::throttleWait(m_lastRetryAttemptAt, now(), retryMinInterval)) {
+    if (const std::optional<int> wait = InvoiceRetry::throttleWait(m_lastRetryAttemptAt, m_env.clock->monotonicSeconds(),
+                                                                         retryMinInterval)) {
         setRetryResult(sub.id, RetryOutcome{false, RetryThrottleError{*wait}.description(), true});
         // The refusal clears itself once the wait is over, whatever the entry holds by then.
         m_retryTasks.start([this, id = sub.id, wait = *wait](CancellationToken timerToken) {
@@ -50,7 +51,7 @@ QCoro::Task<> RevenueEngine::retryAtRiskInvoice(AtRiskSub sub, CancellationToken
     }
 
     const QString invoiceId = *sub.latestInvoiceId;
-    m_lastRetryAttemptAt = now();
+    m_lastRetryAttemptAt = m_env.clock->monotonicSeconds();
     m_retryingInvoiceIds.insert(invoiceId);
     Q_EMIT retryingInvoiceIdsChanged();
     QPointer<RevenueEngine> self(this);

@@ -15,7 +15,8 @@ struct RetryThrottleError
 namespace InvoiceRetry {
 
 // The whole seconds still to wait before a retry may start, rounded up; none when it may
-// start now. One spacing for all subscriptions: `lastAttempt` is the last retry of any.
-std::optional<int> throttleWait(std::optional<Date> lastAttempt, Date now, double minInterval);
+// start now. One spacing for all subscriptions: `lastAttempt` is the last retry of any. Both
+// times are monotonic seconds (Clock::monotonicSeconds).
+std::optional<int> throttleWait(std::optional<double> lastAttempt, double now, double minInterval);
 
 } // namespace InvoiceRetry

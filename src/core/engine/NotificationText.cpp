@@ -1,5 +1,7 @@
 #include "NotificationText.h"
 
+#include <QLocale>
+
 using namespace Qt::StringLiterals;
 
 namespace NotificationText {
@@ -36,6 +38,24 @@ QString body(const PaymentEvent &event, bool privacyMode)
 QString identifier(const PaymentEvent &event)
 {
     return u"quorvane-"_s + event.id;
+}
+
+QString summary(const QList<PaymentEvent> &rest, bool privacyMode)
+{
+    double salesUSD = 0;
+    bool allSales = true;
+    for (const PaymentEvent &e : rest) {
+        if (isSale(e.kind))
+            salesUSD += e.usdAmount;
+        else
+            allSales = false;
+    }
+    // Grouped the same way whatever the user's locale, like the amounts above.
+    const QLocale english(QLocale::English, QLocale::UnitedStates);
+    if (privacyMode)
+        return u"+%1 more %2"_s.arg(english.toString(rest.size()), allSales ? u"sales"_s : u"events"_s);
+    return u"+%1 more %2 · $%3"_s.arg(english.toString(rest.size()), allSales ? u"sales"_s : u"events"_s,
+                                       english.toString(qRound64(salesUSD)));
 }
 
 bool isSale(RevenueKind kind)

@@ -14,7 +14,11 @@ QString amountText(const PaymentEvent &event);
 QString body(const PaymentEvent &event, bool privacyMode);
 // "quorvane-" and the event id.
 QString identifier(const PaymentEvent &event);
-// New subscriptions and renewals are sales: each one rings.
+// The line for the events of a refresh beyond those announced one by one, with what their
+// sales bring in US dollars: "+2,996 more sales · $41,380", "+12 more events · $300"; without
+// the amount in privacy mode.
+QString summary(const QList<PaymentEvent> &rest, bool privacyMode = false);
+// New subscriptions and renewals are sales: a refresh with one rings.
 bool isSale(RevenueKind kind);
 
 } // namespace NotificationText

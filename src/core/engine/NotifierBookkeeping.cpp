@@ -1,5 +1,7 @@
 #include "NotifierBookkeeping.h"
 
+#include "engine/NotificationText.h"
+
 QList<PaymentEvent> NotifierBookkeeping::recentUnseen(const QList<PaymentEvent> &events, const QSet<QString> &seen,
                                                       Date now)
 {
@@ -11,6 +13,19 @@ QList<PaymentEvent> NotifierBookkeeping::recentUnseen(const QList<PaymentEvent> 
     return selected;
 }
 
+NotificationBatch NotifierBookkeeping::bounded(const QList<PaymentEvent> &events, bool privacyMode)
+{
+    NotificationBatch batch;
+    batch.privacyMode = privacyMode;
+    batch.events = events.mid(0, maxSingleNotifications);
+    const QList<PaymentEvent> rest = events.mid(maxSingleNotifications);
+    if (!rest.isEmpty())
+        batch.summary = NotificationText::summary(rest, privacyMode);
+    batch.rings = std::any_of(events.cbegin(), events.cend(),
+                              [](const PaymentEvent &e) { return NotificationText::isSale(e.kind); });
+    return batch;
+}
+
 void NotifierBookkeeping::primeFromStoredFeed(const QList<PaymentEvent> &feed)
 {
     if (feed.isEmpty())
@@ -20,7 +35,7 @@ void NotifierBookkeeping::primeFromStoredFeed(const QList<PaymentEvent> &feed)
 }
 
 NotifierBookkeeping::Decision NotifierBookkeeping::handOff(const QList<PaymentEvent> &events, bool notificationsOn,
-                                                           Date now)
+                                                           Date now, bool privacyMode)
 {
     Decision decision;
     if (!m_initialized) {
@@ -34,7 +49,7 @@ NotifierBookkeeping::Decision NotifierBookkeeping::handOff(const QList<PaymentEv
     }
     if (notificationsOn) {
         decision.post = true;
-        decision.events = recentUnseen(events, m_seen, now);
+        decision.batch = bounded(recentUnseen(events, m_seen, now), privacyMode);
     }
     markSeen(events); // switching notifications on later must not replay these
     return decision;

@@ -41,6 +41,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     // Until the keyring has answered, accounts have no keys: the first cycle runs when it has.
     if (m_isLoading || !m_credentialsReady || m_feedPending)
         co_return;
+    retryFailedSaves();
 
     QList<Account> enabled;
     for (const Account &a : std::as_const(m_accounts))
@@ -54,7 +55,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         // Nothing to show: no events and no days, not 95 empty ones. Disabled accounts keep
         // their stored events, hidden, for when they are enabled again.
         setFeed(m_feed);
-        m_env.storage.saveFeed(m_feed); // a failed write is repaired by the next one
+        noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
         co_return;
     }
 
@@ -64,6 +65,9 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     assign(m_isLoading, true, &RevenueEngine::isLoadingChanged);
     assign(m_refreshStartTime, std::optional<Date>(start), &RevenueEngine::refreshStartTimeChanged);
     assign(m_missingEventScopeAccounts, QSet<QUuid>(), &RevenueEngine::missingEventScopeAccountsChanged);
+    // A sync state later than now was written while the wall clock ran ahead: it says nothing
+    // about what was loaded, so those accounts load their whole window again.
+    m_syncState.removeIf([start](const auto &synced) { return start < synced.value(); });
     const Date todayStart = m_env.calendar.startOfDay(start);
     const Date bootstrapStart = m_env.calendar.addingDays(todayStart, -bootstrapLookbackDays);
 
@@ -142,11 +146,13 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 
     assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
     setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon(), superseded));
-    m_env.storage.saveFeed(m_feed);
-
-    for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
-        m_syncState.insert(it.key(), it.value());
-    m_env.storage.saveSyncState(m_syncState);
+    // The sync state moves on only with the feed on disk: events that were not saved are
+    // asked for again by the next cycle.
+    if (noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed))) {
+        for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
+            m_syncState.insert(it.key(), it.value());
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    }
     notifyForNewEvents(newEvents);
     updateAchievements();
     fillDemoHistory(); // first: it answers at once, and a real account's fill then still starts
@@ -172,7 +178,13 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
 
 Date RevenueEngine::retentionHorizon() const
 {
-    return m_env.calendar.addingDays(m_env.calendar.startOfDay(now()), -feedRetentionDays);
+    const auto horizonFrom = [this](Date anchor) {
+        return m_env.calendar.addingDays(m_env.calendar.startOfDay(anchor), -feedRetentionDays);
+    };
+    // A clock that would purge even the newest stored event reads far ahead (a wrong date for
+    // one refresh): the window is then measured from that event, so nothing is lost.
+    const Date horizon = horizonFrom(now());
+    return !m_feed.isEmpty() && m_feed.first().date < horizon ? horizonFrom(m_feed.first().date) : horizon;
 }
 
 QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
@@ -203,11 +215,11 @@ QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed
 void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)
 {
     const NotifierBookkeeping::Decision decision =
-        m_notifications.handOff(events, m_preferences.showNotifications, now());
+        m_notifications.handOff(events, m_preferences.showNotifications, now(), m_preferences.privacyMode);
     if (!m_env.notifier)
         return;
     if (decision.requestPermission)
         m_env.notifier->requestAuthorizationIfNeeded();
     if (decision.post)
-        m_env.notifier->notify(decision.events, m_preferences.privacyMode);
+        m_env.notifier->notify(decision.batch);
 }

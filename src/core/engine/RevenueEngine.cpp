@@ -3,6 +3,7 @@
 #include "engine/Credentials.h"
 #include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
+#include "storage/AccountsMerge.h"
 
 #include <QPointer>
 
@@ -57,14 +58,79 @@ void RevenueEngine::loadFromDisk()
     const Storage &storage = m_env.storage;
     storage.fileURL(); // creates the data folder on first launch
     storage.tightenFolder();
-    m_accounts = storage.loadAccounts(&m_damagedFiles);
-    if (auto preferences = storage.loadPreferences(&m_damagedFiles))
+    QList<FileDamage> damaged;
+    m_accounts = storage.loadAccounts(&damaged);
+    m_accountIdsOnDisk = AccountsMerge::idsOf(m_accounts);
+    if (auto preferences = storage.loadPreferences(&damaged))
         m_preferences = *preferences;
-    m_syncState = storage.loadSyncState(&m_damagedFiles);
-    if (auto achievements = storage.loadAchievements(&m_damagedFiles))
+    m_syncState = storage.loadSyncState(&damaged);
+    if (auto achievements = storage.loadAchievements(&damaged))
         m_achievements = *achievements;
+    takeDamage(damaged);
 
     loadStoredFeed();
+}
+
+void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
+{
+    m_damagedFiles += damaged;
+    for (const FileDamage &damage : damaged)
+        if (damage.blocksWrites)
+            m_env.storage.holdWrites(damage.file, damage.reason);
+}
+
+std::optional<QString> RevenueEngine::lastError() const
+{
+    const std::optional<QString> saves = m_saveFailures.text();
+    if (!saves || !m_lastError)
+        return saves ? saves : m_lastError;
+    // First, so that the account lines after it still start with "[name]".
+    return *saves + u" · "_s + *m_lastError;
+}
+
+bool RevenueEngine::noteSave(SaveFailures::File file, const Storage::Saved &saved)
+{
+    if (m_saveFailures.record(file, saved))
+        Q_EMIT lastErrorChanged();
+    return saved.ok();
+}
+
+void RevenueEngine::retryFailedSaves()
+{
+    using File = SaveFailures::File;
+    if (m_saveFailures.isPending(File::Accounts))
+        saveAccounts();
+    if (m_saveFailures.isPending(File::Preferences))
+        noteSave(File::Preferences, m_env.storage.savePreferences(m_preferences));
+    if (m_saveFailures.isPending(File::Achievements))
+        noteSave(File::Achievements, m_env.storage.saveAchievements(m_achievements));
+    if (m_saveFailures.isPending(File::Feed))
+        noteSave(File::Feed, m_env.storage.saveFeed(m_feed));
+    if (m_saveFailures.isPending(File::SyncState))
+        noteSave(File::SyncState, m_env.storage.saveSyncState(m_syncState));
+}
+
+bool RevenueEngine::writeAccountsFile(const QList<Account> &fileForm)
+{
+    auto written = m_env.storage.updateAccounts(fileForm, m_accountIdsOnDisk);
+    if (!noteSave(SaveFailures::File::Accounts, written ? Storage::Saved(Done{}) : Storage::Saved(written.error())))
+        return false;
+    // What the merge added came from another process; what it dropped, that process removed.
+    const QSet<QUuid> ours = AccountsMerge::idsOf(fileForm);
+    const QSet<QUuid> onDisk = AccountsMerge::idsOf(written.value());
+    m_accountIdsOnDisk = onDisk;
+    const qsizetype removed =
+        m_accounts.removeIf([&](const Account &a) { return ours.contains(a.id) && !onDisk.contains(a.id); });
+    const QSet<QUuid> current = AccountsMerge::idsOf(m_accounts);
+    bool added = false;
+    for (const Account &a : written.value())
+        if (!ours.contains(a.id) && !current.contains(a.id)) {
+            m_accounts.append(a);
+            added = true;
+        }
+    if (removed > 0 || added)
+        Q_EMIT accountsChanged();
+    return true;
 }
 
 bool RevenueEngine::accountsDamaged() const
@@ -89,7 +155,7 @@ void RevenueEngine::setPreferences(const Preferences &preferences)
 {
     const bool changed = !(preferences == m_preferences);
     m_preferences = preferences;
-    m_env.storage.savePreferences(m_preferences); // a failed write is ignored
+    noteSave(SaveFailures::File::Preferences, m_env.storage.savePreferences(m_preferences));
     if (changed)
         Q_EMIT preferencesChanged();
 }
@@ -104,7 +170,7 @@ void RevenueEngine::saveAccounts()
     if (m_keyringUsable && m_credentialsReady)
         persistAccounts();
     else
-        m_env.storage.saveAccounts(m_accounts);
+        writeAccountsFile(m_accounts);
 }
 
 void RevenueEngine::upsertAccount(const Account &account)

@@ -3,6 +3,7 @@
 #include "engine/EngineTypes.h"
 #include "engine/Notifier.h"
 #include "engine/NotifierBookkeeping.h"
+#include "engine/SaveFailures.h"
 #include "model/Account.h"
 #include "model/Achievement.h"
 #include "model/AtRiskSub.h"
@@ -112,7 +113,8 @@ public:
     // A disabled account's events stay stored, hidden, until it is enabled again.
     const QList<PaymentEvent> &feed() const { return m_shownFeed; }
     bool isLoading() const { return m_isLoading; }
-    const std::optional<QString> &lastError() const { return m_lastError; }
+    // The saves that failed (retried on every refresh), then the last refresh's errors.
+    std::optional<QString> lastError() const;
     std::optional<Date> lastRefreshed() const { return m_lastRefreshed; }
     const QSet<QUuid> &missingEventScopeAccounts() const { return m_missingEventScopeAccounts; }
     std::optional<QUuid> selectedAccountFilter() const { return m_selectedAccountFilter; }
@@ -260,6 +262,15 @@ private:
     QCoro::Task<> readFeedInBackground(CancellationToken token);
     void adoptStoredFeed(QList<PaymentEvent> stored);
     void saveAccounts();
+    // Writes the accounts file (in the form given: with or without credentials) merged with
+    // what another process wrote, and takes in that process's additions and removals.
+    bool writeAccountsFile(const QList<Account> &fileForm);
+    // Records a save's outcome for the user and the retry; true when it was saved.
+    bool noteSave(SaveFailures::File file, const Storage::Saved &saved);
+    void retryFailedSaves();
+    // Damage found while loading: published, and files that could not be read are never
+    // written over.
+    void takeDamage(const QList<FileDamage> &damaged);
     QCoro::Task<> loadCredentials();
     QCoro::Task<> persistAccounts();
     // Replaces the stored feed; events of accounts the engine no longer knows are left out.
@@ -330,6 +341,8 @@ private:
     bool m_isLoadingAtRisk = false;
     bool m_isLoadingHistoricalGap = false;
     QList<FileDamage> m_damagedFiles;
+    SaveFailures m_saveFailures;
+    QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
     QHash<QUuid, qsizetype> m_skippedRecords;
     bool m_credentialsReady = true;
     bool m_keyringUsable = false;
@@ -349,7 +362,7 @@ private:
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
     TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
     TaskGroup m_retryTasks;         // invoice retries and the timers that lift a throttle
-    std::optional<Date> m_lastRetryAttemptAt;
+    std::optional<double> m_lastRetryAttemptAt; // monotonic seconds
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;

@@ -34,7 +34,7 @@ void RevenueEngine::loadStoredFeed()
 {
     if (!m_env.readFeedInBackground) {
         StoredFeed stored = readStoredFeed(m_env.storage);
-        m_damagedFiles += stored.damaged;
+        takeDamage(stored.damaged);
         adoptStoredFeed(std::move(stored.events));
         return;
     }
@@ -66,7 +66,7 @@ QCoro::Task<> RevenueEngine::readFeedInBackground(CancellationToken token)
         co_return;
     // Handed over in one step: one change of every field, then the loops start.
     if (!stored.damaged.isEmpty()) {
-        self->m_damagedFiles += stored.damaged;
+        self->takeDamage(stored.damaged);
         Q_EMIT self->damagedFilesChanged();
     }
     self->adoptStoredFeed(std::move(stored.events));
@@ -100,6 +100,6 @@ void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
     const Date horizon = m_env.calendar.addingDays(now(), -25);
     if (m_feed.last().date > horizon && !m_accounts.isEmpty()) {
         m_syncState.clear();
-        m_env.storage.saveSyncState(m_syncState);
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
     }
 }

@@ -1,12 +1,12 @@
 #include "IconCache.h"
 
 #include "net/PublicFetch.h"
+#include "storage/DataFile.h"
 #include "stripe/StripeClient.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -121,8 +121,5 @@ QCoro::Task<bool> IconCache::download(QUuid accountId, QString domain)
 
 bool IconCache::writeIcon(const QUuid &accountId, const QByteArray &bytes)
 {
-    QSaveFile file(iconPath(accountId));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return false;
-    return file.commit();
+    return DataFile::write(iconPath(accountId), bytes).ok();
 }

@@ -59,6 +59,9 @@ QString bodyText(const QByteArray &body)
     QString text = decoder.decode(body);
     if (decoder.hasError())
         text.clear();
+    // Shown to the user: a megabyte of error page would freeze the panel laying it out.
+    if (text.size() > longestBodyText)
+        text = text.left(longestBodyText - 1) + u'\u2026';
     return text;
 }
 

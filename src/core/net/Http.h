@@ -52,7 +52,9 @@ QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkReques
                                   QByteArray body = {}, CancellationToken token = CancellationToken::none(),
                                   qint64 maxBody = maxBodyBytes);
 
-// A response body as text for error messages: UTF-8, or empty when it is not valid UTF-8.
+// A response body as text for error messages: UTF-8, or empty when it is not valid UTF-8;
+// past `longestBodyText` characters it is cut, ending in "…".
+inline constexpr qsizetype longestBodyText = 500;
 QString bodyText(const QByteArray &body);
 
 // A request with the defaults every provider call uses.

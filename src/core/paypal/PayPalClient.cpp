@@ -68,7 +68,15 @@ QCoro::Task<Result<QString, PPError>> PayPalClient::token(CancellationToken canc
     auto token = decodeJsonObject(response.body, [](JsonReader &reader) { return PPToken::decode(reader); });
     if (!token)
         co_return PPError::decoding(token.error());
-    co_return std::move(token).value().access_token;
+    // The token goes into a header as it is: a line break in it would end that header and
+    // start one of the server's choosing.
+    const QString accessToken = std::move(token).value().access_token;
+    const bool plain = !accessToken.isEmpty() && std::all_of(accessToken.cbegin(), accessToken.cend(), [](QChar c) {
+        return c.unicode() > 0x20 && c.unicode() < 0x7f;
+    });
+    if (!plain)
+        co_return PPError::decoding(u"access_token: not a token of visible ASCII characters"_s);
+    co_return accessToken;
 }
 
 QCoro::Task<Result<QList<PPTransaction>, PPError>> PayPalClient::fetchTransactions(Date since, Date now,

@@ -1,10 +1,9 @@
 #include "DamagedFiles.h"
 
-#include "storage/FilePermissions.h"
+#include "storage/DataFile.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -21,11 +20,7 @@ QString keepCopy(const QString &folder, const QString &fileName, const QByteArra
             return newest.fileName(); // the same damage seen at an earlier start
     }
     const QString path = dir.filePath(fileName + u".damaged-"_s + utcStamp);
-    QSaveFile copy(path);
-    if (!copy.open(QIODevice::WriteOnly))
-        return {};
-    FilePermissions::restrictToOwner(copy);
-    if (copy.write(bytes) != bytes.size() || !copy.commit())
+    if (!DataFile::write(path, bytes))
         return {};
     copies.append(QFileInfo(path).fileName());
     copies.removeDuplicates();
@@ -36,6 +31,10 @@ QString keepCopy(const QString &folder, const QString &fileName, const QByteArra
 
 QString describe(const FileDamage &damage)
 {
+    if (damage.blocksWrites)
+        return u"Cannot read %1 (%2); nothing is written to it until it can be read."_s.arg(damage.file, damage.reason);
+    if (!damage.reason.isEmpty())
+        return u"%1 could not be read (%2)."_s.arg(damage.file, damage.reason);
     const QString where = damage.keptAt.isEmpty() ? u"no copy could be kept"_s
                                                   : u"a copy was kept as %1"_s.arg(damage.keptAt);
     if (damage.skipped == 0)

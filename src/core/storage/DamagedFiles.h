@@ -12,6 +12,8 @@ struct FileDamage
     QString file;           // "accounts.json"
     QString keptAt;         // the kept copy; empty when no copy could be written
     qsizetype skipped = 0;  // elements left out; 0 when nothing could be read at all
+    QString reason;         // why nothing could be read: "permission denied", "it is empty"
+    bool blocksWrites = false; // unreadable: nothing may replace it before it has been read
     friend bool operator==(const FileDamage &, const FileDamage &) = default;
 };
 

@@ -35,6 +35,9 @@ void tightenFolder(const QString &folder, const QStringList &dataFiles)
     const QRegularExpression leftover(u"^(%1)\\.[A-Za-z0-9]{6}$"_s.arg(escaped.join(u'|')));
     const auto entries = dir.entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
     for (const QFileInfo &entry : entries) {
+        // A link's target may lie anywhere: changing its mode would change someone else's file.
+        if (entry.isSymLink())
+            continue;
         if (entry.isDir())
             QFile::setPermissions(entry.filePath(), ownerFolder);
         else if (leftover.match(entry.fileName()).hasMatch())

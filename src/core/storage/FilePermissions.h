@@ -13,7 +13,7 @@ bool restrictFolder(const QString &path);
 // 0600 on an open file, before anything is written into it.
 bool restrictToOwner(QFileDevice &file);
 // 0600 on every file directly in `folder` and 0700 on its subfolders; temporary copies
-// left by an interrupted save ("feed.json.AbC123") are removed.
+// left by an interrupted save ("feed.json.AbC123") are removed. Links are left alone.
 void tightenFolder(const QString &folder, const QStringList &dataFiles);
 
 } // namespace FilePermissions

@@ -1,13 +1,17 @@
 #include "Storage.h"
 
 #include "model/AmountBounds.h"
+#include "storage/AccountsMerge.h"
+#include "storage/DataFile.h"
 #include "storage/FilePermissions.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
-#include <QSaveFile>
+#include <QLockFile>
+
+#include <cerrno>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
@@ -40,16 +44,26 @@ void Storage::tightenFolder() const
                                     QString::fromLatin1(syncStateFile)});
 }
 
+void Storage::reportUnreadable(const char *fileName, const QString &reason, QList<FileDamage> *damaged) const
+{
+    if (damaged)
+        damaged->append(FileDamage{QString::fromLatin1(fileName), {}, 0, reason, true});
+}
+
 void Storage::reportDamage(const char *fileName, const QByteArray &bytes, qsizetype skipped,
                            QList<FileDamage> *damaged) const
 {
-    if (bytes.isEmpty())
-        return; // nothing to keep, and nothing was lost
+    // The program never writes an empty file: one that reads empty lost its content.
+    if (bytes.isEmpty()) {
+        if (damaged)
+            damaged->append(FileDamage{QString::fromLatin1(fileName), {}, 0, u"it is empty"_s});
+        return;
+    }
     const QString name = QString::fromLatin1(fileName);
     const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
     const QString keptAt = DamagedFiles::keepCopy(m_folder, name, bytes, stamp);
     if (damaged)
-        damaged->append(FileDamage{name, keptAt, skipped});
+        damaged->append(FileDamage{name, keptAt, skipped, {}});
 }
 
 QString Storage::fileURL() const
@@ -70,30 +84,57 @@ QString Storage::pathOf(const char *fileName) const
     return QDir(m_folder).filePath(QString::fromLatin1(fileName));
 }
 
-std::optional<QByteArray> Storage::read(const char *fileName) const
+struct Storage::FileRead
 {
-    QFile file(pathOf(fileName));
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    return file.readAll();
+    DataFile::Opened::State state = DataFile::Opened::State::Missing;
+    QByteArray bytes;
+    QString reason;
+    bool unreadable() const { return state == DataFile::Opened::State::Unreadable; }
+    std::optional<QByteArray> content() const
+    {
+        return state == DataFile::Opened::State::Open ? std::optional(bytes) : std::nullopt;
+    }
+};
+
+Storage::FileRead Storage::readWhole(const char *fileName) const
+{
+    QFile file;
+    FileRead out;
+    const DataFile::Opened opened = DataFile::open(file, pathOf(fileName), m_folder);
+    out.state = opened.state;
+    out.reason = opened.reason;
+    if (opened.state != DataFile::Opened::State::Open)
+        return out;
+    errno = 0;
+    out.bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return {DataFile::Opened::State::Unreadable, {}, DataFile::reasonFor(errno ? errno : EIO)};
+    return out;
 }
 
-bool Storage::writeAtomically(const char *fileName, const QByteArray &bytes) const
+std::optional<QByteArray> Storage::read(const char *fileName) const
+{
+    return readWhole(fileName).content();
+}
+
+void Storage::holdWrites(const QString &fileName, const QString &reason)
+{
+    m_heldWrites.insert(fileName, reason);
+}
+
+Storage::Saved Storage::writeAtomically(const char *fileName, const QByteArray &bytes) const
 {
     ensureFolder(m_folder);
-    QSaveFile file(pathOf(fileName));
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    // The temporary copy is made private before the first byte goes in; the rename keeps it so.
-    if (!FilePermissions::restrictToOwner(file)) {
-        file.cancelWriting();
-        return false;
-    }
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    const QString name = QString::fromLatin1(fileName);
+    if (const auto held = m_heldWrites.constFind(name); held != m_heldWrites.cend())
+        return u"cannot read %1 (%2)"_s.arg(name, *held);
+    // A file that exists but cannot be read is someone's data all the same.
+    QFile existing;
+    const DataFile::Opened opened = DataFile::open(existing, pathOf(fileName), m_folder);
+    if (opened.state == DataFile::Opened::State::Unreadable)
+        return u"cannot read %1 (%2)"_s.arg(name, opened.reason);
+    existing.close();
+    return DataFile::write(pathOf(fileName), bytes);
 }
 
 namespace {
@@ -166,9 +207,24 @@ bool insaneAmount(const PaymentEvent &e)
 
 } // namespace
 
+namespace {
+
+QByteArray encodeAccounts(const QList<Account> &accounts)
+{
+    QJsonArray array;
+    for (const Account &a : accounts)
+        array.append(toJson(a));
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
 QList<Account> Storage::loadAccounts(QList<FileDamage> *damaged) const
 {
-    const auto bytes = read(accountsFile);
+    const FileRead file = readWhole(accountsFile);
+    if (file.unreadable())
+        reportUnreadable(accountsFile, file.reason, damaged);
+    const auto bytes = file.content();
     if (!bytes)
         return {};
     if (auto accounts = decodeList<Account>(bytes, DateForm::Iso8601))
@@ -180,25 +236,46 @@ QList<Account> Storage::loadAccounts(QList<FileDamage> *damaged) const
     return accounts.value_or(QList<Account>{});
 }
 
-bool Storage::saveAccounts(const QList<Account> &accounts) const
+Storage::Saved Storage::saveAccounts(const QList<Account> &accounts) const
 {
-    QJsonArray array;
-    for (const Account &a : accounts)
-        array.append(toJson(a));
     fileURL();
-    return writeAtomically(accountsFile, QJsonDocument(array).toJson(QJsonDocument::Compact));
+    return writeAtomically(accountsFile, encodeAccounts(accounts));
+}
+
+Result<QList<Account>, QString> Storage::updateAccounts(const QList<Account> &accounts, const QSet<QUuid> &known)
+{
+    fileURL();
+    // Held only from the read to the rename, so another process waits milliseconds at most.
+    QLockFile lock(pathOf(accountsFile) + u".lock"_s);
+    errno = 0;
+    if (!lock.tryLock(2000))
+        return lock.error() == QLockFile::LockFailedError ? u"another Quorvane is saving them"_s
+                                                          : DataFile::reasonFor(errno ? errno : EIO);
+    QList<FileDamage> damaged;
+    const QList<Account> onDisk = loadAccounts(&damaged);
+    if (!damaged.isEmpty() && damaged.first().blocksWrites)
+        return u"cannot read %1 (%2)"_s.arg(damaged.first().file, damaged.first().reason);
+    // Read now: whatever it holds is merged in, so it may be written over again.
+    m_heldWrites.remove(QString::fromLatin1(accountsFile));
+    const QList<Account> merged = AccountsMerge::merge(accounts, known, onDisk, damaged.isEmpty());
+    if (auto saved = writeAtomically(accountsFile, encodeAccounts(merged)); !saved)
+        return saved.error();
+    return merged;
 }
 
 std::optional<Preferences> Storage::loadPreferences(QList<FileDamage> *damaged) const
 {
-    const auto bytes = read(preferencesFile);
+    const FileRead file = readWhole(preferencesFile);
+    if (file.unreadable())
+        reportUnreadable(preferencesFile, file.reason, damaged);
+    const auto bytes = file.content();
     auto preferences = decodeOne<Preferences>(bytes, DateForm::ReferenceSeconds);
     if (bytes && !preferences)
         reportDamage(preferencesFile, *bytes, 0, damaged);
     return preferences;
 }
 
-bool Storage::savePreferences(const Preferences &preferences) const
+Storage::Saved Storage::savePreferences(const Preferences &preferences) const
 {
     return writeAtomically(preferencesFile,
                            QJsonDocument(toJson(preferences, DateForm::ReferenceSeconds)).toJson(QJsonDocument::Compact));
@@ -206,14 +283,17 @@ bool Storage::savePreferences(const Preferences &preferences) const
 
 std::optional<AchievementsState> Storage::loadAchievements(QList<FileDamage> *damaged) const
 {
-    const auto bytes = read(achievementsFile);
+    const FileRead file = readWhole(achievementsFile);
+    if (file.unreadable())
+        reportUnreadable(achievementsFile, file.reason, damaged);
+    const auto bytes = file.content();
     auto state = decodeOne<AchievementsState>(bytes, DateForm::Iso8601);
     if (bytes && !state)
         reportDamage(achievementsFile, *bytes, 0, damaged);
     return state;
 }
 
-bool Storage::saveAchievements(const AchievementsState &state) const
+Storage::Saved Storage::saveAchievements(const AchievementsState &state) const
 {
     return writeAtomically(achievementsFile,
                            QJsonDocument(toJson(state, DateForm::Iso8601)).toJson(QJsonDocument::Compact));
@@ -221,8 +301,11 @@ bool Storage::saveAchievements(const AchievementsState &state) const
 
 QList<PaymentEvent> Storage::loadFeed(QList<FileDamage> *damaged) const
 {
-    QFile file(pathOf(feedFile));
-    if (!file.open(QIODevice::ReadOnly))
+    QFile file;
+    const DataFile::Opened opened = DataFile::open(file, pathOf(feedFile), m_folder);
+    if (opened.state == DataFile::Opened::State::Unreadable)
+        reportUnreadable(feedFile, opened.reason, damaged);
+    if (opened.state != DataFile::Opened::State::Open)
         return {};
     qsizetype skipped = 0;
     auto feed = decodeFeedFile(file);
@@ -231,7 +314,12 @@ QList<PaymentEvent> Storage::loadFeed(QList<FileDamage> *damaged) const
     } else if (file.seek(0)) {
         // The fast reader takes a file whole or not at all; event by event, only the events
         // that do not decode (an unknown kind from a newer version, a damaged record) are lost.
+        errno = 0;
         const QByteArray bytes = file.readAll();
+        if (file.error() != QFileDevice::NoError) {
+            reportUnreadable(feedFile, DataFile::reasonFor(errno ? errno : EIO), damaged);
+            return {};
+        }
         feed = decodeEach<PaymentEvent>(bytes, DateForm::Iso8601, skipped);
         if (feed)
             skipped += feed->removeIf(insaneAmount);
@@ -244,7 +332,7 @@ QList<PaymentEvent> Storage::loadFeed(QList<FileDamage> *damaged) const
     return feed.value_or(QList<PaymentEvent>{});
 }
 
-bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
+Storage::Saved Storage::saveFeed(const QList<PaymentEvent> &feed) const
 {
     return writeAtomically(feedFile, encodeFeed(feed));
 }
@@ -252,7 +340,10 @@ bool Storage::saveFeed(const QList<PaymentEvent> &feed) const
 QHash<QUuid, Date> Storage::loadSyncState(QList<FileDamage> *damaged) const
 {
     QHash<QUuid, Date> out;
-    const auto bytes = read(syncStateFile);
+    const FileRead file = readWhole(syncStateFile);
+    if (file.unreadable())
+        reportUnreadable(syncStateFile, file.reason, damaged);
+    const auto bytes = file.content();
     if (!bytes)
         return out;
     const auto doc = parse(bytes);
@@ -276,7 +367,7 @@ QHash<QUuid, Date> Storage::loadSyncState(QList<FileDamage> *damaged) const
     return decoded;
 }
 
-bool Storage::saveSyncState(const QHash<QUuid, Date> &state) const
+Storage::Saved Storage::saveSyncState(const QHash<QUuid, Date> &state) const
 {
     QJsonObject object;
     for (auto it = state.begin(); it != state.end(); ++it)

@@ -3,7 +3,7 @@
 RequestBudget::RequestBudget(int requestsPerSecond, std::shared_ptr<Clock> clock)
     : m_perSecond(std::max(0, requestsPerSecond))
     , m_clock(std::move(clock))
-    , m_pausedUntil(m_clock->now())
+    , m_pausedUntil(m_clock->monotonicSeconds())
 {
 }
 
@@ -16,10 +16,10 @@ int RequestBudget::requestsPerSecondFor(const QString &restrictedKey)
 
 double RequestBudget::waitNeeded() const
 {
-    const Date now = m_clock->now();
-    double wait = std::max(0.0, m_pausedUntil.secondsSince(now));
+    const double now = m_clock->monotonicSeconds();
+    double wait = std::max(0.0, m_pausedUntil - now);
     if (m_perSecond > 0 && m_spent.size() >= m_perSecond)
-        wait = std::max(wait, m_spent[m_spent.size() - m_perSecond].addingSeconds(1.0).secondsSince(now));
+        wait = std::max(wait, m_spent[m_spent.size() - m_perSecond] + 1.0 - now);
     return wait;
 }
 
@@ -37,8 +37,8 @@ QCoro::Task<bool> RequestBudget::acquire(CancellationToken token)
     }
     if (m_perSecond == 0)
         co_return true;
-    const Date now = m_clock->now();
-    while (!m_spent.isEmpty() && m_spent.first().addingSeconds(1.0) <= now)
+    const double now = m_clock->monotonicSeconds();
+    while (!m_spent.isEmpty() && m_spent.first() + 1.0 <= now)
         m_spent.removeFirst();
     m_spent.append(now);
     co_return true;
@@ -46,5 +46,5 @@ QCoro::Task<bool> RequestBudget::acquire(CancellationToken token)
 
 void RequestBudget::pause(double seconds)
 {
-    m_pausedUntil = std::max(m_pausedUntil, m_clock->now().addingSeconds(seconds));
+    m_pausedUntil = std::max(m_pausedUntil, m_clock->monotonicSeconds() + seconds);
 }

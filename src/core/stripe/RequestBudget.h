@@ -39,6 +39,8 @@ private:
 
     int m_perSecond;
     std::shared_ptr<Clock> m_clock;
-    QList<Date> m_spent; // start times within the last second, oldest first
-    Date m_pausedUntil;
+    // On the clock's monotonic seconds: a wall clock stepped back an hour must not hold
+    // requests back for that hour.
+    QList<double> m_spent; // start times within the last second, oldest first
+    double m_pausedUntil;
 };

@@ -91,8 +91,15 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
         response = co_await Http::send(request, verb, {}, token);
         if (response.status != 429 || verb != "GET")
             break;
-        const double wait = retryAfterSeconds(response.retryAfter, budget->clock()->now()).value_or(backoff);
+        const std::optional<double> asked = retryAfterSeconds(response.retryAfter, budget->clock()->now());
+        const double wait = asked.value_or(backoff);
         backoff *= 2.0;
+        if (asked && *asked > rateLimitWaitLimit) {
+            // Asking again sooner is refused again: the account's requests wait, and the user
+            // is told why.
+            budget->pause(std::min(*asked, longestRateLimitPause));
+            co_return StripeError::rateLimited(*asked);
+        }
         if (waited + wait > rateLimitWaitLimit)
             break;
         waited += wait;

@@ -70,6 +70,8 @@ public:
     static constexpr int listingPageLimit = 2000;
     // How long a request waits in all for Stripe's rate limit before it fails with the 429.
     static constexpr double rateLimitWaitLimit = 30.0;
+    // A longer Retry-After holds the account's requests back this long at most.
+    static constexpr double longestRateLimitPause = 900.0;
 
     // Without a budget requests start at once.
     StripeClient(Account account, QUrl baseUrl, std::shared_ptr<RequestBudget> budget = {});

@@ -2,11 +2,20 @@
 
 #include "net/Http.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 StripeError StripeError::http(int status, const QByteArray &body)
 {
     return StripeError(Kind::Http, status, Http::bodyText(body));
+}
+
+StripeError StripeError::rateLimited(double secondsAsked)
+{
+    const qint64 seconds = qint64(std::ceil(secondsAsked));
+    const QString wait = seconds < 60 ? u"%1 s"_s.arg(seconds) : u"%1 min"_s.arg((seconds + 59) / 60);
+    return StripeError(Kind::Http, 429, u"Stripe asked to wait "_s + wait);
 }
 
 StripeError StripeError::decoding(QString text)

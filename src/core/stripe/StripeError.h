@@ -19,6 +19,8 @@ public:
     };
 
     static StripeError http(int status, const QByteArray &body);
+    // A 429 whose Retry-After asks for longer than a request waits: "Stripe asked to wait 2 min".
+    static StripeError rateLimited(double secondsAsked);
     static StripeError decoding(QString text);
     static StripeError missingKey();
     static StripeError transport(QString networkText);

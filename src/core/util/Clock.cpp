@@ -3,9 +3,16 @@
 #include <QCoroSignal>
 #include <QTimer>
 
+#include <chrono>
+
 Date SystemClock::now() const
 {
     return Date::fromDateTime(QDateTime::currentDateTimeUtc());
+}
+
+double SystemClock::monotonicSeconds() const
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 QCoro::Task<> SystemClock::sleep(double seconds, CancellationToken token)

@@ -12,7 +12,10 @@ class Clock
 public:
     virtual ~Clock() = default;
     virtual Date now() const = 0;
-    // Completes after `seconds`, or as soon as `token` is cancelled.
+    // Seconds on a clock that moves forward at the pace of real time whatever the wall clock
+    // does (an NTP correction, a resumed virtual machine): what waits are measured on.
+    virtual double monotonicSeconds() const = 0;
+    // Completes after `seconds` of monotonic time, or as soon as `token` is cancelled.
     virtual QCoro::Task<> sleep(double seconds, CancellationToken token) = 0;
 };
 
@@ -20,5 +23,6 @@ class SystemClock final : public Clock
 {
 public:
     Date now() const override;
+    double monotonicSeconds() const override;
     QCoro::Task<> sleep(double seconds, CancellationToken token) override;
 };

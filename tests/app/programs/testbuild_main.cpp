@@ -43,7 +43,7 @@ bool seedAccounts(const Storage &storage, const QStringList &specs)
                          .paypalClientId = paypal ? parts[2] : QString(),
                          .paypalSecret = paypal ? parts.value(3) : QString()});
     }
-    return storage.saveAccounts(accounts);
+    return storage.saveAccounts(accounts).ok();
 }
 
 QImage trayStrip(const QString &label, const QImage &icon)
@@ -139,7 +139,8 @@ int main(int argc, char **argv)
         prefs.privacyMode = true;
     if (parser.isSet(light))
         prefs.darkMode = false;
-    options.environment.storage.savePreferences(prefs);
+    if (!options.environment.storage.savePreferences(prefs))
+        return 2;
 
     QuorvaneApp quorvane(std::move(options));
     if (!quorvane.start())

@@ -108,10 +108,10 @@ protected:
             const QJsonObject unlinkedSale = charge({.id = u"ch_unlinked"_s, .amount = 7000, .created = old}, Shape::Legacy);
             return key != stripeAuth(unlinked) ? chargesAnswer : FakeResponse::json(200, page({unlinkedSale}, false));
         });
-        storage().saveAccounts({main, broken, unlinked});
-        storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(old), RevenueKind::Recurring, 99, main.id),
+        ASSERT_TRUE(storage().saveAccounts({main, broken, unlinked}));
+        ASSERT_TRUE(storage().saveFeed({event(u"ch_stored"_s, Date::fromUnix(old), RevenueKind::Recurring, 99, main.id),
                             event(u"in_stored"_s, Date::fromUnix(nowUnix - 50 * day), RevenueKind::Recurring, 20, main.id),
-                            event(u"in_early"_s, Date::fromUnix(start + 300), RevenueKind::Recurring, 25.74, main.id)});
+                            event(u"in_early"_s, Date::fromUnix(start + 300), RevenueKind::Recurring, 25.74, main.id)}));
     }
 };
 

@@ -32,7 +32,7 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
         EXPECT_EQ(book.isInitialized(), !row.stored.isEmpty());
         const auto decision = book.handOff(row.batch, row.notificationsOn, now);
         QStringList posted;
-        for (const PaymentEvent &e : decision.events)
+        for (const PaymentEvent &e : decision.batch.events)
             posted.append(e.id);
         EXPECT_EQ(decision.requestPermission, row.requestPermission);
         EXPECT_EQ(decision.post, row.post);
@@ -40,6 +40,6 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
         for (const PaymentEvent &e : row.batch)
             EXPECT_TRUE(book.seenEventIds().contains(e.id)) << e.id.toStdString();
         // The same batch again, switched on: every id is seen by now.
-        EXPECT_TRUE(book.handOff(row.batch, true, now).events.isEmpty());
+        EXPECT_TRUE(book.handOff(row.batch, true, now).batch.events.isEmpty());
     }
 }

@@ -2,6 +2,7 @@
 // failing) and one PayPal account, then an incremental second cycle.
 #include "EngineFixture.h"
 #include "core/paypal/PayPalBodies.h"
+#include "support/FaultyDisk.h"
 #include "support/RecordingNotifier.h"
 
 using namespace Qt::StringLiterals;
@@ -314,4 +315,90 @@ TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
         EXPECT_TRUE(notifier->notifiedIds().isEmpty());
         engine.reset();
     }
+}
+
+TEST_F(RefreshEndToEnd, ASaveOnAFullDiskIsShownRetriedAndHoldsTheSyncStateBack)
+{
+    add(succeededCharge(u"evt_s"_s, 1'795'262'000,
+                        {.id = u"ch_s"_s, .amount = 2000, .created = 1'795'262'000, .customer = u"cus_s"_s},
+                        Shape::Current));
+    RevenueEngine &e = startWith({main});
+    const QByteArray accountsBefore = readFile(storage().pathOf(Storage::accountsFile));
+    {
+        FaultyDisk::Armed full(dir.path(), {.error = ENOSPC, .bytesAccepted = 0});
+        QCoro::waitFor(e.refresh());
+        Account renamed = main;
+        renamed.name = u"Renamed"_s;
+        e.upsertAccount(renamed);
+        Preferences slower = e.preferences();
+        slower.refreshSeconds = 600;
+        e.setPreferences(slower);
+    }
+    EXPECT_EQ(byId(e.feed()).keys(), QStringList{u"ch_s"_s});
+    EXPECT_EQ(e.lastError(), std::optional<QString>(u"Couldn't save your accounts: the disk is full · Couldn't save your "
+                                                    "settings: the disk is full · Couldn't save the latest events: the "
+                                                    "disk is full · Couldn't save your records: the disk is full"_s));
+    EXPECT_EQ(readFile(storage().pathOf(Storage::accountsFile)), accountsBefore);
+    EXPECT_TRUE(storage().loadFeed().isEmpty());
+    EXPECT_TRUE(storage().loadSyncState().isEmpty()) << "the sale was never saved: it must be asked for again";
+
+    // The next cycle saves everything and asks again from where the saved state left off.
+    stripe.clearRecords();
+    clock->advance(60);
+    QCoro::waitFor(e.refresh());
+    EXPECT_FALSE(e.lastError().has_value());
+    EXPECT_EQ(storage().loadAccounts().value(0).name, u"Renamed"_s);
+    EXPECT_EQ(storage().loadPreferences().value_or(Preferences()).refreshSeconds, 600);
+    EXPECT_EQ(byId(storage().loadFeed()).keys(), QStringList{u"ch_s"_s});
+    EXPECT_EQ(storage().loadSyncState().keys(), QList<QUuid>{main.id});
+    const QByteArray bootstrapGte = "created%5Bgte%5D="
+        + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated());
+    for (const RecordedRequest &r : stripe.requestsTo("/v1/events"))
+        EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
+}
+
+TEST_F(RefreshEndToEnd, ABillingRunIsAnnouncedInAFewNotificationsAndOneSummaryThatRingsOnce)
+{
+    const qint64 now = 1'795'262'400;
+    for (int i = 0; i < 3000; ++i)
+        add(succeededCharge(u"evt_%1"_s.arg(i), now - 500 + i / 10,
+                            {.id = u"ch_%1"_s.arg(i), .amount = 1900, .created = now - 500 + i / 10,
+                             .customer = u"cus_%1"_s.arg(i)},
+                            Shape::Current));
+    ASSERT_TRUE(storage().saveFeed({event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+    auto notifier = std::make_shared<RecordingNotifier>();
+    RevenueEngine &e = startWith({main}, notifier);
+    QCoro::waitFor(e.refresh());
+    ASSERT_EQ(e.feed().size(), 3001);
+    ASSERT_EQ(notifier->batches.size(), 1);
+    EXPECT_EQ(notifier->batches[0].size(), NotifierBookkeeping::maxSingleNotifications);
+    EXPECT_EQ(notifier->summaries, QStringList{u"+2,996 more sales · $56,924"_s}); // 2,996 × $19
+    EXPECT_EQ(notifier->rings, 1);
+}
+
+TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgottenOnceRight)
+{
+    const Date today = clock->now();
+    QList<PaymentEvent> stored;
+    for (int day = 1; day <= 60; ++day)
+        stored.append(event(u"in_%1"_s.arg(day), today.addingSeconds(-day * 86400.0), RevenueKind::Recurring, 10));
+    ASSERT_TRUE(storage().saveFeed(stored));
+    RevenueEngine &e = startWith({main});
+    clock->set(today.addingSeconds(400 * 86400.0));
+    QCoro::waitFor(e.refresh());
+    EXPECT_EQ(e.feed(), stored);
+    EXPECT_EQ(storage().loadFeed(), stored);
+
+    // Corrected: the sync state written 400 days ahead is dropped and the window loads again.
+    clock->set(today.addingSeconds(60));
+    stripe.clearRecords();
+    QCoro::waitFor(e.refresh());
+    const QByteArray bootstrapGte = "created%5Bgte%5D="
+        + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated());
+    const auto listings = stripe.requestsTo("/v1/events");
+    ASSERT_FALSE(listings.isEmpty());
+    for (const RecordedRequest &r : listings)
+        EXPECT_TRUE(r.rawQuery.contains(bootstrapGte)) << r.rawQuery.toStdString();
+    EXPECT_LE(storage().loadSyncState().value(main.id), clock->now());
+    EXPECT_EQ(e.feed(), stored);
 }

@@ -1,4 +1,5 @@
 #include "PayPalBodies.h"
+#include "net/Http.h"
 #include "paypal/PayPalClient.h"
 #include "support/FakeHttpServer.h"
 #include "support/TestUtil.h"
@@ -166,6 +167,12 @@ TEST_F(PayPalClientTest, FailuresCarryPayPalsStatusAndBody)
         {"transactions not a list", okToken, FakeResponse::json(200, R"({"transaction_details":{"0":{}}})"),
          PPError::Kind::Decoding, u"PayPal decode error: transaction_details: expected an array"_s},
         {"truncated search body", okToken, truncated, PPError::Kind::Transport, {}},
+        {"token with a line break", FakeResponse::json(200, R"({"access_token":"A21AA\r\nX-Injected: 1","token_type":"Bearer","expires_in":32400})"),
+         okSearch, PPError::Kind::Decoding, u"PayPal decode error: access_token: not a token of visible ASCII characters"_s},
+        {"token with a space", FakeResponse::json(200, R"({"access_token":"A21AA B","token_type":"Bearer","expires_in":32400})"),
+         okSearch, PPError::Kind::Decoding, u"PayPal decode error: access_token: not a token of visible ASCII characters"_s},
+        {"a megabyte of error page", okToken, FakeResponse::json(503, QByteArray(1 << 20, 'x')), PPError::Kind::Http,
+         u"PayPal HTTP 503: "_s + QString(Http::longestBodyText - 1, u'x') + u'\u2026'},
         {"connection dropped", okToken, FakeResponse::drop(), PPError::Kind::Transport, {}},
     };
     for (const auto &[name, tokenResponse, searchResponse, kind, description] : rows) {

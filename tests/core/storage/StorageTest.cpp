@@ -1,4 +1,5 @@
 #include "storage/Storage.h"
+#include "support/FaultyDisk.h"
 #include "support/TestUtil.h"
 
 #include <QJsonArray>
@@ -7,9 +8,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -93,12 +93,14 @@ TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
 
 TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
 {
-    struct BadFile { const char *name; QByteArray bytes; bool directory = false; };
+    enum class Put { Bytes, Nothing, Directory, Fifo, LinkOut };
+    // `reason`: the damage reported; a file that cannot be read at all is never written over.
+    struct BadFile { const char *name; QByteArray bytes; Put put = Put::Bytes; QString reason; FaultyDisk::Fault fault = {}; };
     const QByteArray goodEvent = encodeFeed({event(u"in_1"_s, noon)}).mid(1).chopped(1);
     const QByteArray goodAccount = QJsonDocument(QJsonArray{toJson(account(u"Acme"_s))}).toJson(QJsonDocument::Compact);
     const BadFile cases[] = {
-        {"missing", {}},
-        {"empty", ""},
+        {"missing", {}, Put::Nothing},
+        {"empty", "", Put::Bytes, u"it is empty"_s},
         {"truncated", QByteArray("[" + goodEvent + "," + goodEvent + "]").left(120)},
         {"not JSON", "\x89PNG\r\n\x1a\n binary"},
         {"wrong top-level type", R"("just a string")"},
@@ -106,40 +108,74 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
         {"one bad element", "[" + goodEvent + "," + QByteArray(goodEvent).replace("recurring", "payout") + "]"},
         {"account element missing a key", QByteArray(goodAccount).replace(R"("enabled":true,)", "")},
         {"null top level", "null"},
-        {"a directory in its place", {}, true},
+        {"a directory in its place", {}, Put::Directory, u"it is not a regular file"_s},
+        {"a FIFO in its place", {}, Put::Fifo, u"it is not a regular file"_s},
+        {"a link out of the folder", {}, Put::LinkOut, u"it is a link to a place outside the data folder"_s},
+        {"permission denied", "kept", Put::Bytes, u"permission denied"_s, {.error = EACCES}},
+        {"failing disk", "kept", Put::Bytes, u"the disk reported an error"_s, {.error = EIO}},
     };
     const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
                            Storage::achievementsFile, Storage::syncStateFile};
     for (const char *file : files) {
         for (const BadFile &bad : cases) {
+            if (bad.fault.error == EIO && qstrcmp(file, Storage::feedFile) == 0)
+                continue; // the feed is mapped, not read
             SCOPED_TRACE(std::string(file) + ": " + bad.name);
             QTemporaryDir dir;
-            const Storage s(dir.path());
+            Storage s(QDir(dir.path()).filePath(u"Quorvane"_s));
             writeAll(s);
             QHash<QString, QByteArray> before;
             for (const char *other : files)
                 before.insert(QString::fromLatin1(other), readFile(s.pathOf(other)));
+            const QString path = s.pathOf(file), outside = QDir(dir.path()).filePath(u"elsewhere"_s);
+            ASSERT_TRUE(writeFile(outside, "someone else's") && QFile::setPermissions(outside, QFile::ReadOwner | QFile::ReadOther));
 
-            QFile::remove(s.pathOf(file));
-            if (bad.directory)
-                ASSERT_TRUE(QDir().mkpath(s.pathOf(file)));
-            else if (qstrcmp(bad.name, "missing") != 0)
-                ASSERT_TRUE(writeFile(s.pathOf(file), bad.bytes));
-
+            QFile::remove(path);
+            const bool put = bad.put == Put::Nothing || (bad.put == Put::Bytes && writeFile(path, bad.bytes))
+                || (bad.put == Put::Directory && QDir().mkpath(path))
+                || (bad.put == Put::Fifo && mkfifo(QFile::encodeName(path), 0600) == 0)
+                || (bad.put == Put::LinkOut && QFile::link(outside, path));
+            ASSERT_TRUE(put);
+            FaultyDisk::Fault fault = bad.fault;
+            fault.unreadable = bad.fault.error ? QString::fromLatin1(file) : QString();
             const auto is = [file](const char *name) { return qstrcmp(file, name) == 0; };
-            // The bad file gives its default (a feed keeps its readable events); every other
-            // file still loads.
-            EXPECT_EQ(s.loadAccounts().isEmpty(), is(Storage::accountsFile));
-            EXPECT_EQ(!s.loadPreferences().has_value(), is(Storage::preferencesFile));
-            EXPECT_EQ(s.loadFeed().isEmpty(), is(Storage::feedFile) && qstrcmp(bad.name, "one bad element") != 0);
-            EXPECT_EQ(!s.loadAchievements().has_value(), is(Storage::achievementsFile));
-            EXPECT_EQ(s.loadSyncState().isEmpty(), is(Storage::syncStateFile));
-            // Loading never rewrites anything, the bad file included.
+            QList<FileDamage> damaged;
+            {
+                FaultyDisk::Armed disk(s.folder(), fault);
+                // The bad file gives its default (a feed keeps its readable events); every other
+                // file still loads.
+                EXPECT_EQ(s.loadAccounts(&damaged).isEmpty(), is(Storage::accountsFile));
+                EXPECT_EQ(!s.loadPreferences(&damaged).has_value(), is(Storage::preferencesFile));
+                EXPECT_EQ(s.loadFeed(&damaged).isEmpty(), is(Storage::feedFile) && qstrcmp(bad.name, "one bad element") != 0);
+                EXPECT_EQ(!s.loadAchievements(&damaged).has_value(), is(Storage::achievementsFile));
+                EXPECT_EQ(s.loadSyncState(&damaged).isEmpty(), is(Storage::syncStateFile));
+                s.tightenFolder();
+            }
+            // Loading never rewrites anything, the bad file included, nor a link's target.
             for (const char *other : files)
                 if (qstrcmp(other, file) != 0)
                     EXPECT_EQ(readFile(s.pathOf(other)), before.value(QString::fromLatin1(other))) << other;
-            if (!bad.directory && qstrcmp(bad.name, "missing") != 0)
-                EXPECT_EQ(readFile(s.pathOf(file)), bad.bytes);
+            if (bad.put == Put::Bytes)
+                EXPECT_EQ(readFile(path), bad.bytes);
+            EXPECT_EQ(QFileInfo(outside).permissions() & QFile::ReadOther, QFile::ReadOther);
+            if (bad.reason.isEmpty())
+                continue;
+            const bool blocks = bad.reason != u"it is empty"_s;
+            EXPECT_EQ(damaged, QList<FileDamage>({{QString::fromLatin1(file), {}, 0, bad.reason, blocks}}));
+            // Whatever such a file holds is unknown, not absent: no save replaces it, also once
+            // it reads again.
+            for (const FileDamage &d : std::as_const(damaged))
+                if (d.blocksWrites) // as the engine does
+                    s.holdWrites(d.file, d.reason);
+            const Storage::Saved saved = is(Storage::accountsFile) ? s.saveAccounts({})
+                : is(Storage::feedFile)                         ? s.saveFeed({})
+                : is(Storage::syncStateFile)                    ? s.saveSyncState({})
+                : is(Storage::preferencesFile)                  ? s.savePreferences({})
+                                                                : s.saveAchievements({});
+            EXPECT_EQ(saved ? QString() : saved.error(), blocks ? u"cannot read %1 (%2)"_s.arg(QString::fromLatin1(file), bad.reason) : QString());
+            if (bad.put == Put::Bytes && blocks)
+                EXPECT_EQ(readFile(path), bad.bytes);
+            EXPECT_EQ(readFile(outside), "someone else's");
         }
     }
 }
@@ -192,31 +228,47 @@ TEST_F(StorageTest, SyncStateIsSavedInWholeSeconds)
     EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}, {accountB, noon.addingSeconds(-60)}}));
 }
 
-TEST_F(StorageTest, AFailedWriteLeavesThePreviousFileIntact)
+TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
 {
     writeAll(storage);
-    const QByteArray previous = readFile(path(Storage::feedFile));
-    const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
-
-    // Root may write anywhere, but not past the file-size limit: the write of the big feed
-    // fails part-way, like a full disk.
     QList<PaymentEvent> big;
     for (int i = 0; i < 2000; ++i)
         big.append(event(u"in_%1"_s.arg(i), noon));
-    struct rlimit saved;
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    const struct rlimit small = {64 * 1024, saved.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const bool written = storage.saveFeed(big);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, oldHandler);
+    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                           Storage::achievementsFile, Storage::syncStateFile};
+    QHash<QString, QByteArray> before;
+    for (const char *file : files)
+        before.insert(QString::fromLatin1(file), readFile(path(file)));
+    const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
 
-    EXPECT_FALSE(written);
-    EXPECT_EQ(readFile(path(Storage::feedFile)), previous);
-    EXPECT_EQ(storage.loadFeed(), QList<PaymentEvent>{event(u"in_1"_s, noon)});
-    // No temporary file is left behind.
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore);
+    // Short writes hit the large feed; the other faults every file, however small.
+    struct Row { const char *name; FaultyDisk::Fault fault; QString reason; bool everyFile = true; };
+    const Row rows[] = {
+        {"disk full at the first byte", {.error = ENOSPC, .bytesAccepted = 0}, u"the disk is full"_s},
+        {"quota used up after a short write", {.error = EDQUOT, .bytesAccepted = 100}, u"the disk quota is used up"_s, false},
+        {"disk full part-way", {.error = ENOSPC, .bytesAccepted = 40'000}, u"the disk is full"_s, false},
+        {"failing disk at the sync", {.error = EIO, .sync = true}, u"the disk reported an error"_s},
+        {"the rename refused", {.error = EIO, .rename = true}, u"the disk reported an error"_s},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        FaultyDisk::Armed disk(folder, row.fault);
+        const std::optional<QString> expected = row.reason;
+        const auto reason = [](const Storage::Saved &saved) { return saved ? std::nullopt : std::optional(saved.error()); };
+        EXPECT_EQ(reason(storage.saveFeed(big)), expected);
+        if (row.everyFile) {
+            EXPECT_EQ(reason(storage.saveAccounts({account(u"Other"_s)})), expected);
+            EXPECT_EQ(reason(storage.savePreferences({})), expected);
+            EXPECT_EQ(reason(storage.saveAchievements({})), expected);
+            EXPECT_EQ(reason(storage.saveSyncState({})), expected);
+            const auto updated = storage.updateAccounts({account(u"Other"_s)}, {accountA});
+            EXPECT_EQ(updated ? std::nullopt : std::optional(updated.error()), expected);
+        }
+        for (const char *file : files)
+            EXPECT_EQ(readFile(path(file)), before.value(QString::fromLatin1(file))) << file;
+        EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore) << "no temporary file is left behind";
+    }
+    EXPECT_TRUE(storage.saveFeed(big)) << "the disk is fine again";
 }
 
 TEST_F(StorageTest, WritesFailCleanlyWhereNoFolderCanBe)

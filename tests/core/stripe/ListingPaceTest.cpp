@@ -134,13 +134,17 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     clock->advance(1.0);
     ASSERT_TRUE(waitForRequests(6));
 
-    // name, Retry-After, the waits (after each: one more request, the last one answered), success
-    const std::tuple<const char *, QByteArray, QList<double>, bool> cases[] = {
-        {"seconds", "7", {7.0}, true},
-        {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, false},
-        {"longer than the wait allowed", "120", {}, false},
+    // name, Retry-After, the waits (after each: one more request, the last one answered), the
+    // error (none: success), how long the account's next request waits
+    const QString limited = uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s;
+    const std::tuple<const char *, QByteArray, QList<double>, QString, double> cases[] = {
+        {"seconds", "7", {7.0}, {}, 0},
+        {"no header: doubling waits, then the 429 stands", "", {1, 2, 4, 8}, limited, 0},
+        {"longer than the wait allowed", "120", {}, u"Stripe HTTP 429: Stripe asked to wait 2 min"_s, 120},
+        {"far longer: the pause is capped", "86400", {}, u"Stripe HTTP 429: Stripe asked to wait 1440 min"_s, 900},
     };
-    for (const auto &[name, retryAfter, advances, ok] : cases) {
+    for (const auto &[name, retryAfter, advances, error, pause] : cases) {
+        const bool ok = error.isEmpty();
         SCOPED_TRACE(name);
         server.clearRecords();
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) {
@@ -164,7 +168,43 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
         ASSERT_TRUE(waitUntil([&] { return result.has_value(); }, 3000));
         EXPECT_EQ(result->ok(), ok);
         if (!ok)
-            EXPECT_EQ(result->error().description(), uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s);
+            EXPECT_EQ(result->error().description(), error);
         EXPECT_EQ(server.requests().size(), advances.size() + 1);
+        std::optional<Result<StripeAccountInfo, StripeError>> next;
+        auto nextTask = storeInto(budgeted.fetchAccountInfo(), next);
+        VirtualClock::settle();
+        EXPECT_EQ(clock->sleepingCount() > 0 ? clock->requestedSleeps().last() : 0.0, pause);
+        clock->advance(pause + 1); // past the pause and the budget's second
+        ASSERT_TRUE(waitUntil([&] { return next.has_value(); }, 3000));
+    }
+}
+
+TEST(RequestBudget, WaitsOnTheMonotonicClockWhateverTheWallClockDoes)
+{
+    auto clock = std::make_shared<VirtualClock>();
+    RequestBudget budget(2, clock);
+    // name, the wall clock's step, a pause asked for before it
+    const std::tuple<const char *, double, double> rows[] = {
+        {"stepped back an hour", -3600, 0},
+        {"stepped 400 days ahead", 400 * 86400.0, 0},
+        {"stepped back during a pause", -3600, 5},
+    };
+    for (const auto &[name, step, pause] : rows) {
+        SCOPED_TRACE(name);
+        clock->advance(10); // a fresh second, no pause left
+        for (int i = 0; i < 2; ++i) {
+            std::optional<bool> spent;
+            auto task = storeInto(budget.acquire({}), spent);
+            VirtualClock::settle();
+            ASSERT_EQ(spent, true);
+        }
+        budget.pause(pause);
+        clock->set(clock->now().addingSeconds(step));
+        std::optional<bool> third;
+        auto task = storeInto(budget.acquire({}), third);
+        clock->advance(std::max(pause, 1.0) - 0.01);
+        EXPECT_FALSE(third.has_value()) << "the budget's second is not over";
+        clock->advance(0.02);
+        EXPECT_EQ(third, true);
     }
 }
