@@ -253,7 +253,7 @@ TEST_F(AppFixture, ClickingANotificationOpensThePanelOnItsEventAndItsButtonTheSt
     QuorvaneApp app(options);
     ASSERT_TRUE(app.start());
     app.general()->setSaleSound(false); // the switch reaches the notifier: no sound with the notification
-    notifier->notify({sale}, false);
+    notifier->notify({.events = {sale}, .rings = true});
     ASSERT_TRUE(waitUntil([&] { return bus.server.calls.size() == 1; }));
     EXPECT_FALSE(bus.server.calls[0].hints.contains(u"sound-file"_s));
     EXPECT_EQ(sound->plays, 0);

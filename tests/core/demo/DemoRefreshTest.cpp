@@ -142,7 +142,8 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
                                            [&](const AtRiskSub &s) { return s.accountId == other.id; });
         ASSERT_NE(otherRow, e->atRiskSubs().cend());
         QCoro::waitFor(e->retryAtRiskInvoice(*otherRow));
-        ASSERT_EQ(e->retryResults().size(), 1);
+        // A paid demo retry leaves the list at once, and its outcome with it; a declined one stays.
+        ASSERT_TRUE(row.demo ? e->retryResults().size() <= 1 : e->retryResults().size() == 1);
         const Shown before = shown(*e);
         ASSERT_TRUE(before.feed.size() > alone.feed.size() && before.atRisk.size() > alone.atRisk.size());
         ASSERT_NE(before.label, alone.label);

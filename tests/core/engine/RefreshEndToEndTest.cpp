@@ -365,7 +365,7 @@ TEST_F(RefreshEndToEnd, ABillingRunIsAnnouncedInAFewNotificationsAndOneSummaryTh
                             {.id = u"ch_%1"_s.arg(i), .amount = 1900, .created = now - 500 + i / 10,
                              .customer = u"cus_%1"_s.arg(i)},
                             Shape::Current));
-    ASSERT_TRUE(storage().saveFeed({event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1)}));
+    ASSERT_TRUE(storage().saveFeed({event(u"ancient"_s, Date::fromUnix(now - 40 * 86400), RevenueKind::New, 1, main.id)}));
     auto notifier = std::make_shared<RecordingNotifier>();
     RevenueEngine &e = startWith({main}, notifier);
     QCoro::waitFor(e.refresh());
@@ -381,7 +381,7 @@ TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgott
     const Date today = clock->now();
     QList<PaymentEvent> stored;
     for (int day = 1; day <= 60; ++day)
-        stored.append(event(u"in_%1"_s.arg(day), today.addingSeconds(-day * 86400.0), RevenueKind::Recurring, 10));
+        stored.append(event(u"in_%1"_s.arg(day), today.addingSeconds(-day * 86400.0), RevenueKind::Recurring, 10, main.id));
     ASSERT_TRUE(storage().saveFeed(stored));
     RevenueEngine &e = startWith({main});
     clock->set(today.addingSeconds(400 * 86400.0));
