@@ -1,5 +1,6 @@
 // Engine hot paths at 100 000 events: merge + bucket rebuild, and what the dashboard asks
 // after a filter or range change (totals and the filtered feed).
+#include "BenchRuns.h"
 #include "engine/RevenueEngine.h"
 #include "engine/StripeClassifier.h"
 #include "stripe/RequestBudget.h"
@@ -250,7 +251,7 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
         state.counters["budget_per_s"] = RequestBudget::liveRequestsPerSecond;
     }
 }
-BENCHMARK(BM_BootstrapRefreshFromLoopback)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_BootstrapRefreshFromLoopback)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3)->Apply(BenchRuns::onceWhenSmoke);
 
 } // namespace
 
