@@ -189,30 +189,26 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
     StripeListing listing;
     for (int i = 0; i < perType; ++i) {
         const qint64 t = now - 3600 - i * 600;
-        listing.add(event(QStringLiteral("evt_i%1").arg(i), QStringLiteral("invoice.payment_succeeded"), t,
-                          invoice({.id = QStringLiteral("in_%1").arg(i), .created = t, .charge = QStringLiteral("ch_i%1").arg(i)},
-                                  Shape::Legacy),
-                          Shape::Legacy));
-        listing.add(event(QStringLiteral("evt_c%1").arg(i), QStringLiteral("charge.succeeded"), t,
-                          charge({.id = QStringLiteral("ch_%1").arg(i), .created = t, .invoice = QString()}, Shape::Legacy),
-                          Shape::Legacy));
-        listing.add(event(QStringLiteral("evt_d%1").arg(i), QStringLiteral("customer.subscription.deleted"), t,
-                          subscription({.id = QStringLiteral("sub_%1").arg(i)}, Shape::Legacy), Shape::Legacy));
-        listing.add(event(QStringLiteral("evt_f%1").arg(i), QStringLiteral("invoice.payment_failed"), t,
-                          invoice({.id = QStringLiteral("in_f%1").arg(i), .amountPaid = 0, .created = t}, Shape::Legacy),
-                          Shape::Legacy));
-        listing.add(event(QStringLiteral("evt_r%1").arg(i), QStringLiteral("charge.refunded"), t,
-                          charge({.id = QStringLiteral("ch_r%1").arg(i), .amountRefunded = 500, .created = t, .invoice = QString()},
-                                 Shape::Legacy),
-                          Shape::Legacy));
+        const auto id = [i](const char *prefix) -> QString { return QString::fromLatin1(prefix) + QString::number(i); };
+        const auto add = [&](const char *eventId, const char *type, const QJsonObject &object) {
+            listing.add(event(id(eventId), QString::fromLatin1(type), t, object, Shape::Legacy));
+        };
+        add("evt_i", "invoice.payment_succeeded",
+            invoice({.id = id("in_"), .created = t, .charge = id("ch_i")}, Shape::Legacy));
+        add("evt_c", "charge.succeeded", charge({.id = id("ch_"), .created = t, .invoice = QString()}, Shape::Legacy));
+        add("evt_d", "customer.subscription.deleted", subscription({.id = id("sub_")}, Shape::Legacy));
+        add("evt_f", "invoice.payment_failed",
+            invoice({.id = id("in_f"), .amountPaid = 0, .created = t}, Shape::Legacy));
+        add("evt_r", "charge.refunded",
+            charge({.id = id("ch_r"), .amountRefunded = 500, .created = t, .invoice = QString()}, Shape::Legacy));
         // Listed without a type, as the invoice payments are asked for.
         listing.add(QJsonObject{
-            {QStringLiteral("id"), QStringLiteral("inpay_%1").arg(i)},
-            {QStringLiteral("invoice"), QStringLiteral("in_%1").arg(i)},
+            {QStringLiteral("id"), id("inpay_")},
+            {QStringLiteral("invoice"), id("in_")},
             {QStringLiteral("status"), QStringLiteral("paid")},
             {QStringLiteral("created"), double(t)},
             {QStringLiteral("payment"), QJsonObject{{QStringLiteral("type"), QStringLiteral("payment_intent")},
-                                                    {QStringLiteral("payment_intent"), QStringLiteral("pi_i%1").arg(i)}}}});
+                                                    {QStringLiteral("payment_intent"), id("pi_i")}}}});
     }
     listing.finish();
     const auto serve = [&](const RecordedRequest &r) {
@@ -251,7 +247,11 @@ void BM_BootstrapRefreshFromLoopback(benchmark::State &state)
         state.counters["budget_per_s"] = RequestBudget::liveRequestsPerSecond;
     }
 }
-BENCHMARK(BM_BootstrapRefreshFromLoopback)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3)->Apply(BenchRuns::onceWhenSmoke);
+BENCHMARK(BM_BootstrapRefreshFromLoopback)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->Apply(BenchRuns::onceWhenSmoke);
 
 } // namespace
 

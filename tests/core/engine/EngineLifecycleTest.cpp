@@ -53,7 +53,7 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
                                 event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
         for (const auto &[background, cued] : {std::pair{false, false}, {true, false}, {true, true}}) {
-            SCOPED_TRACE(cued ? "read in the background once cued" : background ? "read in the background" : "read at once");
+            SCOPED_TRACE(cued ? "read in the background once cued" : background ? "in the background" : "at once");
             ASSERT_TRUE(s.saveSyncState({{account.id, synced}}));
             QPromise<void> cue;
             cue.start();
