@@ -1,6 +1,7 @@
 // The feed file at 100 000 events: encoding it, decoding it, and the memory a load takes.
 // Targets on the reference machine: < 150 ms to encode, < 150 ms to decode, < 100 MB peak
 // while loading.
+#include "BenchRuns.h"
 #include "SyntheticFeed.h"
 #include "storage/Storage.h"
 
@@ -53,7 +54,7 @@ void BM_EncodeFeed(benchmark::State &state)
     state.counters["file_MB"] = static_cast<double>(size) / (1024 * 1024);
     state.counters["events"] = eventCount;
 }
-BENCHMARK(BM_EncodeFeed)->Unit(benchmark::kMillisecond)->MinTime(2);
+BENCHMARK(BM_EncodeFeed)->Unit(benchmark::kMillisecond)->Apply(BenchRuns::minTimeUnlessSmoke<2>);
 
 void BM_DecodeFeed(benchmark::State &state)
 {
@@ -72,7 +73,7 @@ void BM_DecodeFeed(benchmark::State &state)
         state.SkipWithError("the feed did not decode whole");
     state.counters["events"] = eventCount;
 }
-BENCHMARK(BM_DecodeFeed)->Unit(benchmark::kMillisecond)->MinTime(2);
+BENCHMARK(BM_DecodeFeed)->Unit(benchmark::kMillisecond)->Apply(BenchRuns::minTimeUnlessSmoke<2>);
 
 // Loading "feed.json" as the engine does at start (read the file, decode it, keep the
 // events) in a fresh process of this program, so the figure is not mixed up with the
@@ -111,7 +112,7 @@ void BM_LoadFeedPeakMemory(benchmark::State &state)
     state.counters["process_peak_MB"] = peakKb / 1024;
     state.counters["load_growth_MB"] = (peakKb - beforeKb) / 1024;
 }
-BENCHMARK(BM_LoadFeedPeakMemory)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_LoadFeedPeakMemory)->Unit(benchmark::kMillisecond)->Iterations(3)->Apply(BenchRuns::onceWhenSmoke);
 
 // The child side of BM_LoadFeedPeakMemory: RSS before, peak RSS after, events loaded.
 int loadFeedAndReport(const char *folder)

@@ -2,6 +2,7 @@
 // and decoded, then dropped. Reports resident memory before, right after and once the
 // result is gone (rss_* counters, MB); `trimmed` is after handing free heap back to the
 // system, which shows what the allocator keeps rather than what the program holds.
+#include "BenchRuns.h"
 #include "stripe/StripeClient.h"
 #include "support/FakeHttpServer.h"
 #include "support/StripeBodies.h"
@@ -73,7 +74,7 @@ void BM_LargeBody(benchmark::State &state)
     state.counters["rss_trimmed"] = residentMB();
 #endif
 }
-BENCHMARK(BM_LargeBody)->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LargeBody)->Iterations(3)->Unit(benchmark::kMillisecond)->Apply(BenchRuns::onceWhenSmoke);
 
 } // namespace
 

@@ -16,10 +16,21 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+EngineEnvironment readingFeedAfter(EngineEnvironment environment, QPromise<void> &firstFrame)
+{
+    firstFrame.start();
+    environment.feedReadAfter = firstFrame.future();
+    return environment;
+}
+
+} // namespace
+
 QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
-    , m_engine(std::make_unique<RevenueEngine>(m_options.environment))
+    , m_engine(std::make_unique<RevenueEngine>(readingFeedAfter(m_options.environment, m_firstFrame)))
     , m_updateChecker(std::make_unique<UpdateChecker>(m_options.update))
     , m_appearance(nullptr)
 {
@@ -93,6 +104,10 @@ bool QuorvaneApp::start()
         updateTray();
         m_tray->show();
     }
+    // With no tray host the program would be invisible; the demo goes straight into it.
+    const bool panelAtStart = m_windowed || m_options.demo;
+    if (!panelAtStart)
+        m_firstFrame.finish();
 
     m_qml.addImageProvider(u"symbol"_s, new SymbolImageProvider);
     m_qml.addImportPath(u"qrc:/qt/qml"_s);
@@ -104,13 +119,13 @@ bool QuorvaneApp::start()
     if (!m_window)
         return false;
     m_window->installEventFilter(this);
+    connect(m_window, &QQuickWindow::frameSwapped, this, [this] { m_firstFrame.finish(); }, Qt::SingleShotConnection);
     applyPreferences();
     // The demo is for trying the app: on a setup with accounts of the user's own it would mix
     // made-up money into real figures, so there the panel opens on the user's own data.
     if (m_options.demo && !m_engine->hasOwnAccounts())
         m_engine->addDemoAccount();
-    // With no tray host the program would be invisible; the demo goes straight into it.
-    if (m_windowed || m_options.demo)
+    if (panelAtStart)
         openPanel();
     return true;
 }

@@ -17,6 +17,7 @@
 #include <QLocale>
 #include <QObject>
 #include <QPointer>
+#include <QPromise>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <memory>
@@ -115,6 +116,9 @@ private:
     void grabInput(int attemptsLeft);
     void startUpdateChecks();
 
+    // Finished when the panel's first frame is drawn, or at start when the panel stays shut: the
+    // stored feed is read after it, so that frame has the cores to itself.
+    QPromise<void> m_firstFrame;
     AppOptions m_options;
     std::unique_ptr<RevenueEngine> m_engine;
     std::unique_ptr<UpdateChecker> m_updateChecker;

@@ -21,6 +21,7 @@
 #include "util/TimeContext.h"
 
 #include <QCoroTask>
+#include <QFuture>
 #include <QHash>
 #include <QObject>
 #include <QPointer>
@@ -54,6 +55,9 @@ struct EngineEnvironment
     // Whether the stored feed is read on a worker thread, so the constructor returns before
     // it is in; the engine is loading until then and its loops start afterwards.
     bool readFeedInBackground = false;
+    // A background read starts once this is finished or cancelled (a default future is), so
+    // the owner can keep the cores for its window's first frame.
+    QFuture<void> feedReadAfter;
     // Slices a long Stripe event listing is paged in side by side (1: page after page).
     int stripeMaxSlices = ListingSlices::maxSlices;
     // Where notifications of new events go; none: they go nowhere.

@@ -1,5 +1,6 @@
 #include "EngineFixture.h"
 
+#include <QPromise>
 #include <QThreadPool>
 
 using namespace Qt::StringLiterals;
@@ -32,9 +33,10 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         {"short feed without accounts keeps", 10, false, true},
         {"long feed keeps", 26, true, true},
     };
-    const auto readingInBackground = [this](bool background) {
+    const auto readingInBackground = [this](bool background, QFuture<void> after = {}) {
         EngineEnvironment env = environment();
         env.readFeedInBackground = background;
+        env.feedReadAfter = after;
         return env;
     };
     for (const auto &row : rows) {
@@ -50,14 +52,22 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         // Stored oldest first to prove start-up sorts newest first.
         ASSERT_TRUE(s.saveFeed({event(u"old"_s, now.addingSeconds(-row.oldestDaysAgo * 86400.0), RevenueKind::New, 5),
                                 event(u"new"_s, now.addingSeconds(-60), RevenueKind::Recurring, 7)}));
-        for (bool background : {false, true}) {
-            SCOPED_TRACE(background ? "read in the background" : "read at once");
+        for (const auto &[background, cued] : {std::pair{false, false}, {true, false}, {true, true}}) {
+            SCOPED_TRACE(cued ? "read in the background once cued" : background ? "in the background" : "at once");
             ASSERT_TRUE(s.saveSyncState({{account.id, synced}}));
-            RevenueEngine &e = start(readingInBackground(background));
+            QPromise<void> cue;
+            cue.start();
+            RevenueEngine &e = start(readingInBackground(background, cued ? cue.future() : QFuture<void>()));
             int feedChanges = 0;
             QObject::connect(&e, &RevenueEngine::feedChanged, [&feedChanges] { ++feedChanges; });
             EXPECT_EQ(e.isLoading(), background);
             EXPECT_EQ(e.menubarLabel() == u"…"_s, background); // never a wrong "$0" meanwhile
+            if (cued) {
+                QThreadPool::globalInstance()->waitForDone();
+                VirtualClock::settle();
+                EXPECT_TRUE(e.isLoading() && e.feed().isEmpty()) << "read before the cue";
+                cue.finish();
+            }
             ASSERT_TRUE(waitUntil([&] { return !e.isLoading(); }));
             EXPECT_NE(e.menubarLabel(), u"…"_s);
             EXPECT_EQ(feedChanges, background ? 1 : 0); // handed over in one step
@@ -68,9 +78,15 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
             EXPECT_EQ(s.loadSyncState().isEmpty(), !row.syncKept);
             engine.reset();
         }
-        // An engine gone before its read ends: the read finishes without touching it.
+        // An engine gone before its read ends, or before it was cued: the read ends without touching it.
         start(readingInBackground(true));
         engine.reset();
+        {
+            QPromise<void> cue;
+            cue.start();
+            start(readingInBackground(true, cue.future()));
+            engine.reset();
+        }
         QThreadPool::globalInstance()->waitForDone();
         VirtualClock::settle();
     }
