@@ -48,9 +48,13 @@ void RevenueEngine::loadStoredFeed()
 QCoro::Task<> RevenueEngine::readFeedInBackground(CancellationToken token)
 {
     QPointer<RevenueEngine> self(this);
-    co_await QFuture<void>(m_env.feedReadAfter);
-    if (!self || token.isCancelled())
-        co_return;
+    if (!m_env.feedReadAfter.isFinished()) {
+        QFutureWatcher<void> cue;
+        cue.setFuture(m_env.feedReadAfter);
+        co_await qCoro(&cue, &QFutureWatcherBase::finished);
+        if (!self || token.isCancelled())
+            co_return;
+    }
     auto promise = std::make_shared<QPromise<StoredFeed>>();
     QFuture<StoredFeed> future = promise->future();
     promise->start();
