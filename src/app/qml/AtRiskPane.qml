@@ -132,7 +132,7 @@ ColumnLayout {
                         visible: row.email.length > 0
                         spacing: 5
                         UiText { Layout.maximumWidth: 200; text: row.email; textFormat: Text.PlainText; size: 11; elide: Text.ElideRight }
-                        AbstractButton {
+                        Clickable {
                             implicitWidth: row.copied ? copiedText.implicitWidth + 4 : 14
                             implicitHeight: 16
                             hoverEnabled: true
@@ -173,7 +173,7 @@ ColumnLayout {
                     Symbol { name: "person.fill.questionmark"; size: 11; color: Appearance.orange }
                     UiText { text: "Needs new card"; size: 11; font.weight: Font.Medium; color: Appearance.orange }
                 }
-                AbstractButton {
+                Clickable {
                     id: retryButton
                     objectName: "retryButton"
                     visible: row.retryState !== "hidden" && row.retryState !== "needsNewCard"
@@ -202,7 +202,7 @@ ColumnLayout {
                         }
                     }
                 }
-                AbstractButton {
+                Clickable {
                     id: linkButton
                     visible: row.linkUrl.toString().length > 0
                     implicitWidth: linkRow.implicitWidth + 14

@@ -205,9 +205,10 @@ ColumnLayout {
         }
 
         // At-risk banner.
-        AbstractButton {
+        Clickable {
             id: atRiskBanner
             objectName: "atRiskBanner"
+            ringRadius: 8
             visible: pane.dashboard.hasAtRisk && !pane.atRiskBannerDismissed
             Layout.fillWidth: true
             implicitHeight: bannerRow.implicitHeight + 14
@@ -271,8 +272,10 @@ ColumnLayout {
             spacing: 8
             Repeater {
                 model: pane.dashboard.tiles
-                delegate: AbstractButton {
+                delegate: Clickable {
                     id: tile
+                    objectName: "tile"
+                    ringRadius: 8
                     required property string kind
                     required property string name
                     required property string value

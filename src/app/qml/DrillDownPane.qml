@@ -16,7 +16,7 @@ ColumnLayout {
         Layout.fillWidth: true
         BackButton { onClicked: pane.navigation.showDashboard() }
         UiText { Layout.fillWidth: true; text: pane.model.title; size: 12; font.weight: Font.DemiBold; horizontalAlignment: Text.AlignHCenter }
-        AbstractButton {
+        Clickable {
             id: exportButton
             implicitWidth: exportRow.implicitWidth + 10
             implicitHeight: 22
@@ -118,7 +118,7 @@ ColumnLayout {
                         Layout.fillWidth: true
                         spacing: 5
                         UiText { Layout.maximumWidth: 220; text: row.displayName; textFormat: Text.PlainText; size: 12 }
-                        AbstractButton {
+                        Clickable {
                             visible: row.hasEmail
                             implicitWidth: row.copied ? copiedText.implicitWidth + 4 : 14
                             implicitHeight: 16
@@ -143,7 +143,7 @@ ColumnLayout {
                 ColumnLayout {
                     spacing: 2
                     UiText { Layout.alignment: Qt.AlignRight; text: row.amountText; size: 13; font.weight: Font.DemiBold; color: row.amountColor }
-                    AbstractButton {
+                    Clickable {
                         visible: row.linkUrl.toString().length > 0
                         Layout.alignment: Qt.AlignRight
                         implicitWidth: linkRow.implicitWidth
