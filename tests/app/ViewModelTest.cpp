@@ -79,8 +79,8 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
 
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
-    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
-    storage().saveAccounts({acme, beta});
+    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s}, quiet{.name = u"Quiet"_s};
+    storage().saveAccounts({acme, beta, quiet});
     // Range: last 7 days. Two events inside, two older, one from the other account.
     storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
                         event(u"b"_s, daysAgo(3), RevenueKind::Churn, 29, acme.id),
@@ -108,7 +108,12 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     dashboard.accountFilters()->choose(3);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"Beta");
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), QStringList{u"c"_s});
-    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true");
+    EXPECT_EQ(dashboard.feedCount(), 1) << "the count is of the rows shown";
+    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true false");
+    dashboard.accountFilters()->choose(4);
+    EXPECT_EQ(dashboard.feedCount(), 0);
+    EXPECT_EQ(dashboard.feedEmptyText(), u"No activity for Quiet in this range");
+    dashboard.accountFilters()->choose(3);
     // The filtered account is deleted: the label falls back.
     engine.removeAccount(beta);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"All accounts");

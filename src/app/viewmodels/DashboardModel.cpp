@@ -264,7 +264,7 @@ bool DashboardModel::rangeHasHistoricalLimit() const
 
 int DashboardModel::feedCount() const
 {
-    return static_cast<int>(m_engine->feed().size());
+    return static_cast<int>(m_engine->filteredFeedIndices().size());
 }
 
 QString DashboardModel::notesText() const
@@ -289,6 +289,9 @@ QString DashboardModel::errorSummary() const
 
 QString DashboardModel::feedEmptyText() const
 {
+    // Other accounts have events: this one's emptiness is the news, not a missing load.
+    if (m_engine->selectedAccountFilter() && !m_engine->feed().isEmpty())
+        return u"No activity for %1 in this range"_s.arg(accountFilterLabel());
     if (m_engine->isLoading())
         return u"No events yet — pulling…"_s;
     if (m_engine->lastError())
