@@ -84,6 +84,7 @@ ColumnLayout {
             required property color letterColor
             required property string iconSource
             required property string retryState
+            required property string retryLabel
             required property string errorText
             required property url linkUrl
             required property bool lastInSection
@@ -177,7 +178,8 @@ ColumnLayout {
                     id: retryButton
                     objectName: "retryButton"
                     visible: row.retryState !== "hidden" && row.retryState !== "needsNewCard"
-                    enabled: row.retryState !== "retrying"
+                    // A paid row waits in place to leave: a second click must not pay again.
+                    enabled: row.retryState !== "retrying" && row.retryState !== "retried"
                     implicitWidth: retryRow.implicitWidth + 14
                     implicitHeight: 22
                     hoverEnabled: true
@@ -188,17 +190,16 @@ ColumnLayout {
                         spacing: 4
                         Spinner { visible: row.retryState === "retrying"; size: 10 }
                         Symbol {
-                            visible: row.retryState !== "retrying"
-                            name: row.retryState === "retried" ? "checkmark.circle.fill"
-                                : row.retryState === "failed" ? "xmark.circle.fill" : "arrow.clockwise"
+                            visible: row.retryState === "idle" || row.retryState === "failed"
+                            name: row.retryState === "failed" ? "xmark.circle.fill" : "arrow.clockwise"
                             size: 11
-                            color: row.retryState === "retried" ? Appearance.green
-                                 : row.retryState === "failed" ? Appearance.red : Appearance.accent
+                            color: row.retryState === "failed" ? Appearance.red : Appearance.accent
                         }
                         UiText {
-                            text: row.retryState === "retried" ? "Retried"
-                                : row.retryState === "failed" ? "Retry failed" : "Retry now"
+                            text: row.retryLabel
                             size: 11
+                            color: row.retryState === "retried" ? Appearance.green
+                                 : row.retryState === "throttled" ? Appearance.secondary : Appearance.primary
                         }
                     }
                 }
@@ -227,7 +228,9 @@ ColumnLayout {
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 size: 10
-                color: Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.85)
+                // A refusal for the spacing was never attempted: an explanation, not an error.
+                color: row.retryState === "throttled" ? Appearance.secondary
+                                                      : Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.85)
             }
             Rectangle {
                 visible: !row.isHeader && !row.lastInSection
