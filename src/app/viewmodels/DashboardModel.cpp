@@ -155,7 +155,7 @@ void DashboardModel::recompute()
     m_chart.setData(m_engine->buckets(prefs.selectedRange),
                     calendar.local(m_engine->startDate(prefs.selectedRange)).date(),
                     calendar.local(std::min(m_engine->endDate(prefs.selectedRange), m_engine->now())).date(), calendar,
-                    prefs.privacyMode);
+                    prefs.privacyMode, prefs.dashboardCurrency);
     updateTimers();
     Q_EMIT changed();
     Q_EMIT clockTicked();
