@@ -353,6 +353,10 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
 
 TEST(DatePicker, GridStartsOnTheFirstWeekdayAndHonoursBounds)
 {
+    const struct { QLocale locale; const char *header; } headers[] = {{QLocale(QLocale::English, QLocale::UnitedStates), "S M T W T F S"},
+        {QLocale::c(), "M T W T F S S"}, {QLocale(QLocale::German, QLocale::Germany), "M D M D F S S"}};
+    for (const auto &h : headers)
+        EXPECT_EQ(DatePickerModel(h.locale).weekdayNames().join(u' '), QString::fromUtf8(h.header));
     DatePickerModel picker(QLocale(QLocale::English, QLocale::UnitedStates)); // weeks start on Sunday
     QAbstractItemModelTester tester(&picker, QAbstractItemModelTester::FailureReportingMode::Fatal);
     picker.setState(QDate(2026, 3, 10), QDate(2026, 3, 5), QDate(2026, 3, 10));
