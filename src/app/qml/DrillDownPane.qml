@@ -38,6 +38,41 @@ ColumnLayout {
         }
     }
 
+    // One chip per kind: failed payments and refunds have no tile of their own.
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 6
+        Repeater {
+            model: pane.model.kinds
+            delegate: Clickable {
+                id: chip
+                required property int index
+                required property string label
+                required property bool isChecked
+                objectName: "kindChip"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                implicitHeight: 22
+                hoverEnabled: true
+                onClicked: pane.model.kinds.choose(index)
+                background: Rectangle {
+                    radius: 6
+                    color: chip.isChecked ? Appearance.control : chip.hovered ? Qt.darker(Appearance.window, 1.04) : "transparent"
+                    border.color: Appearance.hairline
+                }
+                contentItem: UiText {
+                    text: chip.label
+                    size: 9
+                    font.letterSpacing: 1.2
+                    font.weight: chip.isChecked ? Font.DemiBold : Font.Normal
+                    color: chip.isChecked ? Appearance.primary : Appearance.secondary
+                    horizontalAlignment: Text.AlignHCenter
+                    verticalAlignment: Text.AlignVCenter
+                }
+            }
+        }
+    }
+
     ColumnLayout {
         spacing: 2
         UiText { text: pane.model.totalText; size: 26; font.weight: Font.DemiBold }

@@ -54,6 +54,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     // Saving is done with settings: the dashboard shows the new account's first refresh.
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
+    connect(m_drillDown.get(), &DrillDownModel::kindRequested, &m_navigation, &Navigation::showDrillDown);
     connect(&m_navigation, &Navigation::paneChanged, this, [this] {
         if (m_navigation.current().kind == AppPane::Case::DrillDown)
             m_drillDown->setKind(m_navigation.current().drillDownKind);
