@@ -231,11 +231,14 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
-    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
+    EXPECT_EQ(dashboard.headlineState(), u"noAccount") << "nothing failed while no account is connected";
     e.upsertAccount({.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s});
-    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
+    EXPECT_EQ(dashboard.headlineState(), u"loading") << "nothing has been loaded yet";
+    EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"true true true");
+    EXPECT_EQ(column(*dashboard.tiles(), "value").join(QString()), QString()) << "no $0 while the first load runs";
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
+    EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"false false false");
 }
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)

@@ -38,6 +38,23 @@ ColumnLayout {
             Symbol { name: "exclamationmark.triangle.fill"; size: 16; color: Appearance.orange }
             UiText { text: "Couldn't load revenue"; size: 20 }
         }
+        Clickable {
+            id: connectLink
+            objectName: "connectAccount"
+            visible: pane.dashboard.headlineState === "noAccount"
+            implicitWidth: connectText.implicitWidth
+            implicitHeight: connectText.implicitHeight
+            hoverEnabled: true
+            onClicked: pane.navigation.showSettings("accounts")
+            contentItem: UiText {
+                id: connectText
+                text: "Connect an account"
+                size: 24
+                font.weight: Font.DemiBold
+                font.underline: connectLink.hovered
+                color: Appearance.accent
+            }
+        }
         UiText {
             visible: pane.dashboard.headlineState === "amount"
             text: pane.dashboard.headlineAmount
@@ -281,6 +298,7 @@ ColumnLayout {
                     required property string value
                     required property color color
                     required property bool unavailable
+                    required property bool loading
                     required property string tooltip
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1
@@ -308,7 +326,13 @@ ColumnLayout {
                                 color: Appearance.secondary
                             }
                         }
+                        Spinner {
+                            visible: tile.loading
+                            Layout.leftMargin: 10
+                            size: 13
+                        }
                         RowLayout {
+                            visible: !tile.loading
                             Layout.leftMargin: 10
                             spacing: 4
                             UiText {

@@ -149,8 +149,13 @@ void DashboardModel::recompute()
     const QSet<RevenueKind> unavailable = !m_engine->accounts().isEmpty() && anyCycleFinished
         ? m_engine->unavailableKinds()
         : QSet<RevenueKind>();
-    m_headline = DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete());
-    m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs));
+    // Nothing stored and nothing loaded yet: a figure would be a made-up $0.
+    const bool firstLoad = !m_engine->accounts().isEmpty() && !anyCycleFinished && !m_engine->lastRefreshed()
+        && m_engine->feed().isEmpty();
+    m_headline = m_engine->accounts().isEmpty()
+        ? DashboardLogic::Headline{DashboardLogic::Headline::State::NoAccount, {}, {}}
+        : DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete() || firstLoad);
+    m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs, firstLoad));
     const TimeContext &calendar = m_engine->calendar();
     m_chart.setData(m_engine->buckets(prefs.selectedRange),
                     calendar.local(m_engine->startDate(prefs.selectedRange)).date(),
@@ -180,6 +185,7 @@ QString DashboardModel::headlineState() const
     case DashboardLogic::Headline::State::Loading: return u"loading"_s;
     case DashboardLogic::Headline::State::Unavailable: return u"unavailable"_s;
     case DashboardLogic::Headline::State::Amount: return u"amount"_s;
+    case DashboardLogic::Headline::State::NoAccount: return u"noAccount"_s;
     }
     return {};
 }
