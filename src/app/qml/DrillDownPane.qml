@@ -31,7 +31,10 @@ ColumnLayout {
             }
             Menu {
                 id: exportMenu
+                // Opens leftwards from the button at the right edge, inside the panel.
+                x: exportButton.width - width
                 y: exportButton.height
+                margins: 16
                 MenuItem { text: "Customers in this list"; onTriggered: pane.model.exportCsv("customers") }
                 MenuItem { text: "All events in this range"; onTriggered: pane.model.exportCsv("events") }
             }

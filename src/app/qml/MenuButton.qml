@@ -32,6 +32,7 @@ Clickable {
     Menu {
         id: menu
         y: root.height + 2
+        margins: 16 // inside the panel, clear of its shadow
         Repeater {
             model: root.choices
             delegate: MenuItem {
