@@ -115,10 +115,8 @@ TEST(Chart, AxisMarksIncludeZeroAndCoverBothSidesForAnyFiniteExtent)
 
     // Churn takes the depth its largest day needs, not a whole step below the line.
     const struct { double low, high; YAxis axis; } axes[] = {
-        {0, 950, {0, 1000, {0, 250, 500, 750, 1000}}},
-        {-200, 4000, {-225, 4000, {0, 2000, 4000}}},
-        {-2500, 4000, {-2812.5, 4000, {-2000, 0, 2000, 4000}}},
-        {-950, 100, {-1000, 500, {-1000, -500, 0, 500}}},
+        {0, 950, {0, 1000, {0, 250, 500, 750, 1000}}}, {-200, 4000, {-225, 4000, {0, 2000, 4000}}},
+        {-2500, 4000, {-2812.5, 4000, {-2000, 0, 2000, 4000}}}, {-950, 100, {-1000, 500, {-1000, -500, 0, 500}}},
     };
     for (const auto &a : axes)
         EXPECT_EQ(yAxis(a.low, a.high), a.axis) << a.low;

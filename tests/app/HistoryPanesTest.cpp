@@ -90,14 +90,11 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     // The kinds without a tile are reached from any drill-down.
     QStringList requested;
     QObject::connect(&model, &DrillDownModel::kindRequested, [&](const QString &kind) { requested << kind; });
-    model.kinds()->choose(3);
     model.kinds()->choose(4);
-    EXPECT_EQ(requested, (QStringList{u"failed"_s, u"refund"_s}));
+    EXPECT_EQ(requested, QStringList{u"refund"_s});
     model.setKindName(u"refund"_s);
     const auto &kinds = model.kinds()->items();
-    EXPECT_EQ(kinds.size(), 5);
-    EXPECT_EQ(kinds[4].label, u"REFUND"_s);
-    EXPECT_TRUE(kinds[4].checked && !kinds[2].checked);
+    EXPECT_TRUE(kinds.size() == 5 && kinds[4].label == u"REFUND"_s && kinds[4].checked && !kinds[2].checked);
     EXPECT_EQ(model.rowCount(), 0);
     EXPECT_EQ(model.emptyText(), u"No refunds in this range."_s);
     EXPECT_EQ(DrillDownLogic::summaryLine(1, 1), u"1 unique customer · 1 event"_s);
