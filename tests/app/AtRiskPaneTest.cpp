@@ -1,6 +1,7 @@
 // The at-risk pane's texts and its model over the demo business's failing subscriptions.
 #include "AppFixture.h"
 #include "model/CurrencyConverter.h"
+#include "engine/InvoiceRetry.h"
 #include "stripe/StripeClient.h"
 #include "support/TestUtil.h"
 #include "viewmodels/AtRiskModel.h"
@@ -50,11 +51,20 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
     const QHash<QString, RetryOutcome> declined{{u"sub_1"_s, {false, u"Stripe HTTP 402: {\"decline_code\":\"expired_card\"}"_s, false}}};
     const QHash<QString, RetryOutcome> failed{{u"sub_1"_s, {false, u"Stripe HTTP 500: {}"_s, false}}};
     const QHash<QString, RetryOutcome> retried{{u"sub_1"_s, {true, {}, false}}};
-    EXPECT_EQ(AtRiskLogic::retryState(pastDue, {}, {}), State::Idle);
-    EXPECT_EQ(AtRiskLogic::retryState(pastDue, {u"in_1"_s}, retried), State::Retrying);
-    EXPECT_EQ(AtRiskLogic::retryState(pastDue, {}, retried), State::Retried);
-    EXPECT_EQ(AtRiskLogic::retryState(pastDue, {}, failed), State::Failed);
-    EXPECT_EQ(AtRiskLogic::retryState(pastDue, {}, declined), State::NeedsNewCard);
+    const QHash<QString, RetryOutcome> spaced{{u"sub_1"_s, {false, RetryThrottleError{3}.description(), true, 3}}};
+    const struct { QSet<QString> retrying; QHash<QString, RetryOutcome> results; State state; QString label; } states[] = {
+        {{}, {}, State::Idle, u"Retry now"_s},
+        {{u"in_1"_s}, retried, State::Retrying, u"Retrying\u2026"_s},
+        {{}, retried, State::Retried, u"Paid \u2713"_s},
+        {{}, failed, State::Failed, u"Retry failed"_s},
+        {{}, spaced, State::Throttled, u"Wait 3 s"_s},
+        {{}, declined, State::NeedsNewCard, u"Retry now"_s},
+    };
+    for (const auto &row : states) {
+        SCOPED_TRACE(row.label.toStdString());
+        EXPECT_EQ(AtRiskLogic::retryState(pastDue, row.retrying, row.results), row.state);
+        EXPECT_EQ(AtRiskLogic::retryLabel(row.state, row.results.value(u"sub_1"_s).secondsToWait), row.label);
+    }
     EXPECT_EQ(AtRiskLogic::retryState(noInvoice, {}, {}), State::Hidden);
     EXPECT_EQ(AtRiskLogic::retryState(sub(AtRiskKind::CanceledPayment, 0), {}, {}), State::Hidden);
 }

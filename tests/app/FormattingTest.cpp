@@ -1,3 +1,4 @@
+#include "model/CurrencyConverter.h"
 #include "viewmodels/ChartModel.h"
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
@@ -61,15 +62,16 @@ TEST(Formatting, NativeAmountsGroupAndShowCentsOnlyWhenNeeded)
         EXPECT_EQ(formatNative(c.amount, c.locale), QString::fromUtf8(c.expected)) << c.expected;
 }
 
-TEST(Formatting, ChartYLabelsUseDollarMagnitudesAndHideInPrivacy)
+TEST(Formatting, ChartYLabelsAreCompactInTheDashboardCurrencyAndHideInPrivacy)
 {
-    const struct { double value; const char *expected; } cases[] = {{0, "$0"}, {250, "$250"}, {999.4, "$999"},
-        {1000, "$1.0K"}, {2500, "$2.5K"}, {1'200'000, "$1.2M"}, {-250, "$-250"}, {-2500, "$-2500"}};
+    const struct { double value; const char *currency, *expected; } cases[] = {{0, "usd", "$0"}, {250, "USD", "$250"},
+        {999.4, "usd", "$999"}, {1000, "usd", "$1.0K"}, {2500, "usd", "$2.5K"}, {1'200'000, "usd", "$1.2M"},
+        {-250, "usd", "-$250"}, {-2000, "usd", "-$2.0K"}, {-0.2, "usd", "$0"}, {4000, "EUR", "€4.0K"},
+        {-1'500'000, "eur", "-€1.5M"}, {70, "xyz", "XYZ 70"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.value);
-        // Negative values never shorten: the K and M branches need a value above the line.
-        EXPECT_EQ(formatY(c.value, false), QString::fromUtf8(c.expected));
-        EXPECT_EQ(formatY(c.value, true), u"•");
+        EXPECT_EQ(formatY(c.value, false, QString::fromUtf8(c.currency)), QString::fromUtf8(c.expected));
+        EXPECT_EQ(formatY(c.value, true, QString::fromUtf8(c.currency)), u"•");
     }
 }
 
@@ -110,6 +112,14 @@ TEST(Chart, AxisMarksIncludeZeroAndCoverBothSidesForAnyFiniteExtent)
         EXPECT_LE(marks.size(), 9);
     }
     EXPECT_EQ(yAxisMarks(0, 0), QList<double>{0.0});
+
+    // Churn takes the depth its largest day needs, not a whole step below the line.
+    const struct { double low, high; YAxis axis; } axes[] = {
+        {0, 950, {0, 1000, {0, 250, 500, 750, 1000}}}, {-200, 4000, {-225, 4000, {0, 2000, 4000}}},
+        {-2500, 4000, {-2812.5, 4000, {-2000, 0, 2000, 4000}}}, {-950, 100, {-1000, 500, {-1000, -500, 0, 500}}},
+    };
+    for (const auto &a : axes)
+        EXPECT_EQ(yAxis(a.low, a.high), a.axis) << a.low;
 }
 
 TEST(Chart, ModelLabelsEveryStrideDayAndMasksYInPrivacy)
@@ -160,6 +170,12 @@ TEST(Chart, EveryDayOfTheRangeIsASlotAndHoverReadsItsFigures)
     EXPECT_TRUE(model.readout(7).isEmpty());
     model.setData(sparse, QDate(2026, 3, 1), QDate(2026, 3, 7), calendar, true);
     EXPECT_FALSE(model.readout(1).contains(u"10"));
+    // Another dashboard currency: the bars, the readout and the axis in it.
+    model.setData(sparse, QDate(2026, 3, 1), QDate(2026, 3, 7), calendar, false, u"EUR"_s);
+    const double euros = CurrencyConverter::fromUSD(10, u"EUR");
+    EXPECT_EQ(model.readout(1), u"Mon, Mar 2\nNew €%1 · Recurring €0 · Churn €0"_s.arg(formatNative(euros, QLocale(QLocale::English, QLocale::UnitedStates))));
+    EXPECT_DOUBLE_EQ(model.plots().first().value, euros);
+    EXPECT_TRUE(model.yLabels().last().startsWith(u"€"_s));
 }
 
 TEST(Formatting, NegatedAmountsNeverSignAZero)

@@ -85,7 +85,14 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     EXPECT_EQ(role(0, DrillDownModel::DisplayNameRole), CurrencyConverter::maskEmail(u"bob@example.com"_s));
     ASSERT_TRUE(model.writeCsv(u"customers"_s, file));
     EXPECT_TRUE(readFile(file).contains(",1,99.00,USD,99.00,")) << "privacy mode hides nothing from the export";
+    // The kinds without a tile are reached from any drill-down.
+    QStringList requested;
+    QObject::connect(&model, &DrillDownModel::kindRequested, [&](const QString &kind) { requested << kind; });
+    model.kinds()->choose(4);
+    EXPECT_EQ(requested, QStringList{u"refund"_s});
     model.setKindName(u"refund"_s);
+    const auto &kinds = model.kinds()->items();
+    EXPECT_TRUE(kinds.size() == 5 && kinds[4].label == u"REFUND"_s && kinds[4].checked && !kinds[2].checked);
     EXPECT_EQ(model.rowCount(), 0);
     EXPECT_EQ(model.emptyText(), u"No refunds in this range."_s);
     EXPECT_EQ(DrillDownLogic::summaryLine(1, 1), u"1 unique customer · 1 event"_s);

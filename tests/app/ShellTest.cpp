@@ -17,6 +17,8 @@
 #include <QPalette>
 #include <QFile>
 #include <QFont>
+#include <QQuickItem>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -259,4 +261,86 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     app.openPanel();
     EXPECT_TRUE(app.window()->isVisible());
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
+}
+
+// Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc
+// closes the innermost thing (a menu, the account editor) first and the panel when no control
+// used it, wherever the focus is.
+TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
+{
+    const Account acme{.name = u"Acme"_s};
+    storage().saveAccounts({acme});
+    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                        event(u"b"_s, daysAgo(1), RevenueKind::Refund, 29, acme.id)});
+    AppOptions options = appOptions();
+    options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
+    QuorvaneApp app(options);
+    ASSERT_TRUE(app.start());
+    QQuickWindow *window = app.window();
+    const auto open = [&] { app.showPanelAt(QPoint(0, 0)); return QTest::qWaitForWindowActive(window); };
+    const auto press = [&](Qt::Key key) { QTest::keyClick(window, key); QCoreApplication::processEvents(); };
+    const std::function<QQuickItem *(QQuickItem *, const QString &)> find = [&](QQuickItem *root, const QString &name) {
+        for (QQuickItem *child : root->childItems())
+            if (QQuickItem *hit = child->objectName() == name || child->property("placeholderText") == name ? child : find(child, name))
+                return hit;
+        return static_cast<QQuickItem *>(nullptr);
+    };
+    const auto focus = [&](const QString &name) {
+        QQuickItem *item = find(window->contentItem(), name);
+        return item ? item->forceActiveFocus(Qt::TabFocusReason), item : nullptr;
+    };
+    ASSERT_TRUE(open());
+    const QImage unfocused = window->grabWindow();
+    QStringList stops;
+    for (QQuickItem *first = nullptr; stops.size() < 40;) {
+        press(Qt::Key_Tab);
+        QQuickItem *item = window->activeFocusItem();
+        if (!item || item == first)
+            break;
+        first = first ? first : item;
+        stops << item->objectName();
+        const QRect around = item->mapRectToScene(item->boundingRect()).toAlignedRect().adjusted(-3, -3, 3, 3);
+        EXPECT_NE(window->grabWindow().copy(around), unfocused.copy(around)) << "no ring on stop " << stops.size();
+    }
+    EXPECT_EQ(stops.count(u"tile"_s), 3);
+    EXPECT_EQ(stops.count(u"feedRow"_s), 2);
+
+    const QModelIndex firstRow = app.dashboard()->feed()->index(0);
+    ASSERT_TRUE(focus(u"feedRow"_s));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(firstRow.data(FeedModel::ExpandedRole).toBool());
+    press(Qt::Key_Space);
+    EXPECT_FALSE(firstRow.data(FeedModel::ExpandedRole).toBool());
+    press(Qt::Key_Escape); // focus on a control
+    EXPECT_FALSE(window->isVisible());
+
+    ASSERT_TRUE(open());
+    QQuickItem *filter = focus(u"accountFilterMenu"_s);
+    ASSERT_NE(filter, nullptr);
+    press(Qt::Key_Return);
+    const QObjectList children = filter->children();
+    const auto menu = std::find_if(children.begin(), children.end(), [](QObject *o) { return o->inherits("QQuickMenu"); });
+    ASSERT_TRUE(menu != children.end() && (*menu)->property("visible").toBool());
+    press(Qt::Key_Escape);
+    EXPECT_FALSE((*menu)->property("visible").toBool());
+    EXPECT_TRUE(window->isVisible()) << "the menu took the first Esc";
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(window->isVisible());
+
+    ASSERT_TRUE(open());
+    app.navigation()->showSettings(u"accounts"_s);
+    for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return}) {
+        app.accounts()->addAccount(u"stripe"_s);
+        QCoreApplication::processEvents();
+        ASSERT_TRUE(focus(u"rk_live_..."_s));
+        for (const char c : std::string_view("rk_test_typed"))
+            QTest::keyClick(window, c);
+        press(key); // Cancel, then Save
+        EXPECT_EQ(app.accounts()->editor(), nullptr);
+        EXPECT_TRUE(window->isVisible());
+    }
+    EXPECT_EQ(app.engine()->accounts().size(), 2);
+    EXPECT_EQ(app.navigation()->paneName(), u"dashboard");
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(window->isVisible());
 }

@@ -81,8 +81,8 @@ TEST_F(AppFixture, HistoricalLimitStartsPastThirtyDays)
 
 TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
 {
-    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s};
-    ASSERT_TRUE(storage().saveAccounts({acme, beta}));
+    const Account acme{.name = u"Acme"_s}, beta{.name = u"Beta"_s}, quiet{.name = u"Quiet"_s};
+    ASSERT_TRUE(storage().saveAccounts({acme, beta, quiet}));
     // Range: last 7 days. Two events inside, two older, one from the other account.
     ASSERT_TRUE(storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
                         event(u"b"_s, daysAgo(3), RevenueKind::Churn, 29, acme.id),
@@ -110,7 +110,12 @@ TEST_F(AppFixture, DashboardSplitsFeedAtRangeStartWithDivider)
     dashboard.accountFilters()->choose(3);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"Beta");
     EXPECT_EQ(column(*dashboard.feed(), "eventId"), QStringList{u"c"_s});
-    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true");
+    EXPECT_EQ(dashboard.feedCount(), 1) << "the count is of the rows shown";
+    EXPECT_EQ(column(*dashboard.accountFilters(), "isChecked").join(u' '), u"false false false true false");
+    dashboard.accountFilters()->choose(4);
+    EXPECT_EQ(dashboard.feedCount(), 0);
+    EXPECT_EQ(dashboard.feedEmptyText(), u"No activity for Quiet in this range");
+    dashboard.accountFilters()->choose(3);
     // The filtered account is deleted: the label falls back.
     engine.removeAccount(beta);
     EXPECT_EQ(dashboard.accountFilterLabel(), u"All accounts");
@@ -312,11 +317,14 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     RevenueEngine &e = *(engine = std::make_unique<RevenueEngine>(env));
     DashboardModel dashboard(&e, locale);
     ASSERT_EQ(e.unavailableKinds().size(), 5);
-    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing failed while no account is connected";
+    EXPECT_EQ(dashboard.headlineState(), u"noAccount") << "nothing failed while no account is connected";
     e.upsertAccount({.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s});
-    EXPECT_EQ(dashboard.headlineState(), u"amount") << "nothing has been loaded yet";
+    EXPECT_EQ(dashboard.headlineState(), u"loading") << "nothing has been loaded yet";
+    EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"true true true");
+    EXPECT_EQ(column(*dashboard.tiles(), "value").join(QString()), QString()) << "no $0 while the first load runs";
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
+    EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"false false false");
 }
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
@@ -434,6 +442,10 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
 
 TEST(DatePicker, GridStartsOnTheFirstWeekdayAndHonoursBounds)
 {
+    const struct { QLocale locale; const char *header; } headers[] = {{QLocale(QLocale::English, QLocale::UnitedStates), "S M T W T F S"},
+        {QLocale::c(), "M T W T F S S"}, {QLocale(QLocale::German, QLocale::Germany), "M D M D F S S"}};
+    for (const auto &h : headers)
+        EXPECT_EQ(DatePickerModel(h.locale).weekdayNames().join(u' '), QString::fromUtf8(h.header));
     DatePickerModel picker(QLocale(QLocale::English, QLocale::UnitedStates)); // weeks start on Sunday
     QAbstractItemModelTester tester(&picker, QAbstractItemModelTester::FailureReportingMode::Fatal);
     picker.setState(QDate(2026, 3, 10), QDate(2026, 3, 5), QDate(2026, 3, 10));

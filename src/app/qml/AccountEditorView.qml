@@ -9,6 +9,10 @@ ColumnLayout {
     required property AccountEditor editor
     signal openLink(url link)
     spacing: 8
+    // Keys no control inside used: Enter saves the form, Esc is Cancel (and keeps the panel open).
+    Keys.onReturnPressed: if (view.editor.isValid) view.editor.save()
+    Keys.onEnterPressed: if (view.editor.isValid) view.editor.save()
+    Keys.onEscapePressed: view.editor.cancel()
 
     RowLayout {
         Layout.fillWidth: true
@@ -67,7 +71,7 @@ ColumnLayout {
             text: view.editor.stripeRestrictedKey
             onTextEdited: view.editor.stripeRestrictedKey = text
         }
-        AbstractButton {
+        Clickable {
             implicitWidth: linkRow.implicitWidth
             implicitHeight: 18
             onClicked: view.openLink(view.editor.stripeCreateUrl)

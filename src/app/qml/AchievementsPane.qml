@@ -12,12 +12,19 @@ ColumnLayout {
     readonly property color gold: Qt.rgba(0.92, 0.72, 0.16, 1)
 
     spacing: 10
+    // Esc first leaves the record editor, dropping its drafts; then it closes the panel.
+    Keys.onEscapePressed: event => {
+        if (pane.model.editing)
+            pane.model.discardEditing()
+        else
+            event.accepted = false
+    }
 
     RowLayout {
         Layout.fillWidth: true
         BackButton { onClicked: pane.navigation.showDashboard() }
         UiText { Layout.fillWidth: true; text: "Achievements"; size: 12; font.weight: Font.DemiBold; horizontalAlignment: Text.AlignHCenter }
-        AbstractButton {
+        Clickable {
             implicitWidth: editRow.implicitWidth + 10
             implicitHeight: 22
             hoverEnabled: true

@@ -84,6 +84,7 @@ ColumnLayout {
             required property color letterColor
             required property string iconSource
             required property string retryState
+            required property string retryLabel
             required property string errorText
             required property url linkUrl
             required property bool lastInSection
@@ -132,7 +133,7 @@ ColumnLayout {
                         visible: row.email.length > 0
                         spacing: 5
                         UiText { Layout.maximumWidth: 200; text: row.email; textFormat: Text.PlainText; size: 11; elide: Text.ElideRight }
-                        AbstractButton {
+                        Clickable {
                             implicitWidth: row.copied ? copiedText.implicitWidth + 4 : 14
                             implicitHeight: 16
                             hoverEnabled: true
@@ -173,11 +174,12 @@ ColumnLayout {
                     Symbol { name: "person.fill.questionmark"; size: 11; color: Appearance.orange }
                     UiText { text: "Needs new card"; size: 11; font.weight: Font.Medium; color: Appearance.orange }
                 }
-                AbstractButton {
+                Clickable {
                     id: retryButton
                     objectName: "retryButton"
                     visible: row.retryState !== "hidden" && row.retryState !== "needsNewCard"
-                    enabled: row.retryState !== "retrying"
+                    // A paid row waits in place to leave: a second click must not pay again.
+                    enabled: row.retryState !== "retrying" && row.retryState !== "retried"
                     implicitWidth: retryRow.implicitWidth + 14
                     implicitHeight: 22
                     hoverEnabled: true
@@ -188,21 +190,20 @@ ColumnLayout {
                         spacing: 4
                         Spinner { visible: row.retryState === "retrying"; size: 10 }
                         Symbol {
-                            visible: row.retryState !== "retrying"
-                            name: row.retryState === "retried" ? "checkmark.circle.fill"
-                                : row.retryState === "failed" ? "xmark.circle.fill" : "arrow.clockwise"
+                            visible: row.retryState === "idle" || row.retryState === "failed"
+                            name: row.retryState === "failed" ? "xmark.circle.fill" : "arrow.clockwise"
                             size: 11
-                            color: row.retryState === "retried" ? Appearance.green
-                                 : row.retryState === "failed" ? Appearance.red : Appearance.accent
+                            color: row.retryState === "failed" ? Appearance.red : Appearance.accent
                         }
                         UiText {
-                            text: row.retryState === "retried" ? "Retried"
-                                : row.retryState === "failed" ? "Retry failed" : "Retry now"
+                            text: row.retryLabel
                             size: 11
+                            color: row.retryState === "retried" ? Appearance.green
+                                 : row.retryState === "throttled" ? Appearance.secondary : Appearance.primary
                         }
                     }
                 }
-                AbstractButton {
+                Clickable {
                     id: linkButton
                     visible: row.linkUrl.toString().length > 0
                     implicitWidth: linkRow.implicitWidth + 14
@@ -227,7 +228,9 @@ ColumnLayout {
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 size: 10
-                color: Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.85)
+                // A refusal for the spacing was never attempted: an explanation, not an error.
+                color: row.retryState === "throttled" ? Appearance.secondary
+                                                      : Qt.rgba(Appearance.red.r, Appearance.red.g, Appearance.red.b, 0.85)
             }
             Rectangle {
                 visible: !row.isHeader && !row.lastInSection

@@ -4,7 +4,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 
 // "‹ Dashboard": the way back from every other pane.
-AbstractButton {
+Clickable {
     id: root
     implicitWidth: row.implicitWidth + 8
     implicitHeight: 22

@@ -66,6 +66,23 @@ ColumnLayout {
             Symbol { name: "exclamationmark.triangle.fill"; size: 16; color: Appearance.orange }
             UiText { text: "Couldn't load revenue"; size: 20 }
         }
+        Clickable {
+            id: connectLink
+            objectName: "connectAccount"
+            visible: pane.dashboard.headlineState === "noAccount"
+            implicitWidth: connectText.implicitWidth
+            implicitHeight: connectText.implicitHeight
+            hoverEnabled: true
+            onClicked: pane.navigation.showSettings("accounts")
+            contentItem: UiText {
+                id: connectText
+                text: "Connect an account"
+                size: 24
+                font.weight: Font.DemiBold
+                font.underline: connectLink.hovered
+                color: Appearance.accent
+            }
+        }
         UiText {
             visible: pane.dashboard.headlineState === "amount"
             text: pane.dashboard.headlineAmount
@@ -262,9 +279,10 @@ ColumnLayout {
         }
 
         // At-risk banner.
-        AbstractButton {
+        Clickable {
             id: atRiskBanner
             objectName: "atRiskBanner"
+            ringRadius: 8
             visible: pane.dashboard.hasAtRisk && !pane.atRiskBannerDismissed
             Layout.fillWidth: true
             implicitHeight: bannerRow.implicitHeight + 14
@@ -328,13 +346,16 @@ ColumnLayout {
             spacing: 8
             Repeater {
                 model: pane.dashboard.tiles
-                delegate: AbstractButton {
+                delegate: Clickable {
                     id: tile
+                    objectName: "tile"
+                    ringRadius: 8
                     required property string kind
                     required property string name
                     required property string value
                     required property color color
                     required property bool unavailable
+                    required property bool loading
                     required property string tooltip
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1
@@ -362,7 +383,13 @@ ColumnLayout {
                                 color: Appearance.secondary
                             }
                         }
+                        Spinner {
+                            visible: tile.loading
+                            Layout.leftMargin: 10
+                            size: 13
+                        }
                         RowLayout {
+                            visible: !tile.loading
                             Layout.leftMargin: 10
                             spacing: 4
                             UiText {

@@ -5,7 +5,7 @@ import QtQuick.Layouts
 
 // A small date field that opens a month grid; the grid's days, bounds and texts come from
 // its DatePickerModel.
-AbstractButton {
+Clickable {
     id: root
     required property DatePickerModel picker
 
@@ -15,8 +15,6 @@ AbstractButton {
     onClicked: popup.open()
 
     background: Rectangle {
-        border.width: root.visualFocus ? 2 : 0
-        border.color: Appearance.accent
         radius: 5
         color: root.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
     }
@@ -77,7 +75,7 @@ AbstractButton {
                 }
                 Repeater {
                     model: root.picker
-                    delegate: AbstractButton {
+                    delegate: Clickable {
                         id: cell
                         required property int index
                         required property int day

@@ -16,7 +16,7 @@ ColumnLayout {
         Layout.fillWidth: true
         BackButton { onClicked: pane.navigation.showDashboard() }
         UiText { Layout.fillWidth: true; text: pane.model.title; size: 12; font.weight: Font.DemiBold; horizontalAlignment: Text.AlignHCenter }
-        AbstractButton {
+        Clickable {
             id: exportButton
             implicitWidth: exportRow.implicitWidth + 10
             implicitHeight: 22
@@ -31,9 +31,47 @@ ColumnLayout {
             }
             Menu {
                 id: exportMenu
+                // Opens leftwards from the button at the right edge, inside the panel.
+                x: exportButton.width - width
                 y: exportButton.height
+                margins: 16
                 MenuItem { text: "Customers in this list"; onTriggered: pane.model.exportCsv("customers") }
                 MenuItem { text: "All events in this range"; onTriggered: pane.model.exportCsv("events") }
+            }
+        }
+    }
+
+    // One chip per kind: failed payments and refunds have no tile of their own.
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 6
+        Repeater {
+            model: pane.model.kinds
+            delegate: Clickable {
+                id: chip
+                required property int index
+                required property string label
+                required property bool isChecked
+                objectName: "kindChip"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                implicitHeight: 22
+                hoverEnabled: true
+                onClicked: pane.model.kinds.choose(index)
+                background: Rectangle {
+                    radius: 6
+                    color: chip.isChecked ? Appearance.control : chip.hovered ? Qt.darker(Appearance.window, 1.04) : "transparent"
+                    border.color: Appearance.hairline
+                }
+                contentItem: UiText {
+                    text: chip.label
+                    size: 9
+                    font.letterSpacing: 1.2
+                    font.weight: chip.isChecked ? Font.DemiBold : Font.Normal
+                    color: chip.isChecked ? Appearance.primary : Appearance.secondary
+                    horizontalAlignment: Text.AlignHCenter
+                    verticalAlignment: Text.AlignVCenter
+                }
             }
         }
     }
@@ -118,7 +156,7 @@ ColumnLayout {
                         Layout.fillWidth: true
                         spacing: 5
                         UiText { Layout.maximumWidth: 220; text: row.displayName; textFormat: Text.PlainText; size: 12 }
-                        AbstractButton {
+                        Clickable {
                             visible: row.hasEmail
                             implicitWidth: row.copied ? copiedText.implicitWidth + 4 : 14
                             implicitHeight: 16
@@ -143,7 +181,7 @@ ColumnLayout {
                 ColumnLayout {
                     spacing: 2
                     UiText { Layout.alignment: Qt.AlignRight; text: row.amountText; size: 13; font.weight: Font.DemiBold; color: row.amountColor }
-                    AbstractButton {
+                    Clickable {
                         visible: row.linkUrl.toString().length > 0
                         Layout.alignment: Qt.AlignRight
                         implicitWidth: linkRow.implicitWidth

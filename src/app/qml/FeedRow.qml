@@ -49,17 +49,21 @@ Item {
         width: parent.width
         spacing: 0
 
-        MouseArea {
+        Clickable {
+            objectName: "feedRow"
             Layout.fillWidth: true
             implicitHeight: line.implicitHeight + 12
-            cursorShape: Qt.PointingHandCursor
+            topPadding: 6
+            bottomPadding: 6
+            ringOutset: 0
             onClicked: row.feed.toggle(row.index)
+            // Tab walks the rows: the list follows the focused one.
+            onActiveFocusChanged: if (activeFocus && row.ListView.view)
+                                      row.ListView.view.positionViewAtIndex(row.index, ListView.Contain)
+            HoverHandler { cursorShape: Qt.PointingHandCursor }
 
-            RowLayout {
+            contentItem: RowLayout {
                 id: line
-                anchors.fill: parent
-                anchors.topMargin: 6
-                anchors.bottomMargin: 6
                 spacing: 10
 
                 Item {
@@ -161,7 +165,7 @@ Item {
                 spacing: 6
                 Symbol { name: "person.crop.circle.fill"; size: 14; color: Appearance.secondary }
                 UiText { text: row.emailText; size: 11 }
-                AbstractButton {
+                Clickable {
                     implicitWidth: copyContent.implicitWidth + 8
                     implicitHeight: 18
                     hoverEnabled: true
@@ -191,7 +195,7 @@ Item {
                 }
             }
             UiText { text: row.accountName; size: 10; color: Appearance.secondary }
-            AbstractButton {
+            Clickable {
                 visible: row.linkLabel.length > 0
                 implicitWidth: chip.implicitWidth + 12
                 implicitHeight: 20

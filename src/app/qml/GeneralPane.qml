@@ -81,7 +81,7 @@ ColumnLayout {
     SectionHeader { text: "Start automatically" }
     SettingRow { title: "Launch on system startup."; checked: pane.settings.startAtLogin; onToggled: v => pane.settings.startAtLogin = v }
 
-    AbstractButton {
+    Clickable {
         Layout.topMargin: 8
         implicitWidth: quitRow.implicitWidth + 16
         implicitHeight: 24
@@ -90,8 +90,6 @@ ColumnLayout {
         background: Rectangle {
             radius: 6
             color: parent.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
-            border.width: parent.visualFocus ? 2 : 0
-            border.color: Appearance.accent
         }
         contentItem: RowLayout {
             id: quitRow

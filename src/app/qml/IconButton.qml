@@ -3,7 +3,7 @@ import Quorvane
 import QtQuick.Controls.Basic
 
 // A borderless button showing one symbol, with an optional tooltip.
-AbstractButton {
+Clickable {
     id: root
     property string symbol
     property color tint: Appearance.secondary
@@ -16,8 +16,6 @@ AbstractButton {
     opacity: enabled ? 1 : 0.35
 
     background: Rectangle {
-        border.width: root.visualFocus ? 2 : 0
-        border.color: Appearance.accent
         radius: 6
         color: root.hovered ? Appearance.control : "transparent"
     }

@@ -4,7 +4,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 
 // A rounded button with a label and a chevron that opens a menu of a ChoiceListModel.
-AbstractButton {
+Clickable {
     id: root
     property string label
     property ChoiceListModel choices
@@ -15,8 +15,6 @@ AbstractButton {
     onClicked: menu.open()
 
     background: Rectangle {
-        border.width: root.visualFocus ? 2 : 0
-        border.color: Appearance.accent
         radius: 6
         color: root.hovered ? Qt.darker(Appearance.control, 1.4) : Appearance.control
     }
@@ -34,6 +32,7 @@ AbstractButton {
     Menu {
         id: menu
         y: root.height + 2
+        margins: 16 // inside the panel, clear of its shadow
         Repeater {
             model: root.choices
             delegate: MenuItem {

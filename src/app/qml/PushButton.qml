@@ -3,7 +3,7 @@ import Quorvane
 import QtQuick.Controls.Basic
 
 // A text button drawn in the window's own colours; `prominent` fills it with the accent.
-AbstractButton {
+Clickable {
     id: root
     property bool prominent: false
     implicitWidth: caption.implicitWidth + 24
@@ -13,8 +13,8 @@ AbstractButton {
     background: Rectangle {
         radius: 6
         color: root.prominent ? Appearance.accent : (root.hovered ? Qt.darker(Appearance.control, 1.6) : Qt.darker(Appearance.control, 1.3))
-        border.width: root.visualFocus ? 2 : 1
-        border.color: root.visualFocus ? Appearance.accent : root.prominent ? "transparent" : Appearance.hairline
+        border.width: 1
+        border.color: root.prominent ? "transparent" : Appearance.hairline
     }
     contentItem: UiText {
         id: caption

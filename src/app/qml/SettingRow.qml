@@ -29,13 +29,14 @@ RowLayout {
         checked: root.checked
         onToggled: root.toggled(checked)
         padding: 0
+        Keys.onReturnPressed: { toggle.toggle(); toggle.toggled() }
+        Keys.onEnterPressed: { toggle.toggle(); toggle.toggled() }
+        FocusRing { shown: toggle.visualFocus; cornerRadius: 9 }
         indicator: Rectangle {
             implicitWidth: 32
             implicitHeight: 18
             radius: 9
             color: toggle.checked ? Appearance.accent : Appearance.switchOff
-            border.width: toggle.visualFocus ? 2 : 0
-            border.color: Appearance.accent
             Rectangle {
                 x: toggle.checked ? parent.width - width - 2 : 2
                 anchors.verticalCenter: parent.verticalCenter

@@ -27,7 +27,7 @@ ColumnLayout {
                 { tab: "accounts", label: "Accounts", symbol: "key.fill" },
                 { tab: "about", label: "About", symbol: "info.circle" }
             ]
-            delegate: AbstractButton {
+            delegate: Clickable {
                 id: tabButton
                 required property var modelData
                 readonly property bool active: panel.activeTab === modelData.tab

@@ -12,7 +12,7 @@ Row {
 
     Repeater {
         model: [{ glyph: "−", tip: "Less", up: false }, { glyph: "+", tip: "More", up: true }]
-        delegate: AbstractButton {
+        delegate: Clickable {
             id: half
             required property var modelData
             enabled: modelData.up ? root.canIncrease : root.canDecrease
@@ -26,8 +26,8 @@ Row {
                 radius: 6
                 color: half.down ? Qt.darker(Appearance.control, 1.9)
                                  : half.hovered ? Qt.darker(Appearance.control, 1.5) : Appearance.control
-                border.width: half.visualFocus ? 2 : 1
-                border.color: half.visualFocus ? Appearance.accent : Appearance.hairline
+                border.width: 1
+                border.color: Appearance.hairline
             }
             contentItem: UiText {
                 text: half.modelData.glyph

@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QQuickItem>
 #include <QScreen>
 #include <QTimer>
 
@@ -64,6 +65,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     // Saving is done with settings: the dashboard shows the new account's first refresh.
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
+    connect(m_drillDown.get(), &DrillDownModel::kindRequested, &m_navigation, &Navigation::showDrillDown);
     connect(&m_navigation, &Navigation::paneChanged, this, [this] {
         if (m_navigation.current().kind == AppPane::Case::DrillDown)
             m_drillDown->setKind(m_navigation.current().drillDownKind);
@@ -271,8 +273,10 @@ void QuorvaneApp::hidePanel()
 {
     if (!m_window)
         return;
-    m_window->setKeyboardGrabEnabled(false);
-    m_window->setMouseGrabEnabled(false);
+    if (QGuiApplication::platformName() != u"offscreen"_s) { // nothing was grabbed there
+        m_window->setKeyboardGrabEnabled(false);
+        m_window->setMouseGrabEnabled(false);
+    }
     m_wasActive = false;
     m_window->hide();
 }
@@ -289,10 +293,21 @@ bool QuorvaneApp::eventFilter(QObject *watched, QEvent *event)
                 hidePanel();
                 return true;
             }
-        } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
-            // The panel's own popups close on Esc first; only a bare Esc reaches the window.
-            if (!m_window->activeFocusItem() || m_window->activeFocusItem() == m_window->contentItem())
+        } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
+                   && !m_deliveringEscape) {
+            // What is innermost takes Esc first: an open popup, an editor (as Cancel). An Esc
+            // that no control used closes the panel, wherever the focus is.
+            const QQuickItem *focus = m_window->activeFocusItem();
+            bool used = false;
+            if (focus && focus != m_window->contentItem()) {
+                m_deliveringEscape = true;
+                QCoreApplication::sendEvent(m_window, event);
+                m_deliveringEscape = false;
+                used = event->isAccepted();
+            }
+            if (!used)
                 hidePanel();
+            return true;
         } else if (event->type() == QEvent::FocusIn)
             m_wasActive = true;
         else if (event->type() == QEvent::FocusOut && m_wasActive && !m_window->isActive()) {

@@ -138,6 +138,7 @@ private:
     QQmlApplicationEngine m_qml;
     QPointer<QQuickWindow> m_window;
     bool m_wasActive = false;
+    bool m_deliveringEscape = false;
     bool m_windowed = false;
     int m_maxPanelHeight = 100000;
     int m_frameMargin = 0;

@@ -75,6 +75,8 @@ RetryState retryState(const AtRiskSub &sub, const QSet<QString> &retrying, const
         return RetryState::Hidden;
     const auto result = results.constFind(sub.id);
     const bool failed = result != results.cend() && !result->succeeded;
+    if (failed && result->throttled)
+        return RetryState::Throttled;
     if (failed && isPermanentDecline(result->errorDescription))
         return RetryState::NeedsNewCard;
     if (retrying.contains(*sub.latestInvoiceId))
@@ -82,6 +84,17 @@ RetryState retryState(const AtRiskSub &sub, const QSet<QString> &retrying, const
     if (result == results.cend())
         return RetryState::Idle;
     return failed ? RetryState::Failed : RetryState::Retried;
+}
+
+QString retryLabel(RetryState state, int secondsToWait)
+{
+    switch (state) {
+    case RetryState::Retrying: return u"Retrying\u2026"_s;
+    case RetryState::Retried: return u"Paid \u2713"_s;
+    case RetryState::Failed: return u"Retry failed"_s;
+    case RetryState::Throttled: return u"Wait %1 s"_s.arg(secondsToWait);
+    default: return u"Retry now"_s;
+    }
 }
 
 } // namespace AtRiskLogic
@@ -213,10 +226,13 @@ QVariant AtRiskModel::data(const QModelIndex &index, int role) const
     case LetterColorRole: return Formatting::providerColor(sub.accountName);
     case IconSourceRole: return m_iconByAccount.value(sub.accountId.toString());
     case RetryStateRole: {
-        static const char *const names[] = {"hidden", "needsNewCard", "retrying", "retried", "failed", "idle"};
+        static const char *const names[] = {"hidden", "needsNewCard", "retrying", "retried", "failed", "idle", "throttled"};
         return QString::fromLatin1(
             names[int(AtRiskLogic::retryState(sub, m_engine->retryingInvoiceIds(), m_engine->retryResults()))]);
     }
+    case RetryLabelRole:
+        return AtRiskLogic::retryLabel(AtRiskLogic::retryState(sub, m_engine->retryingInvoiceIds(), m_engine->retryResults()),
+                                       m_engine->retryResults().value(sub.id).secondsToWait);
     case ErrorTextRole: {
         const auto result = m_engine->retryResults().constFind(sub.id);
         if (result == m_engine->retryResults().cend() || result->succeeded)
@@ -236,7 +252,8 @@ QHash<int, QByteArray> AtRiskModel::roleNames() const
             {EmailRole, "email"},               {CopiedRole, "copied"},         {AmountTextRole, "amountText"},
             {CurrencyCodeRole, "currencyCode"}, {AccountNameRole, "accountName"}, {LetterRole, "letter"},
             {LetterColorRole, "letterColor"},   {IconSourceRole, "iconSource"}, {RetryStateRole, "retryState"},
-            {ErrorTextRole, "errorText"},       {LinkUrlRole, "linkUrl"},       {LastInSectionRole, "lastInSection"}};
+            {ErrorTextRole, "errorText"},       {LinkUrlRole, "linkUrl"},       {LastInSectionRole, "lastInSection"},
+            {RetryLabelRole, "retryLabel"}};
 }
 
 void AtRiskModel::retry(int row)

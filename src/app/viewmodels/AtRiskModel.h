@@ -24,8 +24,10 @@ bool isPermanentDecline(const QString &errorDescription);
 QString retryErrorMessage(const RetryOutcome &outcome);
 
 // What the row's retry control shows.
-enum class RetryState { Hidden, NeedsNewCard, Retrying, Retried, Failed, Idle };
+enum class RetryState { Hidden, NeedsNewCard, Retrying, Retried, Failed, Idle, Throttled };
 RetryState retryState(const AtRiskSub &sub, const QSet<QString> &retrying, const QHash<QString, RetryOutcome> &results);
+// The button's caption: "Retry now", "Retrying…", "Paid ✓", "Wait 3 s" (never attempted), ...
+QString retryLabel(RetryState state, int secondsToWait);
 
 } // namespace AtRiskLogic
 
@@ -53,7 +55,8 @@ public:
         LetterRole,
         LetterColorRole,
         IconSourceRole,
-        RetryStateRole, // "hidden", "needsNewCard", "retrying", "retried", "failed", "idle"
+        RetryStateRole, // "hidden", "needsNewCard", "retrying", "retried", "failed", "idle", "throttled"
+        RetryLabelRole,
         ErrorTextRole,
         LinkUrlRole,
         LastInSectionRole,

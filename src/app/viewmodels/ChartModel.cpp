@@ -1,5 +1,6 @@
 #include "ChartModel.h"
 
+#include "model/CurrencyConverter.h"
 #include "viewmodels/Formatting.h"
 
 #include <cmath>
@@ -88,6 +89,15 @@ QList<double> yAxisMarks(double minimum, double maximum, int target)
     return marks;
 }
 
+YAxis yAxis(double lowest, double highest)
+{
+    YAxis axis{.marks = yAxisMarks(lowest, highest)};
+    axis.top = axis.marks.last();
+    axis.bottom = lowest < 0 ? std::max(axis.marks.first(), lowest * 1.125) : 0.0; // an eighth more room
+    axis.marks.removeIf([&](double mark) { return mark < axis.bottom; });
+    return axis;
+}
+
 QColor seriesColor(const QString &series)
 {
     if (series == u"New"_s)
@@ -104,9 +114,16 @@ ChartModel::ChartModel(QLocale locale, QObject *parent)
 }
 
 void ChartModel::setData(const QList<DailyBucket> &rangeBuckets, QDate firstDay, QDate lastDay,
-                         const TimeContext &calendar, bool privacyMode)
+                         const TimeContext &calendar, bool privacyMode, const QString &currency)
 {
-    const QList<DailyBucket> buckets = daySlots(rangeBuckets, firstDay, lastDay, calendar);
+    QList<DailyBucket> buckets = daySlots(rangeBuckets, firstDay, lastDay, calendar);
+    const double perUSD = CurrencyConverter::fromUSD(1.0, currency);
+    for (DailyBucket &b : buckets) {
+        b.newMRR *= perUSD;
+        b.recurringMRR *= perUSD;
+        b.churn *= perUSD;
+    }
+    m_currency = currency;
     m_days = buckets;
     m_dayTitles.clear();
     for (const DailyBucket &b : buckets)
@@ -127,7 +144,7 @@ void ChartModel::setData(const QList<DailyBucket> &rangeBuckets, QDate firstDay,
         low = std::min(low, below);
         high = std::max(high, above);
     }
-    m_yMarks = m_plots.isEmpty() ? QList<double>{0.0, 250.0, 500.0, 750.0, 1000.0} : yAxisMarks(low, high);
+    m_yAxis = m_plots.isEmpty() ? YAxis{0.0, 1000.0, {0.0, 250.0, 500.0, 750.0, 1000.0}} : yAxis(low, high);
 
     m_xLabels.clear();
     for (int i = 0; i < buckets.size(); i += m_stride)
@@ -140,8 +157,9 @@ QString ChartModel::readout(int day) const
     if (day < 0 || day >= m_days.size())
         return {};
     const DailyBucket &b = m_days.at(day);
-    const auto money = [this](double usd) {
-        return m_privacyMode ? u"•"_s : u"$"_s + Formatting::formatNative(usd, m_locale);
+    const QString symbol = CurrencyConverter::symbol(m_currency).value_or(m_currency.toUpper() + u' ');
+    const auto money = [&](double amount) {
+        return m_privacyMode ? u"•"_s : symbol + Formatting::formatNative(amount, m_locale);
     };
     return u"%1\nNew %2 · Recurring %3 · Churn %4"_s.arg(m_dayTitles.at(day), money(b.newMRR), money(b.recurringMRR),
                                                         b.churn > 0 ? Formatting::negated(money(b.churn)) : money(0));
@@ -150,7 +168,7 @@ QString ChartModel::readout(int day) const
 QStringList ChartModel::yLabels() const
 {
     QStringList out;
-    for (double v : m_yMarks)
-        out.append(Formatting::formatY(v, m_privacyMode));
+    for (double v : m_yAxis.marks)
+        out.append(Formatting::formatY(v, m_privacyMode, m_currency));
     return out;
 }

@@ -149,13 +149,18 @@ void DashboardModel::recompute()
     const QSet<RevenueKind> unavailable = !m_engine->accounts().isEmpty() && anyCycleFinished
         ? m_engine->unavailableKinds()
         : QSet<RevenueKind>();
-    m_headline = DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete());
-    m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs));
+    // Nothing stored and nothing loaded yet: a figure would be a made-up $0.
+    const bool firstLoad = !m_engine->accounts().isEmpty() && !anyCycleFinished && !m_engine->lastRefreshed()
+        && m_engine->feed().isEmpty();
+    m_headline = m_engine->accounts().isEmpty()
+        ? DashboardLogic::Headline{DashboardLogic::Headline::State::NoAccount, {}, {}}
+        : DashboardLogic::headline(totals, unavailable, prefs, isRangeDataIncomplete() || firstLoad);
+    m_tiles.setTiles(TilesModel::tiles(totals, unavailable, prefs, firstLoad));
     const TimeContext &calendar = m_engine->calendar();
     m_chart.setData(m_engine->buckets(prefs.selectedRange),
                     calendar.local(m_engine->startDate(prefs.selectedRange)).date(),
                     calendar.local(std::min(m_engine->endDate(prefs.selectedRange), m_engine->now())).date(), calendar,
-                    prefs.privacyMode);
+                    prefs.privacyMode, prefs.dashboardCurrency);
     updateTimers();
     Q_EMIT changed();
     Q_EMIT clockTicked();
@@ -180,6 +185,7 @@ QString DashboardModel::headlineState() const
     case DashboardLogic::Headline::State::Loading: return u"loading"_s;
     case DashboardLogic::Headline::State::Unavailable: return u"unavailable"_s;
     case DashboardLogic::Headline::State::Amount: return u"amount"_s;
+    case DashboardLogic::Headline::State::NoAccount: return u"noAccount"_s;
     }
     return {};
 }
@@ -287,7 +293,7 @@ bool DashboardModel::rangeHasHistoricalLimit() const
 
 int DashboardModel::feedCount() const
 {
-    return static_cast<int>(m_engine->feed().size());
+    return static_cast<int>(m_engine->filteredFeedIndices().size());
 }
 
 QString DashboardModel::notesText() const
@@ -312,6 +318,9 @@ QString DashboardModel::errorSummary() const
 
 QString DashboardModel::feedEmptyText() const
 {
+    // Other accounts have events: this one's emptiness is the news, not a missing load.
+    if (m_engine->selectedAccountFilter() && !m_engine->feed().isEmpty())
+        return u"No activity for %1 in this range"_s.arg(accountFilterLabel());
     if (m_engine->isLoading())
         return u"No events yet — pulling…"_s;
     if (m_engine->lastError())

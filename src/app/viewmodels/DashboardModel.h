@@ -26,7 +26,7 @@ QString accountFilterLabel(const QList<Account> &accounts, const std::optional<Q
 
 struct Headline
 {
-    enum class State { Amount, Loading, Unavailable };
+    enum class State { Amount, Loading, Unavailable, NoAccount };
     State state = State::Amount;
     QString amount;
     QString churnLine; // empty: not shown

@@ -72,7 +72,10 @@ QStringList DatePickerModel::weekdayNames() const
     QStringList out;
     for (int i = 0; i < 7; ++i) {
         const int day = (static_cast<int>(m_locale.firstDayOfWeek()) - 1 + i) % 7 + 1;
-        out.append(m_locale.dayName(day, QLocale::NarrowFormat));
+        const QString name = m_locale.dayName(day, QLocale::NarrowFormat);
+        // The C locale names the days by number, which reads like a row of dates.
+        const bool letters = !name.isEmpty() && !name.front().isDigit();
+        out.append(letters ? name : QLocale(QLocale::English).dayName(day, QLocale::NarrowFormat));
     }
     return out;
 }

@@ -73,6 +73,9 @@ std::optional<QString> writeFile(const QString &path, const QByteArray &bytes)
 
 } // namespace DrillDownLogic
 
+static constexpr RevenueKind allKinds[] = {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn,
+                                           RevenueKind::Failed, RevenueKind::Refund};
+
 DrillDownModel::DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *parent)
     : QAbstractListModel(parent)
     , m_engine(engine)
@@ -82,6 +85,8 @@ DrillDownModel::DrillDownModel(RevenueEngine *engine, QLocale locale, QObject *p
         if (!m_groups.isEmpty())
             Q_EMIT dataChanged(index(0), index(int(m_groups.size()) - 1), {CopiedRole});
     });
+    connect(&m_kinds, &ChoiceListModel::chosen, this,
+            [this](int row) { Q_EMIT kindRequested(toRaw(allKinds[row])); });
     connect(engine, &RevenueEngine::feedChanged, this, [this] {
         m_customers = {};
         rebuild();
@@ -123,6 +128,10 @@ void DrillDownModel::rebuild()
             m_iconByAccountName.insert(account.name, lower);
     }
     endResetModel();
+    QList<ChoiceListModel::Item> kinds;
+    for (RevenueKind kind : allKinds)
+        kinds.append({Formatting::kindName(kind).toUpper(), kind == m_kind, false, QString()});
+    m_kinds.setItems(kinds);
     Q_EMIT changed();
 }
 

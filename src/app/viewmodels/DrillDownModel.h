@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/DrillDown.h"
+#include "viewmodels/ChoiceListModel.h"
 #include "viewmodels/CopiedEmail.h"
 
 #include <QAbstractListModel>
@@ -42,6 +43,8 @@ class DrillDownModel : public QAbstractListModel
     Q_PROPERTY(QString emptyText READ emptyText NOTIFY changed)
     Q_PROPERTY(int groupCount READ groupCount NOTIFY changed)
     Q_PROPERTY(QString exportStatus READ exportStatus NOTIFY exportStatusChanged)
+    // Every kind, the shown one checked: the tiles open three, this leads to all five.
+    Q_PROPERTY(ChoiceListModel *kinds READ kinds CONSTANT)
 
 public:
     enum Role {
@@ -76,6 +79,7 @@ public:
     int groupCount() const { return static_cast<int>(m_groups.size()); }
     const QList<CustomerGroup> &groups() const { return m_groups; }
     QString exportStatus() const { return m_exportStatus; }
+    ChoiceListModel *kinds() { return &m_kinds; }
 
     Q_INVOKABLE void copyEmail(int row);
     // Asks where to save, in the platform's save dialog, then writes. `what` is "customers"
@@ -88,6 +92,7 @@ public:
 Q_SIGNALS:
     void changed();
     void exportStatusChanged();
+    void kindRequested(const QString &kind); // chosen among `kinds`: for the navigation to open
 
 private:
     QList<qsizetype> rangeEvents(std::optional<RevenueKind> kind) const;
@@ -102,5 +107,6 @@ private:
     CopiedEmail m_copied;
     QHash<QString, QString> m_iconByAccountName;
     QString m_exportStatus;
+    ChoiceListModel m_kinds;
     QPointer<QFileDialog> m_dialog;
 };

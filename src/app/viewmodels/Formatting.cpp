@@ -95,15 +95,16 @@ QString negated(const QString &amountText)
     return anyDigit ? amountText : u'-' + amountText; // a mask keeps its sign
 }
 
-QString formatY(double value, bool privacyMode)
+QString formatY(double value, bool privacyMode, QStringView currency)
 {
     if (privacyMode)
         return u"•"_s;
-    if (value >= 1'000'000)
-        return QString::asprintf("$%.1fM", value / 1'000'000);
-    if (value >= 1'000)
-        return QString::asprintf("$%.1fK", value / 1'000);
-    return QString::asprintf("$%.0f", value);
+    const QString symbol = CurrencyConverter::symbol(currency).value_or(currency.toString().toUpper() + u' ');
+    const double size = std::fabs(value);
+    const QString text = symbol + (size >= 1'000'000 ? QString::asprintf("%.1fM", size / 1'000'000)
+                                   : size >= 1'000   ? QString::asprintf("%.1fK", size / 1'000)
+                                                     : QString::asprintf("%.0f", size));
+    return value < 0 ? negated(text) : text;
 }
 
 int xStride(qsizetype bucketCount)

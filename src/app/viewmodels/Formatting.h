@@ -36,8 +36,9 @@ QString formatMoney(double usd, const Preferences &preferences);
 // "-" before an amount text, unless the text shows a zero: a zero never carries a sign.
 QString negated(const QString &amountText);
 
-// The chart's y labels: always US dollars, "•" in privacy mode.
-QString formatY(double value, bool privacyMode);
+// The chart's y labels in the dashboard currency, compact and signed before the symbol
+// ("-$2.0K"); "•" in privacy mode.
+QString formatY(double value, bool privacyMode, QStringView currency);
 // Days between x labels, so that about six labels show whatever the range.
 int xStride(qsizetype bucketCount);
 

@@ -70,8 +70,8 @@ void RevenueChart::paint(QPainter *painter)
     const QStringList labels = m_model->yLabels();
     const qreal labelWidth = this->labelWidth(metrics);
     const QRectF plot = plotArea(metrics);
-    const double top = marks.isEmpty() ? 1 : marks.last();
-    const double bottom = marks.isEmpty() ? 0 : marks.first();
+    const double top = m_model->yTop() > m_model->yBottom() ? m_model->yTop() : 1;
+    const double bottom = m_model->yBottom();
     // Halves keep the span finite for any finite marks; a stack that overflowed is clamped.
     const double halfSpan = top / 2 - bottom / 2 > 0 ? top / 2 - bottom / 2 : 0.5;
     const auto yOf = [&](double v) {

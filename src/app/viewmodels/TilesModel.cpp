@@ -5,9 +5,11 @@
 using namespace Qt::StringLiterals;
 
 QList<TilesModel::Tile> TilesModel::tiles(const Totals &totals, const QSet<RevenueKind> &unavailable,
-                                          const Preferences &preferences)
+                                          const Preferences &preferences, bool firstLoad)
 {
     const auto make = [&](RevenueKind kind, double usd) {
+        if (firstLoad)
+            return Tile{kind, QString(), false, true};
         if (unavailable.contains(kind))
             return Tile{kind, u"—"_s, true};
         const QString money = Formatting::formatMoney(usd, preferences);
@@ -34,6 +36,7 @@ QVariant TilesModel::data(const QModelIndex &index, int role) const
     case ValueRole: return tile.value;
     case ColorRole: return Formatting::kindColor(tile.kind);
     case UnavailableRole: return tile.unavailable;
+    case LoadingRole: return tile.loading;
     case TooltipRole:
         switch (tile.kind) {
         case RevenueKind::New: return u"Click to see customers who paid as new subs"_s;
@@ -47,7 +50,8 @@ QVariant TilesModel::data(const QModelIndex &index, int role) const
 QHash<int, QByteArray> TilesModel::roleNames() const
 {
     return {{KindRole, "kind"},   {NameRole, "name"},     {ValueRole, "value"},
-            {ColorRole, "color"}, {UnavailableRole, "unavailable"}, {TooltipRole, "tooltip"}};
+            {ColorRole, "color"}, {UnavailableRole, "unavailable"}, {TooltipRole, "tooltip"},
+            {LoadingRole, "loading"}};
 }
 
 void TilesModel::setTiles(QList<Tile> tiles)

@@ -15,16 +15,18 @@ class TilesModel : public QAbstractListModel
     QML_UNCREATABLE("Owned by the dashboard")
 
 public:
-    enum Role { KindRole = Qt::UserRole + 1, NameRole, ValueRole, ColorRole, UnavailableRole, TooltipRole };
+    enum Role { KindRole = Qt::UserRole + 1, NameRole, ValueRole, ColorRole, UnavailableRole, TooltipRole, LoadingRole };
     struct Tile
     {
         RevenueKind kind;
-        QString value; // "—" when unavailable
+        QString value; // "—" when unavailable, empty while loading
         bool unavailable = false;
+        bool loading = false; // the first load runs: no figure yet, not even $0
         friend bool operator==(const Tile &, const Tile &) = default;
     };
 
-    static QList<Tile> tiles(const Totals &totals, const QSet<RevenueKind> &unavailable, const Preferences &preferences);
+    static QList<Tile> tiles(const Totals &totals, const QSet<RevenueKind> &unavailable, const Preferences &preferences,
+                             bool firstLoad = false);
 
     using QAbstractListModel::QAbstractListModel;
     int rowCount(const QModelIndex &parent = {}) const override;

@@ -51,5 +51,6 @@ struct RetryOutcome
     bool succeeded = false;
     QString errorDescription;
     bool throttled = false; // refused for the spacing between retries; clears itself
+    int secondsToWait = 0;  // throttled: the whole seconds that were left
     friend bool operator==(const RetryOutcome &, const RetryOutcome &) = default;
 };

@@ -42,7 +42,7 @@ QCoro::Task<> RevenueEngine::retryAtRiskInvoice(AtRiskSub sub, CancellationToken
     }
     if (const std::optional<int> wait = InvoiceRetry::throttleWait(m_lastRetryAttemptAt, m_env.clock->monotonicSeconds(),
                                                                          retryMinInterval)) {
-        setRetryResult(sub.id, RetryOutcome{false, RetryThrottleError{*wait}.description(), true});
+        setRetryResult(sub.id, RetryOutcome{false, RetryThrottleError{*wait}.description(), true, *wait});
         // The refusal clears itself once the wait is over, whatever the entry holds by then.
         m_retryTasks.start([this, id = sub.id, wait = *wait](CancellationToken timerToken) {
             return clearThrottleAfter(QPointer<RevenueEngine>(this), m_env.clock, id, wait, timerToken);
@@ -59,16 +59,18 @@ QCoro::Task<> RevenueEngine::retryAtRiskInvoice(AtRiskSub sub, CancellationToken
     const auto paid = co_await source->retryInvoice(invoiceId, token);
     if (!self)
         co_return;
-    if (paid.ok()) {
-        setRetryResult(sub.id, RetryOutcome{true, QString(), false});
-        co_await refreshAtRiskSubs(AtRiskRefresh::accountsToScan(m_accounts), token);
-        if (!self)
-            co_return;
-    } else {
-        setRetryResult(sub.id, RetryOutcome{false, paid.error().description(), false});
-    }
     if (m_retryingInvoiceIds.remove(invoiceId))
         Q_EMIT retryingInvoiceIdsChanged();
+    if (!paid.ok()) {
+        setRetryResult(sub.id, RetryOutcome{false, paid.error().description(), false});
+        co_return;
+    }
+    setRetryResult(sub.id, RetryOutcome{true, QString(), false});
+    const std::shared_ptr<Clock> clock = m_env.clock; // outlives the engine while asleep
+    co_await clock->sleep(paidShownSeconds, token);
+    if (!self || token.isCancelled())
+        co_return;
+    co_await refreshAtRiskSubs(AtRiskRefresh::accountsToScan(m_accounts), token);
 }
 
 QCoro::Task<> RevenueEngine::clearThrottleAfter(QPointer<RevenueEngine> engine, std::shared_ptr<Clock> clock,

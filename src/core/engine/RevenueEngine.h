@@ -104,6 +104,9 @@ public:
     static constexpr int historicalDeepLookbackDays = 90;
     static constexpr int atRiskRefreshSeconds = 300;
     static constexpr double retryMinInterval = 3.0;
+    // A paid row stays in place this long before the listing drops it: the next click must not
+    // land on the customer that moved up under the pointer.
+    static constexpr double paidShownSeconds = 3.0;
     static constexpr int minimumRefreshSeconds = 15;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);

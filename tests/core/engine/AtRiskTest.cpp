@@ -200,28 +200,30 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
     ASSERT_EQ(e.atRiskSubs().size(), 3);
     const AtRiskSub q = e.atRiskSubs()[0], p = e.atRiskSubs()[1], u = e.atRiskSubs()[2];
 
-    // The follow-up listing drops the paid one; the invoice stays "retrying" until it has, and
-    // its result goes with it.
+    // A paid one stays listed, shown paid, for a moment; then the follow-up listing drops it.
     byStatus[u"past_due"_s].removeAt(0);
-    QList<std::pair<bool, RetryOutcome>> whenListed; // retrying, result
-    QObject::connect(&e, &RevenueEngine::atRiskSubsChanged, [&] {
-        whenListed.append({e.retryingInvoiceIds().contains(u"in_p"_s), e.retryResults().value(p.id)});
-    });
-    QCoro::waitFor(e.retryAtRiskInvoice(p));
-    EXPECT_EQ(whenListed, (QList<std::pair<bool, RetryOutcome>>{{true, RetryOutcome{true, {}, false}}}));
-    EXPECT_FALSE(e.retryResults().contains(p.id));
+    int listingSteps = 0;
+    QObject::connect(&e, &RevenueEngine::atRiskRefreshDoneChanged, [&] { ++listingSteps; });
+    auto retry = e.retryAtRiskInvoice(p);
+    ASSERT_TRUE(waitUntil([&] { return e.retryResults().contains(p.id); }));
+    EXPECT_EQ(e.retryResults().value(p.id), (RetryOutcome{true, {}, false}));
     EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
-    EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
 
     // One second later any other retry waits 2 s more, and the refusal clears itself.
     clock->advance(1.0);
     QCoro::waitFor(e.retryAtRiskInvoice(u));
     EXPECT_TRUE(e.retryResults().value(u.id).throttled);
+    EXPECT_EQ(e.retryResults().value(u.id).secondsToWait, 2);
     EXPECT_TRUE(e.retryResults().value(u.id).errorDescription.startsWith(u"Wait 2s before next retry."_s));
     clock->advance(1.5);
     EXPECT_TRUE(e.retryResults().contains(u.id));
+    EXPECT_EQ(listingSteps, 0) << "no listing while the paid row shows";
+    static_assert(RevenueEngine::paidShownSeconds == 3.0); // the paid row leaves with the refusal
     clock->advance(0.5);
     EXPECT_FALSE(e.retryResults().contains(u.id));
+    QCoro::waitFor(std::move(retry));
+    EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
+    EXPECT_FALSE(e.retryResults().contains(p.id)) << "a paid outcome leaves with its row";
 
     // Without an invoice: the missing-key error, and the spacing does not count it.
     AtRiskSub noInvoice = u;
