@@ -60,13 +60,23 @@ protected:
         QList<AtRiskSub> atRisk; AchievementsState achievements;
         friend bool operator==(const Shown &, const Shown &) = default;
     };
+    static void expectSame(const Shown &a, const Shown &b)
+    {
+        EXPECT_EQ(a.feed, b.feed);
+        EXPECT_EQ(a.days, b.days);
+        EXPECT_EQ(a.totals, b.totals);
+        EXPECT_EQ(a.label, b.label);
+        EXPECT_EQ(a.atRisk, b.atRisk);
+        EXPECT_EQ(a.achievements, b.achievements);
+    }
 
     static QJsonObject pastDue(const QString &id, qint64 monthlyMinor) // as listed, customer and invoice expanded
     {
         const QJsonObject price{{"unit_amount"_L1, monthlyMinor}, {"recurring"_L1, QJsonObject{{"interval"_L1, "month"_L1}}}};
         return {{"id"_L1, id}, {"currency"_L1, "usd"_L1}, {"customer"_L1, QJsonObject{{"id"_L1, "cus_1"_L1}}},
                 {"items"_L1, QJsonObject{{"data"_L1, QJsonArray{QJsonObject{{"price"_L1, price}}}}}},
-                {"latest_invoice"_L1, QJsonObject{{"id"_L1, QString(u"in_"_s + id)}, {"status"_L1, "open"_L1}}}};
+                {"latest_invoice"_L1, QJsonObject{{"id"_L1, QString(u"in_"_s + id)}, {"status"_L1, "open"_L1},
+                                                   {"created"_L1, 1'795'000'000}}}};
     }
 
     void SetUp() override
@@ -141,7 +151,14 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         const auto otherRow = std::find_if(e->atRiskSubs().cbegin(), e->atRiskSubs().cend(),
                                            [&](const AtRiskSub &s) { return s.accountId == other.id; });
         ASSERT_NE(otherRow, e->atRiskSubs().cend());
-        QCoro::waitFor(e->retryAtRiskInvoice(*otherRow));
+        auto retry = e->retryAtRiskInvoice(*otherRow);
+        ASSERT_TRUE(waitUntil([&] { return !e->retryResults().isEmpty(); }));
+        const bool paid = e->retryResults().cbegin()->succeeded;
+        if (paid) // a paid row shows a moment before it leaves
+            clock->advance(RevenueEngine::paidShownSeconds);
+        QCoro::waitFor(std::move(retry));
+        if (paid) // compared at the same instant as the account alone
+            clock->set(clock->now().addingSeconds(-RevenueEngine::paidShownSeconds));
         // A paid demo retry leaves the list at once, and its outcome with it; a declined one stays.
         ASSERT_TRUE(row.demo ? e->retryResults().size() <= 1 : e->retryResults().size() == 1);
         const Shown before = shown(*e);
@@ -155,7 +172,7 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         // The demo never raised a record; a real account's records are history and stay.
         if (!row.demo)
             expected.achievements = before.achievements;
-        EXPECT_EQ(shown(*e), expected);
+        expectSame(shown(*e), expected);
         EXPECT_EQ(e->retryResults().size(), 0);
         if (row.remove) {
             EXPECT_EQ(Storage(folder.path()).loadFeed(), alone.feed);
@@ -166,7 +183,7 @@ TEST_F(AccountIsolation, RemovingOrDisablingAnAccountLeavesExactlyWhatTheOthersS
         other.enabled = true;
         e->upsertAccount(other);
         QCoro::waitFor(e->runAtRiskRefresh());
-        EXPECT_EQ(shown(*e), before);
+        expectSame(shown(*e), before);
         EXPECT_EQ(stripe.requestsTo("/v1/events").size(), eventRequests);
     }
 }
