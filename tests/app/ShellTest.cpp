@@ -269,9 +269,9 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
 TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
 {
     const Account acme{.name = u"Acme"_s};
-    storage().saveAccounts({acme});
-    storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
-                        event(u"b"_s, daysAgo(1), RevenueKind::Refund, 29, acme.id)});
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    ASSERT_TRUE(storage().saveFeed({event(u"a"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
+                                    event(u"b"_s, daysAgo(1), RevenueKind::Refund, 29, acme.id)}));
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s); // saving refreshes: refused at once
     QuorvaneApp app(options);

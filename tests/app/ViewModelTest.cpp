@@ -247,13 +247,13 @@ TEST_F(AppFixture, PrivacyModeHidesEveryFigureOfEveryPane)
     FakeHttpServer stripe;
     CannedProviders::installStripe(stripe, CannedProviders::Scenario::AtRisk, now()); // one plan name quotes its price
     const Account acme{.name = u"Acme"_s, .stripeRestrictedKey = u"rk_test_1"_s};
-    storage().saveAccounts({acme});
+    ASSERT_TRUE(storage().saveAccounts({acme}));
     PaymentEvent sale = event(u"sale"_s, daysAgo(0.1), RevenueKind::New, 49, acme.id),
                  topUp = event(u"top"_s, daysAgo(2), RevenueKind::New, 19.99, acme.id);
     sale.description = u"Pro (at $49.00 / month)"_s, topUp.description = u"Credit top-up 19.99"_s;
     topUp.customerEmail.reset();
-    storage().saveFeed({sale, topUp, event(u"gone"_s, daysAgo(2), RevenueKind::Churn, 49, acme.id)});
-    storage().saveAchievements({.achievements = {{AchievementPeriod::Day, 50, daysAgo(3)}}, .bestDayUSD = 75});
+    ASSERT_TRUE(storage().saveFeed({sale, topUp, event(u"gone"_s, daysAgo(2), RevenueKind::Churn, 49, acme.id)}));
+    ASSERT_TRUE(storage().saveAchievements({.achievements = {{AchievementPeriod::Day, 50, daysAgo(3)}}, .bestDayUSD = 75}));
     AppOptions options = appOptions();
     options.environment.endpoints.stripeApi = stripe.baseUrl();
     QuorvaneApp app(options);

@@ -64,7 +64,7 @@ RawSubscription::SubscriptionItems itemsOf(const DemoCustomer &c, DemoPlan plan)
     price.recurring = RawSubscription::SubscriptionPrice::Recurring{c.yearly ? u"year"_s : u"month"_s, 1};
     price.nickname = DemoCatalog::planName(plan, c.yearly);
     RawSubscription::SubscriptionItems items;
-    items.data.append({price, std::nullopt});
+    items.data.append({price, std::nullopt, std::nullopt});
     return items;
 }
 

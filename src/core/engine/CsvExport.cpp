@@ -75,7 +75,7 @@ QByteArray customers(const QList<PaymentEvent> &feed, const QList<CustomerGroup>
             auto total = std::find_if(totals.begin(), totals.end(),
                                       [&](const CurrencyTotal &t) { return t.currency == currency; });
             if (total == totals.end())
-                total = totals.insert(totals.end(), CurrencyTotal{currency});
+                total = totals.insert(totals.end(), CurrencyTotal{currency, 0, 0, 0, Date()});
             total->native += e.amount;
             total->usd += e.usdAmount;
             ++total->count;

@@ -68,9 +68,9 @@ void RevenueEngine::forgetAccount(const QUuid &accountId)
     dropAtRiskOf(accountId);
     setFeed(m_feed);
     // A failed write leaves the events on disk; the next refresh writes the feed without them.
-    m_env.storage.saveFeed(m_feed);
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
     if (m_syncState.remove(accountId))
-        m_env.storage.saveSyncState(m_syncState);
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
     QHash<QUuid, qsizetype> skipped = m_skippedRecords;
     skipped.remove(accountId);
     assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
