@@ -111,10 +111,8 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
         std::optional<int> wait;
     } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
                 {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.secondsLater);
-        EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last + row.secondsLater, 3.0), row.wait);
-    }
+    for (const auto &row : rows)
+        EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last + row.secondsLater, 3.0), row.wait) << row.secondsLater;
     EXPECT_EQ(RetryThrottleError{2}.description(),
               u"Wait 2s before next retry. (Spacing retries avoids flooding customers with emails + Stripe's "
               u"card-testing detection.)"_s);

@@ -73,10 +73,8 @@ TEST_F(EngineFixture, TwoWritersKeepEachOthersAccounts)
     const Account a = stripeAccount(u"A"_s), b = stripeAccount(u"B"_s), c = stripeAccount(u"C"_s), d = stripeAccount(u"D"_s);
     const auto names = [](const QList<Account> &accounts) {
         QStringList out;
-        for (const Account &account : accounts)
-            out.append(account.name);
-        out.sort();
-        return out;
+        std::ranges::transform(accounts, std::back_inserter(out), &Account::name);
+        return out.sort(), out;
     };
     first.upsertAccount(a);
     second.upsertAccount(b);

@@ -34,10 +34,8 @@ TEST(CurrencyConverter, CompactFormats)
         {12'000'000, "INR", u"₹100Cr"_s}, // 1 000 000 000 rupees
         {119'999.9, "INR", u"₹100L"_s},   // 9 999 991 rupees
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::to_string(row.usd) + " " + row.code);
-        EXPECT_EQ(CurrencyConverter::formatCompact(row.usd, QString::fromLatin1(row.code)), row.expected);
-    }
+    for (const Row &row : rows)
+        EXPECT_EQ(CurrencyConverter::formatCompact(row.usd, QString::fromLatin1(row.code)), row.expected) << std::to_string(row.usd) + " " + row.code;
 }
 
 TEST(CurrencyConverter, PrivacyMasks)
@@ -46,10 +44,8 @@ TEST(CurrencyConverter, PrivacyMasks)
     const Row masks[] = {
         {u"GBP"_s, u"£••••"_s}, {u"usd"_s, u"$••••"_s}, {u"SEK"_s, u"kr ••••"_s}, {u"XYZ"_s, u"$••••"_s},
     };
-    for (const Row &row : masks) {
-        SCOPED_TRACE(row.input.toStdString());
-        EXPECT_EQ(CurrencyConverter::mask(row.input), row.expected);
-    }
+    for (const Row &row : masks)
+        EXPECT_EQ(CurrencyConverter::mask(row.input), row.expected) << row.input.toStdString();
     const Row emails[] = {
         {u"jane@mail.example.co.uk"_s, u"j••••@m••••.uk"_s},
         {u"john@localhost"_s, u"j••••@l••••.com"_s},
@@ -60,10 +56,8 @@ TEST(CurrencyConverter, PrivacyMasks)
         {u"a@b.c@d.org"_s, u"a••••@b••••.org"_s}, // split at the first "@" only
         {u"jo@mail."_s, u"j••••@m••••.mail"_s},   // the last non-empty piece
     };
-    for (const Row &row : emails) {
-        SCOPED_TRACE(row.input.toStdString());
-        EXPECT_EQ(CurrencyConverter::maskEmail(row.input), row.expected);
-    }
+    for (const Row &row : emails)
+        EXPECT_EQ(CurrencyConverter::maskEmail(row.input), row.expected) << row.input.toStdString();
     const Row texts[] = {
         {u"1 × Pro (at $49.00 / month), 2 × Team (at €1,234.56 / year), -$12.50, $56.5K, CA$5,000, ¥1 000 000"_s,
          u"1 × Pro (at $•••• / month), 2 × Team (at €•••• / year), -$••••, $••••, CA$••••, ¥••••"_s},
@@ -72,10 +66,8 @@ TEST(CurrencyConverter, PrivacyMasks)
         {u"2 × Pro after 10 Mar 2026 (Tier 1), v2.10.1 on 21.11.2026, 15.00% off, 3 (USD)"_s,
          u"2 × Pro after 10 Mar 2026 (Tier 1), v2.10.1 on 21.11.2026, 15.00% off, 3 (USD)"_s},
     };
-    for (const Row &row : texts) {
-        SCOPED_TRACE(row.input.toStdString());
-        EXPECT_EQ(CurrencyConverter::maskAmounts(row.input), row.expected);
-    }
+    for (const Row &row : texts)
+        EXPECT_EQ(CurrencyConverter::maskAmounts(row.input), row.expected) << row.input.toStdString();
 }
 
 TEST(CurrencyConverter, RatesAndMinorUnits)
@@ -89,10 +81,8 @@ TEST(CurrencyConverter, RatesAndMinorUnits)
     struct Row { const char *code; double factor; };
     const Row rows[] = {{"JPY", 1},   {"jpy", 1},   {"KRW", 1},   {"bif", 1},   {"XPF", 1},   {"VND", 1},
                         {"USD", 100}, {"eur", 100}, {"GBP", 100}, {"INR", 100}, {"ABC", 100}, {"", 100}};
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.code);
-        EXPECT_EQ(CurrencyConverter::minorUnitFactor(QString::fromLatin1(row.code)), row.factor);
-    }
+    for (const Row &row : rows)
+        EXPECT_EQ(CurrencyConverter::minorUnitFactor(QString::fromLatin1(row.code)), row.factor) << row.code;
     EXPECT_DOUBLE_EQ(CurrencyConverter::fromMinorUnits(5000, u"JPY"), 5000.0);
     EXPECT_DOUBLE_EQ(CurrencyConverter::fromMinorUnits(2000, u"usd"), 20.0);
     EXPECT_DOUBLE_EQ(CurrencyConverter::fromMinorUnits(-1999, u"EUR"), -19.99);

@@ -18,6 +18,17 @@ namespace {
 const QUuid accountA = QUuid::fromString(u"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F"_s);
 const QUuid accountB = QUuid::fromString(u"0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D"_s);
 const Date noon = Date::fromUnix(1773144000); // 2026-03-10T12:00:00Z
+const char *const files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                             Storage::achievementsFile, Storage::syncStateFile};
+
+// Every file's bytes by name.
+QHash<QString, QByteArray> contents(const Storage &storage)
+{
+    QHash<QString, QByteArray> bytes;
+    for (const char *file : files)
+        bytes.insert(QString::fromLatin1(file), readFile(storage.pathOf(file)));
+    return bytes;
+}
 
 struct StorageTest : ::testing::Test
 {
@@ -84,11 +95,8 @@ TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
     EXPECT_TRUE(readFile(path(Storage::achievementsFile)).contains(R"("bestDayDate":"2026-03-10T12:00:00Z")"));
     EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}}));
     // Compact: no indentation or line breaks in any file.
-    for (const char *file : {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                             Storage::achievementsFile, Storage::syncStateFile}) {
-        SCOPED_TRACE(file);
-        EXPECT_FALSE(readFile(path(file)).contains('\n'));
-    }
+    for (const char *file : files)
+        EXPECT_FALSE(readFile(path(file)).contains('\n')) << file;
 }
 
 TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
@@ -114,8 +122,6 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
         {"permission denied", "kept", Put::Bytes, u"permission denied"_s, {.error = EACCES}},
         {"failing disk", "kept", Put::Bytes, u"the disk reported an error"_s, {.error = EIO}},
     };
-    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                           Storage::achievementsFile, Storage::syncStateFile};
     for (const char *file : files) {
         for (const BadFile &bad : cases) {
             if (bad.fault.error == EIO && qstrcmp(file, Storage::feedFile) == 0)
@@ -124,9 +130,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
             QTemporaryDir dir;
             Storage s(QDir(dir.path()).filePath(u"Quorvane"_s));
             writeAll(s);
-            QHash<QString, QByteArray> before;
-            for (const char *other : files)
-                before.insert(QString::fromLatin1(other), readFile(s.pathOf(other)));
+            const QHash<QString, QByteArray> before = contents(s);
             const QString path = s.pathOf(file), outside = QDir(dir.path()).filePath(u"elsewhere"_s);
             ASSERT_TRUE(writeFile(outside, "someone else's") && QFile::setPermissions(outside, QFile::ReadOwner | QFile::ReadOther));
 
@@ -234,11 +238,7 @@ TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
     QList<PaymentEvent> big;
     for (int i = 0; i < 2000; ++i)
         big.append(event(u"in_%1"_s.arg(i), noon));
-    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                           Storage::achievementsFile, Storage::syncStateFile};
-    QHash<QString, QByteArray> before;
-    for (const char *file : files)
-        before.insert(QString::fromLatin1(file), readFile(path(file)));
+    const QHash<QString, QByteArray> before = contents(storage);
     const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
 
     // Short writes hit the large feed; the other faults every file, however small.
@@ -264,8 +264,7 @@ TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
             const auto updated = storage.updateAccounts({account(u"Other"_s)}, {accountA});
             EXPECT_EQ(updated ? std::nullopt : std::optional(updated.error()), expected);
         }
-        for (const char *file : files)
-            EXPECT_EQ(readFile(path(file)), before.value(QString::fromLatin1(file))) << file;
+        EXPECT_EQ(contents(storage), before);
         EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore) << "no temporary file is left behind";
     }
     EXPECT_TRUE(storage.saveFeed(big)) << "the disk is fine again";
