@@ -431,10 +431,8 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
 
     const struct { qint64 from; int direction; qint64 to; } steps[]
         = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
-    for (const auto &s : steps) {
-        SCOPED_TRACE(s.from);
-        EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to);
-    }
+    for (const auto &s : steps)
+        EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to) << s.from;
     general.stepRefresh(1);
     EXPECT_EQ(general.refreshLabel(), u"Every 90 seconds");
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"refreshSeconds"_s).toInt(), 90);
