@@ -52,15 +52,8 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     account.stripeAccountId = u"acct_9"_s;
     const qint64 later = 1'775'000'000;
     const double eur = *CurrencyConverter::rate(u"eur");
-    const struct
-    {
-        const char *name;
-        ExpandedSubscription sub;
-        const char *status;
-        bool made;
-        double monthlyUSD;
-        qint64 since;
-    } rows[] = {
+    const struct { const char *name; ExpandedSubscription sub; const char *status; bool made; double monthlyUSD;
+        qint64 since; } rows[] = {
         // Periods end in the future (`later`), as Stripe keeps them while a period goes unpaid.
         {"past due: the next attempt", subscription(u"sub_a"_s, 5000, u"usd"_s, {}, later,
          {{u"in_a"_s, {}, 5000, 1'773'500'000, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 50, 1'773'500'000},
@@ -104,13 +97,8 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
 TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 {
     const double last = 1000;
-    const struct
-    {
-        std::optional<double> lastAttempt;
-        double secondsLater;
-        std::optional<int> wait;
-    } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
-                {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
+    const struct { std::optional<double> lastAttempt; double secondsLater; std::optional<int> wait; } rows[] = {
+        {std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2}, {last, 2.5, 1}, {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
     for (const auto &row : rows)
         EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last + row.secondsLater, 3.0), row.wait) << row.secondsLater;
     EXPECT_EQ(RetryThrottleError{2}.description(),

@@ -135,13 +135,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_legacy_sale"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
                                           u"in_current"_s, u"in_legacy"_s, u"in_yen"_s}));
     ASSERT_EQ(e.feed().size(), events.size()) << "every payment appears once";
-    const struct
-    {
-        const char *id;
-        RevenueKind kind;
-        double amount, usd;
-        const char *description;
-    } expected[] = {
+    const struct { const char *id; RevenueKind kind; double amount, usd; const char *description; } expected[] = {
         {"in_legacy", RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)"},
         {"in_current", RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)"},
         {"ch_sale", RevenueKind::New, 99, 99, "Lifetime licence"},

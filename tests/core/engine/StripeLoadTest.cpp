@@ -44,14 +44,8 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         Shape::Legacy);
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
     const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
-    const struct
-    {
-        const char *name;
-        bool showNew, showFailed, showRefunds;
-        QStringList types;
-        QSet<RevenueKind> kinds;
-        qsizetype events;
-    } rows[] = {
+    const struct { const char *name; bool showNew, showFailed, showRefunds; QStringList types; QSet<RevenueKind> kinds;
+        qsizetype events; } rows[] = {
         {"defaults", true, true, false, base + QStringList{u"invoice.payment_failed"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Failed}, 1},
         {"new subscriptions hidden", false, false, false, base,
@@ -79,15 +73,8 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 {
     const QByteArray longBody = QByteArray(300, 'x');
-    const struct
-    {
-        const char *name;
-        QString failingType;
-        FakeResponse answer;
-        bool loadFails, scopeMissing;
-        QString lastErrorPrefix;
-        std::optional<RevenueKind> missingKind;
-    } rows[] = {
+    const struct { const char *name; QString failingType; FakeResponse answer; bool loadFails, scopeMissing;
+        QString lastErrorPrefix; std::optional<RevenueKind> missingKind; } rows[] = {
         {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
         {"charges failing otherwise", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false,
          u"[Acme %1 & %3 Co] charges fetch HTTP 500: oops"_s, std::nullopt},

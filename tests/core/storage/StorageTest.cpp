@@ -217,9 +217,8 @@ TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
     };
     storage.fileURL(); // creates the folder
     for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        ASSERT_TRUE(writeFile(path(Storage::syncStateFile), row.document));
-        EXPECT_EQ(storage.loadSyncState(), row.expected);
+        ASSERT_TRUE(writeFile(path(Storage::syncStateFile), row.document)) << row.name;
+        EXPECT_EQ(storage.loadSyncState(), row.expected) << row.name;
     }
 }
 

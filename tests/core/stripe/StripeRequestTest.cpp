@@ -21,15 +21,8 @@ std::optional<StripeError> failure(const Result<T, StripeError> &result)
 
 TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWithoutAKey)
 {
-    struct Row
-    {
-        const char *name;
-        Call call;
-        QByteArray method;
-        QByteArray path;
-        QByteArray rawQuery;
-        QByteArray stripeVersion = "2025-02-24.acacia";
-    };
+    struct Row { const char *name; Call call; QByteArray method; QByteArray path; QByteArray rawQuery;
+        QByteArray stripeVersion = "2025-02-24.acacia"; };
     const Row rows[] = {
         {"paid invoices", [](auto &c) { return failure(run(c.fetchPaidInvoices(since))); }, "GET", "/v1/events",
          "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1700000000"},
