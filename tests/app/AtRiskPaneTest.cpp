@@ -61,9 +61,8 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
         {{}, declined, State::NeedsNewCard, u"Retry now"_s},
     };
     for (const auto &row : states) {
-        SCOPED_TRACE(row.label.toStdString());
-        EXPECT_EQ(AtRiskLogic::retryState(pastDue, row.retrying, row.results), row.state);
-        EXPECT_EQ(AtRiskLogic::retryLabel(row.state, row.results.value(u"sub_1"_s).secondsToWait), row.label);
+        EXPECT_EQ(AtRiskLogic::retryState(pastDue, row.retrying, row.results), row.state) << row.label.toStdString();
+        EXPECT_EQ(AtRiskLogic::retryLabel(row.state, row.results.value(u"sub_1"_s).secondsToWait), row.label) << row.label.toStdString();
     }
     EXPECT_EQ(AtRiskLogic::retryState(noInvoice, {}, {}), State::Hidden);
     EXPECT_EQ(AtRiskLogic::retryState(sub(AtRiskKind::CanceledPayment, 0), {}, {}), State::Hidden);
