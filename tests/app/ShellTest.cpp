@@ -263,9 +263,8 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
 }
 
-// Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc
-// closes the innermost thing (a menu, the account editor) first and the panel when no control
-// used it, wherever the focus is.
+// Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc closes the innermost thing
+// (a menu, the account editor) first and the panel when no control used it, wherever the focus is.
 TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
 {
     const Account acme{.name = u"Acme"_s};

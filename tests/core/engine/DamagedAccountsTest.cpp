@@ -5,10 +5,9 @@
 
 using namespace Qt::StringLiterals;
 
-// An accounts file that does not read is kept aside, or left alone when it cannot be read at
-// all, and never costs the stored history: a refresh with no known account leaves the feed
-// alone. Adding an account afterwards writes a new accounts file while the old bytes stay
-// recoverable, or is refused while the file cannot be read.
+// An accounts file that does not read is kept aside, or left alone when it cannot be read at all, and never costs the
+// stored history: a refresh with no known account leaves the feed alone. Adding an account afterwards writes a new
+// accounts file while the old bytes stay recoverable, or is refused while the file cannot be read.
 TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 {
     struct Row { const char *name; QByteArray bytes; FaultyDisk::Fault fault; QString note; };

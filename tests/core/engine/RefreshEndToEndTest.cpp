@@ -75,8 +75,7 @@ protected:
 
 TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCycle)
 {
-    // The failing account's first answer stops its other listings; none of it may reach
-    // the console.
+    // The failing account's first answer stops its other listings; none of it may reach the console.
     const WarningCollector console;
     // Legacy shape: a first invoice whose charge names it (the charge query drops it).
     add(paidInvoice(u"evt_1"_s, 1'795'160'000,
@@ -173,9 +172,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         << "a failed account asks again from the same point";
     EXPECT_EQ(storage().loadFeed(), e.feed());
 
-    // Each Stripe load lists invoice payments once, from an hour before its window, and looks
-    // up the current-shape sale nothing linked. (The failing account's listing may be stopped
-    // before it is sent.)
+    // Each Stripe load lists invoice payments once, from an hour before its window, and looks up the current-shape sale
+    // nothing linked. (The failing account's listing may be stopped before it is sent.)
     const QByteArray paymentsSince = "created%5Bgte%5D="
         + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated() - 3600);
     const auto payments = stripe.requestsTo("/v1/invoice_payments");

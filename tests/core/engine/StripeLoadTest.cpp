@@ -1,5 +1,4 @@
-// One Stripe account's load: which queries run, which kinds load, and how partial failures
-// are reported.
+// One Stripe account's load: which queries run, which kinds load, and how partial failures are reported.
 #include "EngineFixture.h"
 
 using namespace Qt::StringLiterals;

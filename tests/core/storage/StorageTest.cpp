@@ -21,7 +21,6 @@ const Date noon = Date::fromUnix(1773144000); // 2026-03-10T12:00:00Z
 const char *const files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
                              Storage::achievementsFile, Storage::syncStateFile};
 
-// Every file's bytes by name.
 QHash<QString, QByteArray> contents(const Storage &storage)
 {
     QHash<QString, QByteArray> bytes;
@@ -146,8 +145,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
             QList<FileDamage> damaged;
             {
                 FaultyDisk::Armed disk(s.folder(), fault);
-                // The bad file gives its default (a feed keeps its readable events); every other
-                // file still loads.
+                // The bad file gives its default (a feed keeps its readable events); every other file still loads.
                 EXPECT_EQ(s.loadAccounts(&damaged).isEmpty(), is(Storage::accountsFile));
                 EXPECT_EQ(!s.loadPreferences(&damaged).has_value(), is(Storage::preferencesFile));
                 EXPECT_EQ(s.loadFeed(&damaged).isEmpty(), is(Storage::feedFile) && qstrcmp(bad.name, "one bad element") != 0);
@@ -166,8 +164,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
                 continue;
             const bool blocks = bad.reason != u"it is empty"_s;
             EXPECT_EQ(damaged, QList<FileDamage>({{QString::fromLatin1(file), {}, 0, bad.reason, blocks}}));
-            // Whatever such a file holds is unknown, not absent: no save replaces it, also once
-            // it reads again.
+            // Whatever such a file holds is unknown, not absent: no save replaces it, also once it reads again.
             for (const FileDamage &d : std::as_const(damaged))
                 if (d.blocksWrites) // as the engine does
                     s.holdWrites(d.file, d.reason);

@@ -1,5 +1,4 @@
-// Long listings paged in slices side by side, within the account's request budget, waiting
-// out Stripe's rate limit.
+// Long listings paged in slices side by side, within the account's request budget, waiting out Stripe's rate limit.
 #include "StripeClientFixture.h"
 #include "stripe/ListingSlices.h"
 #include "support/StripeListing.h"
