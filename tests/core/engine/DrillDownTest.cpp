@@ -66,12 +66,9 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
 TEST(CsvExport, QuotesWhatWouldBreakARow)
 {
     const struct { QString text; QString field; } cases[] = {
-        {u"plain"_s, u"plain"_s},
-        {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
-        {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s},
-        {u"two\nlines"_s, u"\"two\nlines\""_s},
-        {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s},
-        {u"Zoë ✓"_s, u"Zoë ✓"_s},
+        {u"plain"_s, u"plain"_s}, {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
+        {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s}, {u"two\nlines"_s, u"\"two\nlines\""_s},
+        {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s}, {u"Zoë ✓"_s, u"Zoë ✓"_s},
         {u"=1+2"_s, u"'=1+2"_s}, {u"@SUM(A1)"_s, u"'@SUM(A1)"_s}, {u"-2+3"_s, u"'-2+3"_s}, {u"\tcmd"_s, u"'\tcmd"_s},
         {u"+SUM(A1,A2)"_s, u"\"'+SUM(A1,A2)\""_s}, {u"\r=cmd"_s, u"\"'\r=cmd\""_s},
         {u"-12.50"_s, u"-12.50"_s}, {u"A=B"_s, u"A=B"_s},

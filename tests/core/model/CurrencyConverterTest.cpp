@@ -8,28 +8,18 @@ TEST(CurrencyConverter, CompactFormats)
 {
     struct Row { double usd; const char *code; QString expected; };
     const Row rows[] = {
-        {1234, "USD", u"$1234"_s},
-        {9999.99, "USD", u"$9999"_s},
-        {12345, "USD", u"$12.3K"_s},
-        {10'000, "USD", u"$10.0K"_s},
-        {1'500'000, "USD", u"$1.50M"_s},
-        {999'999, "USD", u"$1000K"_s},
-        {-2500, "USD", u"-$2500"_s},
-        {0, "usd", u"$0"_s},
+        {1234, "USD", u"$1234"_s}, {9999.99, "USD", u"$9999"_s}, {12345, "USD", u"$12.3K"_s},
+        {10'000, "USD", u"$10.0K"_s}, {1'500'000, "USD", u"$1.50M"_s}, {999'999, "USD", u"$1000K"_s},
+        {-2500, "USD", u"-$2500"_s}, {0, "usd", u"$0"_s},
         {120, "INR", u"₹10.0K"_s},       // 10 000 rupees
         {1800, "INR", u"₹1.50L"_s},      // 150 000 rupees
         {150'000, "INR", u"₹1.25Cr"_s},  // 12 500 000 rupees
         {6, "INR", u"₹500"_s},           // 500 rupees
         {108, "EUR", u"€100"_s},
-        {50, "XYZ", u"XYZ 50"_s},
-        {50, "xyz", u"XYZ 50"_s},
-        {127, "gbp", u"£100"_s},
-        {114, "CHF", u"CHF 100"_s},
+        {50, "XYZ", u"XYZ 50"_s}, {50, "xyz", u"XYZ 50"_s}, {127, "gbp", u"£100"_s}, {114, "CHF", u"CHF 100"_s},
         {-27000, "EUR", u"-€25.0K"_s},
         // Exactly at, or rounding up to, a hundred of a unit.
-        {100'000, "USD", u"$100K"_s},
-        {99'950, "USD", u"$100K"_s},
-        {99'999.99, "USD", u"$100K"_s},
+        {100'000, "USD", u"$100K"_s}, {99'950, "USD", u"$100K"_s}, {99'999.99, "USD", u"$100K"_s},
         {100'000'000, "USD", u"$100M"_s},
         {12'000'000, "INR", u"₹100Cr"_s}, // 1 000 000 000 rupees
         {119'999.9, "INR", u"₹100L"_s},   // 9 999 991 rupees
@@ -47,11 +37,8 @@ TEST(CurrencyConverter, PrivacyMasks)
     for (const Row &row : masks)
         EXPECT_EQ(CurrencyConverter::mask(row.input), row.expected) << row.input.toStdString();
     const Row emails[] = {
-        {u"jane@mail.example.co.uk"_s, u"j••••@m••••.uk"_s},
-        {u"john@localhost"_s, u"j••••@l••••.com"_s},
-        {u"nobody"_s, u"••••@••••.com"_s},
-        {u"@example.com"_s, u"••••@••••.com"_s},
-        {u"jane@"_s, u"••••@••••.com"_s},
+        {u"jane@mail.example.co.uk"_s, u"j••••@m••••.uk"_s}, {u"john@localhost"_s, u"j••••@l••••.com"_s},
+        {u"nobody"_s, u"••••@••••.com"_s}, {u"@example.com"_s, u"••••@••••.com"_s}, {u"jane@"_s, u"••••@••••.com"_s},
         {u""_s, u"••••@••••.com"_s},
         {u"a@b.c@d.org"_s, u"a••••@b••••.org"_s}, // split at the first "@" only
         {u"jo@mail."_s, u"j••••@m••••.mail"_s},   // the last non-empty piece
