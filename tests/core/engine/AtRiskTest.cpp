@@ -154,8 +154,7 @@ TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
     EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99})) << "six seats at $5 are $30";
     QStringList found = ids(e.atRiskSubs());
     found.sort();
-    EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s,
-                                  u"Second/sub_q"_s}));
+    EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s, u"Second/sub_q"_s}));
     EXPECT_DOUBLE_EQ(e.atRiskMonthlyTotalUSD(), 2 * 80 + 99);
     EXPECT_EQ(e.atRiskSubs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
 

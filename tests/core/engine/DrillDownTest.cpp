@@ -17,8 +17,7 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
     const Date t0 = Date::fromUnix(1'795'262'400);
     const auto ev = [&](const char *id, int hoursAgo, double usd, std::optional<QString> email,
                         RevenueKind kind = RevenueKind::New, QUuid account = mainId) {
-        PaymentEvent e =
-            EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
+        PaymentEvent e = EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
         e.customerEmail = std::move(email);
         return e;
     };

@@ -13,8 +13,7 @@ constexpr qint64 day = 86'400;
 
 RawCharge rawCharge(const QString &id, qint64 amount, const QString &currency, std::optional<QString> invoice = {})
 {
-    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day,
-            .invoice = std::move(invoice)};
+    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day, .invoice = std::move(invoice)};
 }
 
 } // namespace

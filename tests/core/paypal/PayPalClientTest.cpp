@@ -80,8 +80,7 @@ TEST_F(PayPalClientTest, SendsTheTokenAndSearchRequestsExactly)
     EXPECT_EQ(token.method, "POST");
     EXPECT_EQ(token.path, "/v1/oauth2/token");
     EXPECT_TRUE(token.rawQuery.isEmpty());
-    EXPECT_EQ(token.header("Authorization"),
-              "Basic " + QByteArray("AYSq3RDGsmBLJE-otTkBtM:EGnHDxD_qRPdaLdZz8iCr8N7").toBase64());
+    EXPECT_EQ(token.header("Authorization"), "Basic " + QByteArray("AYSq3RDGsmBLJE-otTkBtM:EGnHDxD_qRPdaLdZz8iCr8N7").toBase64());
     EXPECT_EQ(token.header("Content-Type"), "application/x-www-form-urlencoded");
     EXPECT_EQ(token.body, "grant_type=client_credentials");
     EXPECT_EQ(ownHeaders(token), (QSet<QByteArray>{"authorization", "content-type"}));
