@@ -33,8 +33,7 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
         ASSERT_TRUE(files.saveFeed(stored));
         const QByteArray feedBytes = *files.read(Storage::feedFile);
 
-        std::optional<FaultyDisk::Armed> disk;
-        disk.emplace(folder.path(), row.fault);
+        std::optional<FaultyDisk::Armed> disk(std::in_place, folder.path(), row.fault);
         EngineEnvironment env = environment();
         env.storage = files;
         RevenueEngine &e = start(env);
@@ -67,8 +66,7 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 // account the other added, and a removal in one is not undone by the other.
 TEST_F(EngineFixture, TwoWritersKeepEachOthersAccounts)
 {
-    RevenueEngine first(environment());
-    RevenueEngine second(environment());
+    RevenueEngine first(environment()), second(environment());
     const Account a = stripeAccount(u"A"_s), b = stripeAccount(u"B"_s), c = stripeAccount(u"C"_s), d = stripeAccount(u"D"_s);
     const auto names = [](const QList<Account> &accounts) {
         QStringList out;
