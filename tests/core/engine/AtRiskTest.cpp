@@ -109,8 +109,7 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 class AtRiskEngine : public EngineFixture
 {
 protected:
-    Account main = stripeAccount(u"Main"_s, u"rk_main"_s);
-    Account second = stripeAccount(u"Second"_s, u"rk_second"_s);
+    Account main = stripeAccount(u"Main"_s, u"rk_main"_s), second = stripeAccount(u"Second"_s, u"rk_second"_s);
     QHash<QString, QJsonArray> byStatus;
     QByteArray failingKey; // this account's "unpaid" listing answers 500
 

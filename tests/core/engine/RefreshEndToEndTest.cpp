@@ -19,8 +19,7 @@ protected:
     QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
 
     Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
-    Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
-    Account pp = paypalAccount(u"Shop"_s);
+    Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s), pp = paypalAccount(u"Shop"_s);
 
     void SetUp() override
     {

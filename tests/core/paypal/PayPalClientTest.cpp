@@ -211,8 +211,7 @@ TEST_F(PayPalClientTest, CancellingStopsAHangingSearch)
 
 TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
 {
-    const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3);
-    const QByteArray rowsB = pageOf({{"B1"}}, 2, 3);
+    const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3), rowsB = pageOf({{"B1"}}, 2, 3);
     // name, answers for page 1, 2, ..., searches made, rows read
     const std::tuple<const char *, QList<QByteArray>, int, int> rows[] = {
         {"one page", {pageOf({{"A1"}, {"A2"}}, 1, 1)}, 1, 2},

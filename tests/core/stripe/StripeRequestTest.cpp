@@ -5,8 +5,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const Date since = Date::fromUnix(1'700'000'000.9);
-const Date until = Date::fromUnix(1'700'086'400.2);
+const Date since = Date::fromUnix(1'700'000'000.9), until = Date::fromUnix(1'700'086'400.2);
 
 // A call checked for its request and, when it fails, for its error; any data is discarded.
 using Call = std::function<std::optional<StripeError>(const StripeClient &)>;
