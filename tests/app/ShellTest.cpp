@@ -139,11 +139,10 @@ TEST(LoginItem, AutostartEntryNamesTheInstalledProgramAndIsRewrittenWhenItMoves)
 // over the session bus, and through the lock file's socket where there is no bus.
 TEST(SingleInstance, ASecondLaunchHandsItsRequestToTheRunningCopy)
 {
-    const QString dbusDaemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-    if (dbusDaemon.isEmpty())
+    if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
     ChildProcess bus;
-    bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     const QString address = firstLine(bus.process, 5000);
     ASSERT_FALSE(address.isEmpty());
     QTemporaryDir runtime;
