@@ -32,12 +32,8 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         ev("edge", 100, 1, u"cy@example.com"_s), // exactly at the selection's start
         ev("old", 200, 500, u"ann@example.com"_s),
     };
-    const struct
-    {
-        const char *name;
-        std::optional<QUuid> account;
-        QStringList groups; // "id ×count"
-    } cases[] = {
+    // groups: "id ×count"
+    const struct { const char *name; std::optional<QUuid> account; QStringList groups; } cases[] = {
         {"all accounts", std::nullopt,
          {u"ann@example.com ×3"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s,
           u"cy@example.com ×1"_s}},

@@ -262,13 +262,9 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
 TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
 {
     const qint64 now = 1'795'262'400;
-    const struct
-    {
-        const char *name;
-        bool storedFeed, notificationsOn, privacyMode;
-        QStringList expected;
-        int permissionRequests; // at start-up, and on the first hand-off when nothing was stored
-    } rows[] = {
+    // permissionRequests: at start-up, and on the first hand-off when nothing was stored
+    const struct { const char *name; bool storedFeed, notificationsOn, privacyMode; QStringList expected;
+        int permissionRequests; } rows[] = {
         {"first cycle without a stored feed only learns", false, true, false, {}, 2},
         {"after a stored feed: new and recent only", true, true, false, {u"in_fresh"_s}, 1},
         {"privacy mode hides nothing from notifications", true, true, true, {u"in_fresh"_s}, 1},
