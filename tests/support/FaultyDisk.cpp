@@ -12,13 +12,8 @@
 
 namespace {
 
-struct State
-{
-    bool armed = false;
-    QByteArray folder;
-    FaultyDisk::Fault fault;
-    QHash<QByteArray, qint64> written; // per file
-} state;
+// What is armed, and the bytes written to each file since.
+struct State { bool armed = false; QByteArray folder; FaultyDisk::Fault fault; QHash<QByteArray, qint64> written; } state;
 
 template<typename F>
 F next(const char *name)

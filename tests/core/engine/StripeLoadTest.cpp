@@ -155,18 +155,12 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     for (int i = 0; i < 12; ++i)
         twelve.append({.id = u"ch_%1"_s.arg(i), .amount = 1000 + i, .created = 1'773'140'000 + i, .paymentIntent = u"pi_%1"_s.arg(i)});
     const FakeResponse ok = FakeResponse::json(200, {});
-    const struct
-    {
-        const char *name;
-        QList<ChargeFields> charges;
-        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
-        QList<Link> links;              // per paying charge
-        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
-        QStringList sales;
-        qsizetype requests = 1;         // to /v1/invoice_payments: the listing, then one per unlinked intent
-        bool scopeMissing = false;
-        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
-    } rows[] = {
+    // payingCharges: indices into charges, each paid an invoice of its own; links: one per paying charge; a 200
+    // paymentsAnswer is built from the paying charges; requests to /v1/invoice_payments: the listing, then one per
+    // unlinked intent; chargesWait for the links: left out, and the next load starts from the same point.
+    const struct { const char *name; QList<ChargeFields> charges; QList<qsizetype> payingCharges; QList<Link> links;
+        FakeResponse paymentsAnswer; QStringList sales; qsizetype requests = 1; bool scopeMissing = false;
+        bool chargesWait = false; } rows[] = {
         {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}, 2},
         {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
         {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},
