@@ -25,10 +25,7 @@ class AliasService : public QObject
 public:
     QString defaultCollection;
 public Q_SLOTS:
-    QDBusObjectPath ReadAlias(const QString &name)
-    {
-        return QDBusObjectPath(name == u"default"_s ? defaultCollection : u"/"_s);
-    }
+    QDBusObjectPath ReadAlias(const QString &name) { return QDBusObjectPath(name == u"default"_s ? defaultCollection : u"/"_s); }
 };
 
 // A keyring that answers: nothing stored yet, every write taken.

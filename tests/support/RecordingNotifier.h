@@ -9,10 +9,9 @@
 class RecordingNotifier final : public Notifier
 {
 public:
-    int permissionRequests = 0;
+    int permissionRequests = 0, rings = 0;
     QList<QStringList> batches;
     QStringList summaries;
-    int rings = 0;
 
     void requestAuthorizationIfNeeded() override { ++permissionRequests; }
     void notify(const NotificationBatch &batch) override
