@@ -74,10 +74,8 @@ struct NotificationBus
     }
     void invoke(uint id, const QString &action)
     {
-        QDBusMessage signal = QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s,
-                                                         u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
-        signal << id << action;
-        serverSide.send(signal);
+        serverSide.send(QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s, u"org.freedesktop.Notifications"_s,
+                                                   u"ActionInvoked"_s) << id << action);
     }
 };
 

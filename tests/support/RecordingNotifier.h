@@ -16,10 +16,8 @@ public:
     void requestAuthorizationIfNeeded() override { ++permissionRequests; }
     void notify(const NotificationBatch &batch) override
     {
-        QStringList ids;
-        for (const PaymentEvent &e : batch.events)
-            ids.append(e.id);
-        batches.append(ids);
+        batches.append(QStringList());
+        std::ranges::transform(batch.events, std::back_inserter(batches.last()), &PaymentEvent::id);
         summaries.append(batch.summary);
         rings += batch.rings ? 1 : 0;
     }
