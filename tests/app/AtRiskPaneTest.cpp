@@ -18,8 +18,7 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
                          .latestInvoiceId = u"in_1"_s};
     };
     const struct { AtRiskSub sub; QString label; } labels[] = {
-        {sub(AtRiskKind::PastDue, 5.5), u"Next retry in 5d"_s},
-        {sub(AtRiskKind::PastDue, 1.25), u"Next retry in 1d"_s},
+        {sub(AtRiskKind::PastDue, 5.5), u"Next retry in 5d"_s}, {sub(AtRiskKind::PastDue, 1.25), u"Next retry in 1d"_s},
         {sub(AtRiskKind::PastDue, 0.125), u"Next retry imminent"_s},
         {sub(AtRiskKind::PastDue, -2), u"Next retry imminent"_s},
         {sub(AtRiskKind::Unpaid, -10), u"Stripe stopped retrying 10d ago"_s},
@@ -53,17 +52,13 @@ TEST(AtRiskLogic, LabelsAgesAndRetryWording)
     const QHash<QString, RetryOutcome> retried{{u"sub_1"_s, {true, {}, false}}};
     const QHash<QString, RetryOutcome> spaced{{u"sub_1"_s, {false, RetryThrottleError{3}.description(), true, 3}}};
     const struct { QSet<QString> retrying; QHash<QString, RetryOutcome> results; State state; QString label; } states[] = {
-        {{}, {}, State::Idle, u"Retry now"_s},
-        {{u"in_1"_s}, retried, State::Retrying, u"Retrying\u2026"_s},
-        {{}, retried, State::Retried, u"Paid \u2713"_s},
-        {{}, failed, State::Failed, u"Retry failed"_s},
-        {{}, spaced, State::Throttled, u"Wait 3 s"_s},
-        {{}, declined, State::NeedsNewCard, u"Retry now"_s},
+        {{}, {}, State::Idle, u"Retry now"_s}, {{u"in_1"_s}, retried, State::Retrying, u"Retrying\u2026"_s},
+        {{}, retried, State::Retried, u"Paid \u2713"_s}, {{}, failed, State::Failed, u"Retry failed"_s},
+        {{}, spaced, State::Throttled, u"Wait 3 s"_s}, {{}, declined, State::NeedsNewCard, u"Retry now"_s},
     };
     for (const auto &row : states) {
-        SCOPED_TRACE(row.label.toStdString());
-        EXPECT_EQ(AtRiskLogic::retryState(pastDue, row.retrying, row.results), row.state);
-        EXPECT_EQ(AtRiskLogic::retryLabel(row.state, row.results.value(u"sub_1"_s).secondsToWait), row.label);
+        EXPECT_EQ(AtRiskLogic::retryState(pastDue, row.retrying, row.results), row.state) << row.label.toStdString();
+        EXPECT_EQ(AtRiskLogic::retryLabel(row.state, row.results.value(u"sub_1"_s).secondsToWait), row.label) << row.label.toStdString();
     }
     EXPECT_EQ(AtRiskLogic::retryState(noInvoice, {}, {}), State::Hidden);
     EXPECT_EQ(AtRiskLogic::retryState(sub(AtRiskKind::CanceledPayment, 0), {}, {}), State::Hidden);

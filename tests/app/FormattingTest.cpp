@@ -69,9 +69,8 @@ TEST(Formatting, ChartYLabelsAreCompactInTheDashboardCurrencyAndHideInPrivacy)
         {-250, "usd", "-$250"}, {-2000, "usd", "-$2.0K"}, {-0.2, "usd", "$0"}, {4000, "EUR", "€4.0K"},
         {-1'500'000, "eur", "-€1.5M"}, {70, "xyz", "XYZ 70"}};
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.value);
-        EXPECT_EQ(formatY(c.value, false, QString::fromUtf8(c.currency)), QString::fromUtf8(c.expected));
-        EXPECT_EQ(formatY(c.value, true, QString::fromUtf8(c.currency)), u"•");
+        EXPECT_EQ(formatY(c.value, false, QString::fromUtf8(c.currency)), QString::fromUtf8(c.expected)) << c.value;
+        EXPECT_EQ(formatY(c.value, true, QString::fromUtf8(c.currency)), u"•") << c.value;
     }
 }
 

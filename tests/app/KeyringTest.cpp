@@ -25,10 +25,7 @@ class AliasService : public QObject
 public:
     QString defaultCollection;
 public Q_SLOTS:
-    QDBusObjectPath ReadAlias(const QString &name)
-    {
-        return QDBusObjectPath(name == u"default"_s ? defaultCollection : u"/"_s);
-    }
+    QDBusObjectPath ReadAlias(const QString &name) { return QDBusObjectPath(name == u"default"_s ? defaultCollection : u"/"_s); }
 };
 
 // A keyring that answers: nothing stored yet, every write taken.
@@ -83,10 +80,9 @@ TEST_F(AppFixture, TheEditorSaysWhereTheKeyGoesBeforeTheKeyringAsks)
     QDBusConnection::disconnectFromBus(u"editor"_s);
 }
 
-// Against a real Secret Service: gnome-keyring on a private session bus that this test
-// starts, with a login keyring unlocked by a password on its input. The checks run in a
-// child process of this binary: GLib ends a process whose session bus goes away, and the
-// bus goes away when the test stops it.
+// Against a real Secret Service: gnome-keyring on a private session bus that this test starts, with a login keyring
+// unlocked by a password on its input. The checks run in a child process of this binary: GLib ends a process whose
+// session bus goes away, and the bus goes away when the test stops it.
 TEST_F(AppFixture, KeysLiveInARealSecretServiceAndSurviveARestart)
 {
     if (qEnvironmentVariableIsSet("QUORVANE_PRIVATE_KEYRING")) {

@@ -74,10 +74,8 @@ struct NotificationBus
     }
     void invoke(uint id, const QString &action)
     {
-        QDBusMessage signal = QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s,
-                                                         u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
-        signal << id << action;
-        serverSide.send(signal);
+        serverSide.send(QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s, u"org.freedesktop.Notifications"_s,
+                                                   u"ActionInvoked"_s) << id << action);
     }
 };
 
@@ -182,17 +180,15 @@ TEST_F(AppFixture, RefreshCyclesPostANotificationPerNewEventUpToASummaryOnTheSes
         for (int i = 0; i < 2; ++i) {
             const auto &call = server.calls[i];
             const PaymentEvent &ev = expected[i];
-            EXPECT_EQ(call.appName, u"Quorvane"_s);
-            EXPECT_EQ(call.appIcon, u"file:///icons/quorvane.png"_s);
+            EXPECT_EQ(std::pair(call.appName, call.appIcon), std::pair(u"Quorvane"_s, u"file:///icons/quorvane.png"_s));
             EXPECT_EQ(call.summary, NotificationText::title(ev.kind));
             EXPECT_EQ(call.identifier, u"quorvane-"_s + ev.id);
             EXPECT_EQ(call.hints.value(u"desktop-entry"_s).toString(), u"app.quorvane.Quorvane"_s);
             const bool rings = row.saleSound && serverRings && NotificationText::isSale(ev.kind);
             EXPECT_EQ(call.hints.value(u"sound-file"_s).toString(), rings ? u"/sounds/sale.wav"_s : QString());
             EXPECT_EQ(call.actions, row.capabilities.contains(u"actions"_s) ? stripeActions : plainActions);
-            const QString plain = row.privacy
-                ? u"Acme & Co"_s
-                : u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
+            const QString plain = row.privacy ? u"Acme & Co"_s
+                                              : u"Acme & Co\n"_s + NotificationText::amountText(ev) + u" \u2014 "_s + ev.description;
             EXPECT_EQ(call.body, row.capabilities.contains(u"body-markup"_s) ? plain.toHtmlEscaped() : plain);
         }
         if (row.privacy) {

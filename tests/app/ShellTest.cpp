@@ -139,11 +139,10 @@ TEST(LoginItem, AutostartEntryNamesTheInstalledProgramAndIsRewrittenWhenItMoves)
 // over the session bus, and through the lock file's socket where there is no bus.
 TEST(SingleInstance, ASecondLaunchHandsItsRequestToTheRunningCopy)
 {
-    const QString dbusDaemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-    if (dbusDaemon.isEmpty())
+    if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
     ChildProcess bus;
-    bus.process.start(dbusDaemon, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     const QString address = firstLine(bus.process, 5000);
     ASSERT_FALSE(address.isEmpty());
     QTemporaryDir runtime;
@@ -263,9 +262,8 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
 }
 
-// Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc
-// closes the innermost thing (a menu, the account editor) first and the panel when no control
-// used it, wherever the focus is.
+// Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc closes the innermost thing
+// (a menu, the account editor) first and the panel when no control used it, wherever the focus is.
 TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
 {
     const Account acme{.name = u"Acme"_s};

@@ -200,9 +200,7 @@ TEST_F(AppFixture, TilesShowDashForUnavailableKinds)
     Preferences prefs;
     const auto tiles = TilesModel::tiles(Totals{1200, 300, 45}, {RevenueKind::Churn}, prefs);
     ASSERT_EQ(tiles.size(), 3);
-    EXPECT_EQ(tiles[0].value, u"$1200");
-    EXPECT_EQ(tiles[1].value, u"$300");
-    EXPECT_EQ(tiles[2].value, u"—");
+    EXPECT_EQ(QStringList({tiles[0].value, tiles[1].value, tiles[2].value}), (QStringList{u"$1200"_s, u"$300"_s, u"—"_s}));
     EXPECT_TRUE(tiles[2].unavailable);
     EXPECT_EQ(TilesModel::tiles(Totals{1200, 300, 45}, {}, prefs)[2].value, u"-$45");
     prefs.dashboardCurrency = u"EUR"_s;
@@ -345,8 +343,7 @@ TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const Account a{.provider = c.provider, .stripeRestrictedKey = QString::fromUtf8(c.key),
-                        .paypalClientId = QString::fromUtf8(c.clientId),
-                        .paypalSecret = QString::fromUtf8(c.secret)};
+                        .paypalClientId = QString::fromUtf8(c.clientId), .paypalSecret = QString::fromUtf8(c.secret)};
         EXPECT_EQ(AccountEditor::isValid(a), c.valid);
         const QString reason = AccountEditor::invalidReason(a);
         EXPECT_EQ(reason.isEmpty(), c.valid);
@@ -431,10 +428,8 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
 
     const struct { qint64 from; int direction; qint64 to; } steps[]
         = {{60, 1, 90}, {60, -1, 30}, {30, -1, 30}, {600, 1, 600}, {570, 1, 600}, {45, -1, 30}, {15, 1, 45}};
-    for (const auto &s : steps) {
-        SCOPED_TRACE(s.from);
-        EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to);
-    }
+    for (const auto &s : steps)
+        EXPECT_EQ(GeneralSettingsModel::steppedRefresh(s.from, s.direction), s.to) << s.from;
     general.stepRefresh(1);
     EXPECT_EQ(general.refreshLabel(), u"Every 90 seconds");
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"refreshSeconds"_s).toInt(), 90);

@@ -12,13 +12,8 @@
 
 namespace {
 
-struct State
-{
-    bool armed = false;
-    QByteArray folder;
-    FaultyDisk::Fault fault;
-    QHash<QByteArray, qint64> written; // per file
-} state;
+// What is armed, and the bytes written to each file since.
+struct State { bool armed = false; QByteArray folder; FaultyDisk::Fault fault; QHash<QByteArray, qint64> written; } state;
 
 template<typename F>
 F next(const char *name)
@@ -52,15 +47,6 @@ int failWith(int error)
     return -1;
 }
 
-int openVia(const char *name, const char *path, int flags, va_list args)
-{
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? mode_t(va_arg(args, int)) : 0;
-    // EIO shows when reading, as a failing sector does; anything else when opening.
-    if (unreadable(path) && state.fault.error != EIO)
-        return failWith(state.fault.error);
-    return next<int (*)(const char *, int, ...)>(name)(path, flags, mode);
-}
-
 } // namespace
 
 extern "C" {
@@ -69,19 +55,17 @@ int open(const char *path, int flags, ...)
 {
     va_list args;
     va_start(args, flags);
-    const int fd = openVia("open", path, flags, args);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? mode_t(va_arg(args, int)) : 0;
     va_end(args);
-    return fd;
+    // EIO shows when reading, as a failing sector does; anything else when opening.
+    if (unreadable(path) && state.fault.error != EIO)
+        return failWith(state.fault.error);
+    static const auto real = next<int (*)(const char *, int, ...)>("open");
+    return real(path, flags, mode);
 }
 
-int open64(const char *path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const int fd = openVia("open64", path, flags, args);
-    va_end(args);
-    return fd;
-}
+// On a 64-bit system the large-file name is the same function.
+int open64(const char *path, int flags, ...) __attribute__((alias("open")));
 
 ssize_t read(int fd, void *buffer, size_t size)
 {

@@ -9,18 +9,15 @@
 class RecordingNotifier final : public Notifier
 {
 public:
-    int permissionRequests = 0;
+    int permissionRequests = 0, rings = 0;
     QList<QStringList> batches;
     QStringList summaries;
-    int rings = 0;
 
     void requestAuthorizationIfNeeded() override { ++permissionRequests; }
     void notify(const NotificationBatch &batch) override
     {
-        QStringList ids;
-        for (const PaymentEvent &e : batch.events)
-            ids.append(e.id);
-        batches.append(ids);
+        batches.append(QStringList());
+        std::ranges::transform(batch.events, std::back_inserter(batches.last()), &PaymentEvent::id);
         summaries.append(batch.summary);
         rings += batch.rings ? 1 : 0;
     }

@@ -54,12 +54,9 @@ protected:
     Account second = stripeAccount(u"Second"_s, u"rk_test_second"_s);
     QHash<QByteArray, QHash<QString, QJsonArray>> rowsByKey; // auth → event type or subscription status → rows
 
-    struct Shown // what the money of the accounts shows in
-    {
-        QList<PaymentEvent> feed; QList<DailyBucket> days; QList<Totals> totals; QString label;
-        QList<AtRiskSub> atRisk; AchievementsState achievements;
-        friend bool operator==(const Shown &, const Shown &) = default;
-    };
+    // What the money of the accounts shows in.
+    struct Shown { QList<PaymentEvent> feed; QList<DailyBucket> days; QList<Totals> totals; QString label;
+                   QList<AtRiskSub> atRisk; AchievementsState achievements; };
     static void expectSame(const Shown &a, const Shown &b)
     {
         EXPECT_EQ(a.feed, b.feed);

@@ -52,15 +52,8 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
     account.stripeAccountId = u"acct_9"_s;
     const qint64 later = 1'775'000'000;
     const double eur = *CurrencyConverter::rate(u"eur");
-    const struct
-    {
-        const char *name;
-        ExpandedSubscription sub;
-        const char *status;
-        bool made;
-        double monthlyUSD;
-        qint64 since;
-    } rows[] = {
+    const struct { const char *name; ExpandedSubscription sub; const char *status; bool made; double monthlyUSD;
+        qint64 since; } rows[] = {
         // Periods end in the future (`later`), as Stripe keeps them while a period goes unpaid.
         {"past due: the next attempt", subscription(u"sub_a"_s, 5000, u"usd"_s, {}, later,
          {{u"in_a"_s, {}, 5000, 1'773'500'000, 1'772'000'000, {}, {{{}, 1'773'000'000}}}}), "past_due", true, 50, 1'773'500'000},
@@ -104,17 +97,10 @@ TEST(AtRiskRefresh, ValuesDatesAndOrdersSubscriptions)
 TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 {
     const double last = 1000;
-    const struct
-    {
-        std::optional<double> lastAttempt;
-        double secondsLater;
-        std::optional<int> wait;
-    } rows[] = {{std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2},
-                {last, 2.5, 1},                  {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.secondsLater);
-        EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last + row.secondsLater, 3.0), row.wait);
-    }
+    const struct { std::optional<double> lastAttempt; double secondsLater; std::optional<int> wait; } rows[] = {
+        {std::nullopt, 0, std::nullopt}, {last, 0.4, 3}, {last, 1.0, 2}, {last, 2.5, 1}, {last, 3.0, std::nullopt}, {last, 60, std::nullopt}};
+    for (const auto &row : rows)
+        EXPECT_EQ(InvoiceRetry::throttleWait(row.lastAttempt, last + row.secondsLater, 3.0), row.wait) << row.secondsLater;
     EXPECT_EQ(RetryThrottleError{2}.description(),
               u"Wait 2s before next retry. (Spacing retries avoids flooding customers with emails + Stripe's "
               u"card-testing detection.)"_s);
@@ -123,8 +109,7 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
 class AtRiskEngine : public EngineFixture
 {
 protected:
-    Account main = stripeAccount(u"Main"_s, u"rk_main"_s);
-    Account second = stripeAccount(u"Second"_s, u"rk_second"_s);
+    Account main = stripeAccount(u"Main"_s, u"rk_main"_s), second = stripeAccount(u"Second"_s, u"rk_second"_s);
     QHash<QString, QJsonArray> byStatus;
     QByteArray failingKey; // this account's "unpaid" listing answers 500
 
@@ -168,8 +153,7 @@ TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
     EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99})) << "six seats at $5 are $30";
     QStringList found = ids(e.atRiskSubs());
     found.sort();
-    EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s,
-                                  u"Second/sub_q"_s}));
+    EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s, u"Second/sub_q"_s}));
     EXPECT_DOUBLE_EQ(e.atRiskMonthlyTotalUSD(), 2 * 80 + 99);
     EXPECT_EQ(e.atRiskSubs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
 

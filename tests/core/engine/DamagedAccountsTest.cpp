@@ -5,10 +5,9 @@
 
 using namespace Qt::StringLiterals;
 
-// An accounts file that does not read is kept aside, or left alone when it cannot be read at
-// all, and never costs the stored history: a refresh with no known account leaves the feed
-// alone. Adding an account afterwards writes a new accounts file while the old bytes stay
-// recoverable, or is refused while the file cannot be read.
+// An accounts file that does not read is kept aside, or left alone when it cannot be read at all, and never costs the
+// stored history: a refresh with no known account leaves the feed alone. Adding an account afterwards writes a new
+// accounts file while the old bytes stay recoverable, or is refused while the file cannot be read.
 TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 {
     struct Row { const char *name; QByteArray bytes; FaultyDisk::Fault fault; QString note; };
@@ -34,8 +33,7 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
         ASSERT_TRUE(files.saveFeed(stored));
         const QByteArray feedBytes = *files.read(Storage::feedFile);
 
-        std::optional<FaultyDisk::Armed> disk;
-        disk.emplace(folder.path(), row.fault);
+        std::optional<FaultyDisk::Armed> disk(std::in_place, folder.path(), row.fault);
         EngineEnvironment env = environment();
         env.storage = files;
         RevenueEngine &e = start(env);
@@ -68,15 +66,12 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
 // account the other added, and a removal in one is not undone by the other.
 TEST_F(EngineFixture, TwoWritersKeepEachOthersAccounts)
 {
-    RevenueEngine first(environment());
-    RevenueEngine second(environment());
+    RevenueEngine first(environment()), second(environment());
     const Account a = stripeAccount(u"A"_s), b = stripeAccount(u"B"_s), c = stripeAccount(u"C"_s), d = stripeAccount(u"D"_s);
     const auto names = [](const QList<Account> &accounts) {
         QStringList out;
-        for (const Account &account : accounts)
-            out.append(account.name);
-        out.sort();
-        return out;
+        std::ranges::transform(accounts, std::back_inserter(out), &Account::name);
+        return out.sort(), out;
     };
     first.upsertAccount(a);
     second.upsertAccount(b);

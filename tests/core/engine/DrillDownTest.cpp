@@ -17,8 +17,7 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
     const Date t0 = Date::fromUnix(1'795'262'400);
     const auto ev = [&](const char *id, int hoursAgo, double usd, std::optional<QString> email,
                         RevenueKind kind = RevenueKind::New, QUuid account = mainId) {
-        PaymentEvent e =
-            EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
+        PaymentEvent e = EngineFixture::event(QString::fromLatin1(id), t0.addingSeconds(-3600.0 * hoursAgo), kind, usd, account);
         e.customerEmail = std::move(email);
         return e;
     };
@@ -33,12 +32,8 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
         ev("edge", 100, 1, u"cy@example.com"_s), // exactly at the selection's start
         ev("old", 200, 500, u"ann@example.com"_s),
     };
-    const struct
-    {
-        const char *name;
-        std::optional<QUuid> account;
-        QStringList groups; // "id ×count"
-    } cases[] = {
+    // groups: "id ×count"
+    const struct { const char *name; std::optional<QUuid> account; QStringList groups; } cases[] = {
         {"all accounts", std::nullopt,
          {u"ann@example.com ×3"_s, u"bob@example.com ×1"_s, u"__noemail__x1 ×1"_s, u"__noemail__x2 ×1"_s,
           u"cy@example.com ×1"_s}},
@@ -66,12 +61,9 @@ TEST(DrillDown, GroupsCustomersOfOneKindInTheSelection)
 TEST(CsvExport, QuotesWhatWouldBreakARow)
 {
     const struct { QString text; QString field; } cases[] = {
-        {u"plain"_s, u"plain"_s},
-        {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
-        {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s},
-        {u"two\nlines"_s, u"\"two\nlines\""_s},
-        {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s},
-        {u"Zoë ✓"_s, u"Zoë ✓"_s},
+        {u"plain"_s, u"plain"_s}, {u"Acme, Inc."_s, u"\"Acme, Inc.\""_s},
+        {u"the \"Pro\" plan"_s, u"\"the \"\"Pro\"\" plan\""_s}, {u"two\nlines"_s, u"\"two\nlines\""_s},
+        {u"carriage\rreturn"_s, u"\"carriage\rreturn\""_s}, {u"Zoë ✓"_s, u"Zoë ✓"_s},
         {u"=1+2"_s, u"'=1+2"_s}, {u"@SUM(A1)"_s, u"'@SUM(A1)"_s}, {u"-2+3"_s, u"'-2+3"_s}, {u"\tcmd"_s, u"'\tcmd"_s},
         {u"+SUM(A1,A2)"_s, u"\"'+SUM(A1,A2)\""_s}, {u"\r=cmd"_s, u"\"'\r=cmd\""_s},
         {u"-12.50"_s, u"-12.50"_s}, {u"A=B"_s, u"A=B"_s},

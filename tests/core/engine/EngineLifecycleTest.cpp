@@ -44,8 +44,7 @@ TEST_F(EngineLifecycle, StoredFeedIsSortedAndCoverageDecidesTheSyncReset)
         QTemporaryDir fresh;
         dir.swap(fresh);
         const Storage s = storage();
-        const Date now = clock->now();
-        const Date synced = now.addingSeconds(-3600);
+        const Date now = clock->now(), synced = now.addingSeconds(-3600);
         const Account account = stripeAccount(u"Main"_s);
         if (row.withAccount)
             ASSERT_TRUE(s.saveAccounts({account}));

@@ -13,8 +13,7 @@ constexpr qint64 day = 86'400;
 
 RawCharge rawCharge(const QString &id, qint64 amount, const QString &currency, std::optional<QString> invoice = {})
 {
-    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day,
-            .invoice = std::move(invoice)};
+    return {.id = id, .amount = amount, .currency = currency, .created = nowUnix - 60 * day, .invoice = std::move(invoice)};
 }
 
 } // namespace
@@ -26,16 +25,9 @@ TEST(GapFill, ChargesBecomeNewOrRecurringEvents)
     const RawCharge undated{.id = u"ch_undated"_s, .amount = 500, .currency = u"usd"_s,
                             .metadata = QMap<QString, QString>{{u"plan"_s, u"Team"_s}}};
     const Date old = Date::fromUnix(nowUnix - 60 * day);
-    const struct
-    {
-        const char *name;
-        RawCharge charge;
-        InvoiceLinking::Links links;
-        std::optional<RevenueKind> kind; // none: no event
-        double amount;
-        Date date;
-        QString description = u"Payment"_s;
-    } cases[] = {
+    // kind: none for no event
+    const struct { const char *name; RawCharge charge; InvoiceLinking::Links links; std::optional<RevenueKind> kind;
+        double amount; Date date; QString description = u"Payment"_s; } cases[] = {
         {"empty invoice", rawCharge(u"ch_c"_s, 2000, u"usd"_s, u""_s), {}, RevenueKind::New, 20, old},
         {"invoice from the links", rawCharge(u"ch_b"_s, 2000, u"eur"_s), {{u"ch_b"_s, u"in_b"_s}}, RevenueKind::Recurring, 20, old},
         {"zero-decimal currency", rawCharge(u"ch_d"_s, 3000, u"JPY"_s), {}, RevenueKind::New, 3000, old},

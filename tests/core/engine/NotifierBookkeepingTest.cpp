@@ -10,14 +10,9 @@ TEST(NotifierBookkeeping, FiltersByRecencyAndSeenIdsAndMarksEverythingSeen)
     const auto at = [&](const char *id, double secondsAgo) {
         return EngineFixture::event(QString::fromLatin1(id), now.addingSeconds(-secondsAgo), RevenueKind::New, 10);
     };
-    const struct
-    {
-        const char *name;
-        QList<PaymentEvent> stored; // empty: nothing on disk, the first batch primes
-        QList<PaymentEvent> batch;
-        bool notificationsOn, requestPermission, post;
-        QStringList posted;
-    } rows[] = {
+    // stored empty: nothing on disk, the first batch primes
+    const struct { const char *name; QList<PaymentEvent> stored, batch; bool notificationsOn, requestPermission, post;
+        QStringList posted; } rows[] = {
         {"first batch only primes", {}, {at("a", 5)}, true, true, false, {}},
         {"600 s is recent, 601 s is not", {at("old", 9999)}, {at("b", 600), at("c", 601), at("d", 0)}, true, false, true,
          {u"b"_s, u"d"_s}},

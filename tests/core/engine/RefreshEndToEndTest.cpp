@@ -19,8 +19,7 @@ protected:
     QHash<QString, QString> invoiceByPayment; // payment intent or charge → the invoice it paid
 
     Account main = stripeAccount(u"Main"_s, u"rk_test_main"_s);
-    Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s);
-    Account pp = paypalAccount(u"Shop"_s);
+    Account broken = stripeAccount(u"Broken"_s, u"rk_test_broken"_s), pp = paypalAccount(u"Shop"_s);
 
     void SetUp() override
     {
@@ -75,8 +74,7 @@ protected:
 
 TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCycle)
 {
-    // The failing account's first answer stops its other listings; none of it may reach
-    // the console.
+    // The failing account's first answer stops its other listings; none of it may reach the console.
     const WarningCollector console;
     // Legacy shape: a first invoice whose charge names it (the charge query drops it).
     add(paidInvoice(u"evt_1"_s, 1'795'160'000,
@@ -135,13 +133,7 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
     EXPECT_EQ(events.keys(), (QStringList{u"5TY05013RG002845M"_s, u"ch_legacy_sale"_s, u"ch_sale"_s, u"churn_evt_7"_s, u"failed_evt_8"_s,
                                           u"in_current"_s, u"in_legacy"_s, u"in_yen"_s}));
     ASSERT_EQ(e.feed().size(), events.size()) << "every payment appears once";
-    const struct
-    {
-        const char *id;
-        RevenueKind kind;
-        double amount, usd;
-        const char *description;
-    } expected[] = {
+    const struct { const char *id; RevenueKind kind; double amount, usd; const char *description; } expected[] = {
         {"in_legacy", RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)"},
         {"in_current", RevenueKind::Recurring, 49, 52.92, "1 × Pro (at $20.00 / month)"},
         {"ch_sale", RevenueKind::New, 99, 99, "Lifetime licence"},
@@ -179,9 +171,8 @@ TEST_F(RefreshEndToEnd, TwoStripeAccountsOneFailingAndPayPalThenAnIncrementalCyc
         << "a failed account asks again from the same point";
     EXPECT_EQ(storage().loadFeed(), e.feed());
 
-    // Each Stripe load lists invoice payments once, from an hour before its window, and looks
-    // up the current-shape sale nothing linked. (The failing account's listing may be stopped
-    // before it is sent.)
+    // Each Stripe load lists invoice payments once, from an hour before its window, and looks up the current-shape sale
+    // nothing linked. (The failing account's listing may be stopped before it is sent.)
     const QByteArray paymentsSince = "created%5Bgte%5D="
         + QByteArray::number(calendar.addingDays(calendar.startOfDay(clock->now()), -30).unixSecondsTruncated() - 3600);
     const auto payments = stripe.requestsTo("/v1/invoice_payments");
@@ -271,13 +262,9 @@ TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops
 TEST_F(RefreshEndToEnd, OnlyUnseenRecentEventsAreHandedToTheNotifier)
 {
     const qint64 now = 1'795'262'400;
-    const struct
-    {
-        const char *name;
-        bool storedFeed, notificationsOn, privacyMode;
-        QStringList expected;
-        int permissionRequests; // at start-up, and on the first hand-off when nothing was stored
-    } rows[] = {
+    // permissionRequests: at start-up, and on the first hand-off when nothing was stored
+    const struct { const char *name; bool storedFeed, notificationsOn, privacyMode; QStringList expected;
+        int permissionRequests; } rows[] = {
         {"first cycle without a stored feed only learns", false, true, false, {}, 2},
         {"after a stored feed: new and recent only", true, true, false, {u"in_fresh"_s}, 1},
         {"privacy mode hides nothing from notifications", true, true, true, {u"in_fresh"_s}, 1},

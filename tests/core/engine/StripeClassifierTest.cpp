@@ -21,15 +21,8 @@ T decoded(const QJsonObject &o)
 
 TEST(StripeClassifier, PaidInvoicesInBothShapes)
 {
-    const struct
-    {
-        const char *name;
-        InvoiceFields fields;
-        Shape shape;
-        RevenueKind kind;
-        double amount, usd;
-        const char *description, *path;
-    } rows[] = {
+    const struct { const char *name; InvoiceFields fields; Shape shape; RevenueKind kind; double amount, usd;
+        const char *description, *path; } rows[] = {
         {"first invoice", {.id = u"in_1"_s, .billingReason = u"subscription_create"_s, .charge = u"ch_1"_s}, Shape::Legacy,
          RevenueKind::New, 20, 20, "1 × Pro (at $20.00 / month)", "payments/ch_1"},
         {"renewal, current shape", {.id = u"in_2"_s, .amountPaid = 4900, .currency = u"eur"_s}, Shape::Current,

@@ -1,5 +1,4 @@
-// One Stripe account's load: which queries run, which kinds load, and how partial failures
-// are reported.
+// One Stripe account's load: which queries run, which kinds load, and how partial failures are reported.
 #include "EngineFixture.h"
 
 using namespace Qt::StringLiterals;
@@ -44,14 +43,8 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
         Shape::Legacy);
     byType.insert(u"invoice.payment_succeeded"_s, FakeResponse::json(200, page({first}, false)));
     const QStringList base{u"charge.succeeded"_s, u"customer.subscription.deleted"_s, u"invoice.payment_succeeded"_s};
-    const struct
-    {
-        const char *name;
-        bool showNew, showFailed, showRefunds;
-        QStringList types;
-        QSet<RevenueKind> kinds;
-        qsizetype events;
-    } rows[] = {
+    const struct { const char *name; bool showNew, showFailed, showRefunds; QStringList types; QSet<RevenueKind> kinds;
+        qsizetype events; } rows[] = {
         {"defaults", true, true, false, base + QStringList{u"invoice.payment_failed"_s},
          {RevenueKind::New, RevenueKind::Recurring, RevenueKind::Churn, RevenueKind::Failed}, 1},
         {"new subscriptions hidden", false, false, false, base,
@@ -79,15 +72,8 @@ TEST_F(StripeLoadTest, PreferencesDecideQueriesAndKinds)
 TEST_F(StripeLoadTest, PartialFailuresAreReportedAsDefined)
 {
     const QByteArray longBody = QByteArray(300, 'x');
-    const struct
-    {
-        const char *name;
-        QString failingType;
-        FakeResponse answer;
-        bool loadFails, scopeMissing;
-        QString lastErrorPrefix;
-        std::optional<RevenueKind> missingKind;
-    } rows[] = {
+    const struct { const char *name; QString failingType; FakeResponse answer; bool loadFails, scopeMissing;
+        QString lastErrorPrefix; std::optional<RevenueKind> missingKind; } rows[] = {
         {"invoices fail the load", u"invoice.payment_succeeded"_s, FakeResponse::json(500, "oops"), true, false, {}, std::nullopt},
         {"charges failing otherwise", u"charge.succeeded"_s, FakeResponse::json(500, "oops"), false, false,
          u"[Acme %1 & %3 Co] charges fetch HTTP 500: oops"_s, std::nullopt},
@@ -169,18 +155,12 @@ TEST_F(StripeLoadTest, ChargesCountAsSalesUnlessStripeLinksThemToAnInvoice)
     for (int i = 0; i < 12; ++i)
         twelve.append({.id = u"ch_%1"_s.arg(i), .amount = 1000 + i, .created = 1'773'140'000 + i, .paymentIntent = u"pi_%1"_s.arg(i)});
     const FakeResponse ok = FakeResponse::json(200, {});
-    const struct
-    {
-        const char *name;
-        QList<ChargeFields> charges;
-        QList<qsizetype> payingCharges; // indices into charges; each paid an invoice of its own
-        QList<Link> links;              // per paying charge
-        FakeResponse paymentsAnswer;    // a 200 answer is built from the paying charges
-        QStringList sales;
-        qsizetype requests = 1;         // to /v1/invoice_payments: the listing, then one per unlinked intent
-        bool scopeMissing = false;
-        bool chargesWait = false; // for the links: left out, and the next load starts from the same point
-    } rows[] = {
+    // payingCharges: indices into charges, each paid an invoice of its own; links: one per paying charge; a 200
+    // paymentsAnswer is built from the paying charges; requests to /v1/invoice_payments: the listing, then one per
+    // unlinked intent; chargesWait for the links: left out, and the next load starts from the same point.
+    const struct { const char *name; QList<ChargeFields> charges; QList<qsizetype> payingCharges; QList<Link> links;
+        FakeResponse paymentsAnswer; QStringList sales; qsizetype requests = 1; bool scopeMissing = false;
+        bool chargesWait = false; } rows[] = {
         {"a one-off beside the invoice it resembles", {invoiced, upsell}, {0}, {Intent}, ok, {u"ch_seat"_s}, 2},
         {"a charge without payment intent", {withoutIntent}, {0}, {Charge}, ok, {}},
         {"more than ten invoice payments", twelve, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, QList<Link>(12, Intent), ok, {}},

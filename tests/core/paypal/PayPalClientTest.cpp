@@ -80,8 +80,7 @@ TEST_F(PayPalClientTest, SendsTheTokenAndSearchRequestsExactly)
     EXPECT_EQ(token.method, "POST");
     EXPECT_EQ(token.path, "/v1/oauth2/token");
     EXPECT_TRUE(token.rawQuery.isEmpty());
-    EXPECT_EQ(token.header("Authorization"),
-              "Basic " + QByteArray("AYSq3RDGsmBLJE-otTkBtM:EGnHDxD_qRPdaLdZz8iCr8N7").toBase64());
+    EXPECT_EQ(token.header("Authorization"), "Basic " + QByteArray("AYSq3RDGsmBLJE-otTkBtM:EGnHDxD_qRPdaLdZz8iCr8N7").toBase64());
     EXPECT_EQ(token.header("Content-Type"), "application/x-www-form-urlencoded");
     EXPECT_EQ(token.body, "grant_type=client_credentials");
     EXPECT_EQ(ownHeaders(token), (QSet<QByteArray>{"authorization", "content-type"}));
@@ -212,8 +211,7 @@ TEST_F(PayPalClientTest, CancellingStopsAHangingSearch)
 
 TEST_F(PayPalClientTest, FollowsPagesUntilTheLastOrAnEmptyOne)
 {
-    const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3);
-    const QByteArray rowsB = pageOf({{"B1"}}, 2, 3);
+    const QByteArray rowsA = pageOf({{"A1"}, {"A2"}}, 1, 3), rowsB = pageOf({{"B1"}}, 2, 3);
     // name, answers for page 1, 2, ..., searches made, rows read
     const std::tuple<const char *, QList<QByteArray>, int, int> rows[] = {
         {"one page", {pageOf({{"A1"}, {"A2"}}, 1, 1)}, 1, 2},

@@ -18,6 +18,16 @@ namespace {
 const QUuid accountA = QUuid::fromString(u"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F"_s);
 const QUuid accountB = QUuid::fromString(u"0B7A1C3D-5E6F-4A8B-9C0D-1E2F3A4B5C6D"_s);
 const Date noon = Date::fromUnix(1773144000); // 2026-03-10T12:00:00Z
+const char *const files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
+                             Storage::achievementsFile, Storage::syncStateFile};
+
+QHash<QString, QByteArray> contents(const Storage &storage)
+{
+    QHash<QString, QByteArray> bytes;
+    for (const char *file : files)
+        bytes.insert(QString::fromLatin1(file), readFile(storage.pathOf(file)));
+    return bytes;
+}
 
 struct StorageTest : ::testing::Test
 {
@@ -84,11 +94,8 @@ TEST_F(StorageTest, EveryFileRoundTripsInItsDateForm)
     EXPECT_TRUE(readFile(path(Storage::achievementsFile)).contains(R"("bestDayDate":"2026-03-10T12:00:00Z")"));
     EXPECT_EQ(storage.loadSyncState(), (QHash<QUuid, Date>{{accountA, noon}}));
     // Compact: no indentation or line breaks in any file.
-    for (const char *file : {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                             Storage::achievementsFile, Storage::syncStateFile}) {
-        SCOPED_TRACE(file);
-        EXPECT_FALSE(readFile(path(file)).contains('\n'));
-    }
+    for (const char *file : files)
+        EXPECT_FALSE(readFile(path(file)).contains('\n')) << file;
 }
 
 TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
@@ -114,8 +121,6 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
         {"permission denied", "kept", Put::Bytes, u"permission denied"_s, {.error = EACCES}},
         {"failing disk", "kept", Put::Bytes, u"the disk reported an error"_s, {.error = EIO}},
     };
-    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                           Storage::achievementsFile, Storage::syncStateFile};
     for (const char *file : files) {
         for (const BadFile &bad : cases) {
             if (bad.fault.error == EIO && qstrcmp(file, Storage::feedFile) == 0)
@@ -124,9 +129,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
             QTemporaryDir dir;
             Storage s(QDir(dir.path()).filePath(u"Quorvane"_s));
             writeAll(s);
-            QHash<QString, QByteArray> before;
-            for (const char *other : files)
-                before.insert(QString::fromLatin1(other), readFile(s.pathOf(other)));
+            const QHash<QString, QByteArray> before = contents(s);
             const QString path = s.pathOf(file), outside = QDir(dir.path()).filePath(u"elsewhere"_s);
             ASSERT_TRUE(writeFile(outside, "someone else's") && QFile::setPermissions(outside, QFile::ReadOwner | QFile::ReadOther));
 
@@ -142,8 +145,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
             QList<FileDamage> damaged;
             {
                 FaultyDisk::Armed disk(s.folder(), fault);
-                // The bad file gives its default (a feed keeps its readable events); every other
-                // file still loads.
+                // The bad file gives its default (a feed keeps its readable events); every other file still loads.
                 EXPECT_EQ(s.loadAccounts(&damaged).isEmpty(), is(Storage::accountsFile));
                 EXPECT_EQ(!s.loadPreferences(&damaged).has_value(), is(Storage::preferencesFile));
                 EXPECT_EQ(s.loadFeed(&damaged).isEmpty(), is(Storage::feedFile) && qstrcmp(bad.name, "one bad element") != 0);
@@ -162,8 +164,7 @@ TEST_F(StorageTest, EveryUnreadableFileYieldsItsDefaultAndLeavesTheOthers)
                 continue;
             const bool blocks = bad.reason != u"it is empty"_s;
             EXPECT_EQ(damaged, QList<FileDamage>({{QString::fromLatin1(file), {}, 0, bad.reason, blocks}}));
-            // Whatever such a file holds is unknown, not absent: no save replaces it, also once
-            // it reads again.
+            // Whatever such a file holds is unknown, not absent: no save replaces it, also once it reads again.
             for (const FileDamage &d : std::as_const(damaged))
                 if (d.blocksWrites) // as the engine does
                     s.holdWrites(d.file, d.reason);
@@ -213,9 +214,8 @@ TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
     };
     storage.fileURL(); // creates the folder
     for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        ASSERT_TRUE(writeFile(path(Storage::syncStateFile), row.document));
-        EXPECT_EQ(storage.loadSyncState(), row.expected);
+        ASSERT_TRUE(writeFile(path(Storage::syncStateFile), row.document)) << row.name;
+        EXPECT_EQ(storage.loadSyncState(), row.expected) << row.name;
     }
 }
 
@@ -234,11 +234,7 @@ TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
     QList<PaymentEvent> big;
     for (int i = 0; i < 2000; ++i)
         big.append(event(u"in_%1"_s.arg(i), noon));
-    const char *files[] = {Storage::accountsFile, Storage::preferencesFile, Storage::feedFile,
-                           Storage::achievementsFile, Storage::syncStateFile};
-    QHash<QString, QByteArray> before;
-    for (const char *file : files)
-        before.insert(QString::fromLatin1(file), readFile(path(file)));
+    const QHash<QString, QByteArray> before = contents(storage);
     const QStringList filesBefore = QDir(folder).entryList(QDir::Files);
 
     // Short writes hit the large feed; the other faults every file, however small.
@@ -264,8 +260,7 @@ TEST_F(StorageTest, AWriteThatCannotCompleteLeavesThePreviousFileAndSaysWhy)
             const auto updated = storage.updateAccounts({account(u"Other"_s)}, {accountA});
             EXPECT_EQ(updated ? std::nullopt : std::optional(updated.error()), expected);
         }
-        for (const char *file : files)
-            EXPECT_EQ(readFile(path(file)), before.value(QString::fromLatin1(file))) << file;
+        EXPECT_EQ(contents(storage), before);
         EXPECT_EQ(QDir(folder).entryList(QDir::Files), filesBefore) << "no temporary file is left behind";
     }
     EXPECT_TRUE(storage.saveFeed(big)) << "the disk is fine again";

@@ -1,5 +1,4 @@
-// Long listings paged in slices side by side, within the account's request budget, waiting
-// out Stripe's rate limit.
+// Long listings paged in slices side by side, within the account's request budget, waiting out Stripe's rate limit.
 #include "StripeClientFixture.h"
 #include "stripe/ListingSlices.h"
 #include "support/StripeListing.h"
@@ -18,10 +17,8 @@ TEST(ListingSlicesTest, SplitCoversTheWindowNewestFirst)
         {"uneven split gives the newest slices the extra seconds", 0, 9, 3, {{6, 9}, {3, 5}, {0, 2}}},
         {"more slices than seconds", 10, 11, 5, {{11, 11}, {10, 10}}},
     };
-    for (const auto &[name, from, to, count, expected] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(ListingSlices::split(from, to, count), expected);
-    }
+    for (const auto &[name, from, to, count, expected] : cases)
+        EXPECT_EQ(ListingSlices::split(from, to, count), expected) << name;
 }
 
 TEST(ListingSlicesTest, SliceCountFollowsTheFirstPagesDensity)
@@ -34,10 +31,8 @@ TEST(ListingSlicesTest, SliceCountFollowsTheFirstPagesDensity)
         {"a burst within one second", {100, 5000, 5000}, 0, 24},
         {"nothing left before the page", {100, 5000, 4000}, 4000, 1},
     };
-    for (const auto &[name, first, windowStart, expected] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(ListingSlices::sliceCount(first, windowStart), expected);
-    }
+    for (const auto &[name, first, windowStart, expected] : cases)
+        EXPECT_EQ(ListingSlices::sliceCount(first, windowStart), expected) << name;
 }
 
 TEST(ListingSlicesTest, MergeKeepsOrderAndDropsRepeatsAcrossEdges)

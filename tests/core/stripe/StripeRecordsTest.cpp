@@ -174,10 +174,8 @@ TEST(StripeRecords, ApproximateMonthlyAmount)
         {"ten seats at 1000 a year: 10000 truncates to 833", Items{{seats(item(1000, u"year"_s, 1), 10)}}, u"usd"_s, 8.33},
         {"no seats", Items{{seats(item(1000), 0)}}, u"usd"_s, 0.0},
     };
-    for (const auto &[name, items, currency, monthly] : rows) {
-        SCOPED_TRACE(name);
-        EXPECT_DOUBLE_EQ(approximateMonthlyAmount(items, currency), monthly);
-    }
+    for (const auto &[name, items, currency, monthly] : rows)
+        EXPECT_DOUBLE_EQ(approximateMonthlyAmount(items, currency), monthly) << name;
 }
 
 TEST(StripeRecords, ResolvedDomain)
@@ -196,10 +194,8 @@ TEST(StripeRecords, ResolvedDomain)
          std::nullopt},
         {"no business profile", R"({"id":"acct_1","display_name":"Shop"})", std::nullopt},
     };
-    for (const auto &[name, body, domain] : rows) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(decodeOk<StripeAccountInfo>(body).resolvedDomain(), domain);
-    }
+    for (const auto &[name, body, domain] : rows)
+        EXPECT_EQ(decodeOk<StripeAccountInfo>(body).resolvedDomain(), domain) << name;
 }
 
 TEST(StripeRecords, MalformedJsonFailsWholeEvenWhereNothingIsRead)

@@ -5,8 +5,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const Date since = Date::fromUnix(1'700'000'000.9);
-const Date until = Date::fromUnix(1'700'086'400.2);
+const Date since = Date::fromUnix(1'700'000'000.9), until = Date::fromUnix(1'700'086'400.2);
 
 // A call checked for its request and, when it fails, for its error; any data is discarded.
 using Call = std::function<std::optional<StripeError>(const StripeClient &)>;
@@ -21,15 +20,8 @@ std::optional<StripeError> failure(const Result<T, StripeError> &result)
 
 TEST_F(StripeClientTest, EveryQuerySendsItsMethodPathQueryAndHeadersAndNothingWithoutAKey)
 {
-    struct Row
-    {
-        const char *name;
-        Call call;
-        QByteArray method;
-        QByteArray path;
-        QByteArray rawQuery;
-        QByteArray stripeVersion = "2025-02-24.acacia";
-    };
+    struct Row { const char *name; Call call; QByteArray method; QByteArray path; QByteArray rawQuery;
+        QByteArray stripeVersion = "2025-02-24.acacia"; };
     const Row rows[] = {
         {"paid invoices", [](auto &c) { return failure(run(c.fetchPaidInvoices(since))); }, "GET", "/v1/events",
          "type=invoice.payment_succeeded&limit=100&created%5Bgte%5D=1700000000"},
