@@ -15,8 +15,7 @@ void RevenueEngine::fillHistoricalGap()
 {
     QList<Account> stripeAccounts;
     for (const Account &a : std::as_const(m_accounts))
-        // The demo business answers like Stripe; its own fill (DemoAccounts.cpp) usually came first.
-        if (a.enabled && a.hasStripeRecords() && !(a.isDemo() && m_demoHistoryFilled.contains(a.id)))
+        if (a.enabled && a.hasStripeRecords()) // the demo business answers like Stripe
             stripeAccounts.append(a);
     // Without a Stripe account the flag stays down, so a later refresh tries again.
     if (stripeAccounts.isEmpty() || m_isLoadingHistoricalGap)
@@ -93,6 +92,10 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
     setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
     noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
     updateAchievements();
-    m_historicalGapFilled = true;
+    // An account added while this fill ran keeps the fill due for the next refresh.
+    m_historicalGapFilled = std::all_of(m_accounts.cbegin(), m_accounts.cend(), [&](const Account &a) {
+        return !(a.enabled && a.hasStripeRecords())
+            || std::any_of(accounts.cbegin(), accounts.cend(), [&](const Account &f) { return f.id == a.id; });
+    });
     assign(m_isLoadingHistoricalGap, false, &RevenueEngine::isLoadingHistoricalGapChanged);
 }

@@ -155,7 +155,6 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     }
     notifyForNewEvents(newEvents);
     updateAchievements();
-    fillDemoHistory(); // first: it answers at once, and a real account's fill then still starts
     if (!m_historicalGapFilled)
         fillHistoricalGap();
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);

@@ -287,9 +287,6 @@ private:
     // Drops what a removed account, or a disabled one, still shows outside the feed.
     void dropAtRiskOf(const QUuid &accountId);
     void forgetAccount(const QUuid &accountId);
-    void fillDemoHistory();
-    QCoro::Task<> runDemoHistoryFill(QList<Account> demos, GapFill::Window window, bool realFillDue,
-                                     CancellationToken token);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
                                       CancellationToken token, CycleLoads *loads);
@@ -360,7 +357,6 @@ private:
 
     bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
-    QSet<QUuid> m_demoHistoryFilled; // demo accounts whose 31–90-day history is in
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
