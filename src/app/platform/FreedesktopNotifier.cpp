@@ -25,6 +25,30 @@ QDBusMessage call(const QString &method)
 
 } // namespace
 
+namespace {
+
+// A click on the notification (its default action, no button) opens the panel.
+FreedesktopNotifier::Request plainRequest(const QString &identifier)
+{
+    return {.actions = {defaultAction, u"Open"_s},
+            .hints = {{u"x-quorvane-id"_s, identifier}, {u"desktop-entry"_s, QStringLiteral(QUORVANE_APP_ID)}}};
+}
+
+// The sound goes with the notification where the server plays sounds, so its do-not-disturb
+// silences it too; `soundFile` empty: the theme's sound by name. Elsewhere the program rings.
+void addRing(FreedesktopNotifier::Request &request, const FreedesktopNotifier::Capabilities &server,
+             const QString &soundFile)
+{
+    if (!server.sound)
+        request.ringHere = true;
+    else if (!soundFile.isEmpty())
+        request.hints.insert(u"sound-file"_s, soundFile);
+    else
+        request.hints.insert(u"sound-name"_s, u"message-new-instant"_s);
+}
+
+} // namespace
+
 FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, std::shared_ptr<SaleSound> sound, QObject *parent)
     : DesktopNotifier(parent)
     , m_bus(std::move(bus))
@@ -47,21 +71,11 @@ FreedesktopNotifier::Content FreedesktopNotifier::contentFor(const PaymentEvent 
 FreedesktopNotifier::Request FreedesktopNotifier::requestFor(const PaymentEvent &event, const Capabilities &server,
                                                              bool saleSound, const QString &soundFile)
 {
-    Request request;
-    // The default action is what a click on the notification does; it has no button.
-    request.actions = QStringList{defaultAction, u"Open"_s};
+    Request request = plainRequest(NotificationText::identifier(event));
     if (server.actions && event.dashboardLink())
         request.actions << dashboardAction << u"Open in Stripe"_s;
-    request.hints = {{u"x-quorvane-id"_s, NotificationText::identifier(event)},
-                     {u"desktop-entry"_s, QStringLiteral(QUORVANE_APP_ID)}};
-    if (!saleSound || !NotificationText::isSale(event.kind))
-        return request;
-    if (!server.sound)
-        request.ringHere = true;
-    else if (!soundFile.isEmpty())
-        request.hints.insert(u"sound-file"_s, soundFile);
-    else
-        request.hints.insert(u"sound-name"_s, u"message-new-instant"_s);
+    if (saleSound && NotificationText::isSale(event.kind))
+        addRing(request, server, soundFile);
     return request;
 }
 
@@ -97,14 +111,9 @@ void FreedesktopNotifier::post(const NotificationBatch &batch, const Capabilitie
     }
     if (batch.summary.isEmpty())
         return;
-    Request request{.actions = {defaultAction, u"Open"_s},
-                    .hints = {{u"x-quorvane-id"_s, u"quorvane-summary"_s},
-                              {u"desktop-entry"_s, QStringLiteral(QUORVANE_APP_ID)}}};
-    if (ringPending && !server.sound)
-        request.ringHere = true;
-    else if (ringPending)
-        request.hints.insert(soundFile.isEmpty() ? u"sound-name"_s : u"sound-file"_s,
-                             soundFile.isEmpty() ? u"message-new-instant"_s : soundFile);
+    Request request = plainRequest(u"quorvane-summary"_s);
+    if (ringPending)
+        addRing(request, server, soundFile);
     send({batch.summary, QString(), u"quorvane-summary"_s}, request, {});
 }
 
