@@ -45,8 +45,7 @@ TEST_F(AppFixture, TheEditorSaysWhereTheKeyGoesBeforeTheKeyringAsks)
     if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
     ChildProcess bus;
-    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    const QString address = firstLine(bus.process, 5000);
+    const QString address = startSessionBus(bus);
     QDBusConnection serviceSide = QDBusConnection::connectToBus(address, u"secrets"_s);
     QDBusConnection appSide = QDBusConnection::connectToBus(address, u"editor"_s);
     // The probe blocks its thread, so the service answers from a thread of its own.

@@ -60,8 +60,7 @@ struct NotificationBus
 
     bool start()
     {
-        daemon.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-        const QString address = firstLine(daemon.process, 5000);
+        const QString address = startSessionBus(daemon);
         serverSide = QDBusConnection::connectToBus(address, u"notification-server"_s);
         clientSide = QDBusConnection::connectToBus(address, u"notifier"_s);
         const QString path = u"/org/freedesktop/Notifications"_s;

@@ -146,8 +146,7 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     env.insert(u"GTK_A11Y"_s, u"none"_s);
     ChildProcess bus;
     bus.process.setProcessEnvironment(env);
-    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    const QString address = firstLine(bus.process, 5000);
+    const QString address = startSessionBus(bus);
     ASSERT_FALSE(address.isEmpty());
     env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, address);
     QDBusConnection connection = QDBusConnection::connectToBus(address, u"real-host"_s);

@@ -142,8 +142,7 @@ TEST(SingleInstance, ASecondLaunchHandsItsRequestToTheRunningCopy)
     if (QStandardPaths::findExecutable(u"dbus-daemon"_s).isEmpty())
         GTEST_SKIP() << "dbus-daemon is not installed";
     ChildProcess bus;
-    bus.process.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    const QString address = firstLine(bus.process, 5000);
+    const QString address = startSessionBus(bus);
     ASSERT_FALSE(address.isEmpty());
     QTemporaryDir runtime;
     const auto connection = [&](bool onBus, const QString &name) {

@@ -30,3 +30,11 @@ inline QString firstLine(QProcess &process, int timeoutMs)
     }
     return QString::fromUtf8(out.left(out.indexOf('\n'))).trimmed();
 }
+
+// A private session bus in `daemon`; its address, or empty when it did not start in time.
+inline QString startSessionBus(ChildProcess &daemon)
+{
+    daemon.process.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                                                          QStringLiteral("--print-address=1")});
+    return firstLine(daemon.process, 5000);
+}
