@@ -2,13 +2,15 @@
 // account takes everything it brought with it at once; a disabled one hides it.
 #include "RevenueEngine.h"
 
+#include "storage/AccountsMerge.h"
+
 namespace {
 
-QSet<QUuid> idsOf(const QList<Account> &accounts, bool enabledOnly)
+QSet<QUuid> enabledIdsOf(const QList<Account> &accounts)
 {
     QSet<QUuid> ids;
     for (const Account &a : accounts)
-        if (a.enabled || !enabledOnly)
+        if (a.enabled)
             ids.insert(a.id);
     return ids;
 }
@@ -20,7 +22,7 @@ void RevenueEngine::setFeed(QList<PaymentEvent> feed)
     // A load or a fill that ends after its account was removed brings events nobody owns.
     // With the accounts file damaged, the feed is the only record of the lost accounts.
     if (!accountsDamaged()) {
-        const QSet<QUuid> known = idsOf(m_accounts, false);
+        const QSet<QUuid> known = AccountsMerge::idsOf(m_accounts);
         feed.removeIf([&](const PaymentEvent &e) { return !known.contains(e.accountId); });
     }
     m_feed = std::move(feed);
@@ -29,8 +31,8 @@ void RevenueEngine::setFeed(QList<PaymentEvent> feed)
 
 void RevenueEngine::showFeed()
 {
-    const QSet<QUuid> enabled = idsOf(m_accounts, true);
-    const QSet<QUuid> known = idsOf(m_accounts, false);
+    const QSet<QUuid> enabled = enabledIdsOf(m_accounts);
+    const QSet<QUuid> known = AccountsMerge::idsOf(m_accounts);
     const bool hidesAny = std::any_of(m_feed.cbegin(), m_feed.cend(), [&](const PaymentEvent &e) {
         return known.contains(e.accountId) && !enabled.contains(e.accountId);
     });
