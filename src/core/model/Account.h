@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/Enums.h"
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 
 #include <QHash>
 #include <QUuid>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 
 // US-dollar sums of one local day; the unit of the chart.
 struct DailyBucket

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "json/EnumRaw.h"
+
 #include <QString>
 #include <array>
 #include <optional>
@@ -13,9 +15,6 @@ enum class RevenueKind { New, Recurring, Churn, Failed, Refund };
 enum class AtRiskKind { PastDue, Unpaid, Incomplete, CanceledPayment };
 enum class TimeRange { Mtd, Last7Days, Last30Days, Last90Days, Custom };
 enum class AchievementPeriod { Day, Week, Month };
-
-template<typename E>
-struct EnumRaw;
 
 #define QV_ENUM_RAW(E, ...)                                                          \
     template<>                                                                       \
@@ -35,33 +34,5 @@ QV_ENUM_RAW(TimeRange, {TimeRange::Mtd, "mtd"}, {TimeRange::Last7Days, "last7Day
 QV_ENUM_RAW(AchievementPeriod, {AchievementPeriod::Day, "day"}, {AchievementPeriod::Week, "week"},
             {AchievementPeriod::Month, "month"})
 #undef QV_ENUM_RAW
-
-template<typename E>
-QString toRaw(E value)
-{
-    for (const auto &[v, raw] : EnumRaw<E>::values)
-        if (v == value)
-            return QString::fromLatin1(raw);
-    return {};
-}
-
-template<typename E>
-std::optional<E> fromRaw(QStringView raw)
-{
-    for (const auto &[v, text] : EnumRaw<E>::values)
-        if (raw == QLatin1StringView(text))
-            return v;
-    return std::nullopt;
-}
-
-// Every case in declaration order.
-template<typename E>
-constexpr auto allCases()
-{
-    std::array<E, EnumRaw<E>::values.size()> out{};
-    for (std::size_t i = 0; i < out.size(); ++i)
-        out[i] = EnumRaw<E>::values[i].first;
-    return out;
-}
 
 inline constexpr std::array allRevenueKinds = allCases<RevenueKind>();

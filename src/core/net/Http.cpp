@@ -1,6 +1,6 @@
 #include "Http.h"
 
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 
 #include <QCoreApplication>
 #include <QCoroTimer>

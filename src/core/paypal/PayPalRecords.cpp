@@ -1,6 +1,6 @@
 #include "PayPalRecords.h"
 
-#include "model/AmountBounds.h"
+#include "json/AmountBounds.h"
 
 #include <charconv>
 

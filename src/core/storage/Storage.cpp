@@ -1,6 +1,6 @@
 #include "Storage.h"
 
-#include "model/AmountBounds.h"
+#include "json/AmountBounds.h"
 #include "storage/AccountsMerge.h"
 #include "storage/DataFile.h"
 #include "storage/FilePermissions.h"

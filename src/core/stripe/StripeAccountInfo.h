@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 
 #include <QString>
 #include <optional>

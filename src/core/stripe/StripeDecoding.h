@@ -1,7 +1,7 @@
 #pragma once
 
 #include "StripeError.h"
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 #include "util/Result.h"
 
 namespace StripeWire {

@@ -4,7 +4,7 @@
 // Decoders read Stripe's keys in the order Stripe writes them ("id" first, then the rest
 // alphabetically), which lets the forward-reading JsonReader find each in one pass.
 
-#include "model/JsonReader.h"
+#include "json/JsonReader.h"
 
 #include <QList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Enums.h"
+#include "json/EnumRaw.h"
 #include "util/Date.h"
 #include "util/Result.h"
 

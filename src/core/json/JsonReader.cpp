@@ -1,6 +1,6 @@
 #include "JsonReader.h"
 
-#include "model/AmountBounds.h"
+#include "json/AmountBounds.h"
 
 #include <array>
 #include <cmath>
