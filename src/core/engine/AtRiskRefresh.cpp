@@ -141,7 +141,7 @@ QCoro::Task<> RevenueEngine::listAtRisk(QPointer<RevenueEngine> engine, Account 
 {
     QList<AtRiskSub> found;
     if (engine) {
-        const std::shared_ptr<const StripeSource> source = engine->stripeSource(account);
+        const std::shared_ptr<const StripeSource> source = engine->m_sources.sourceFor(account);
         auto reply = co_await source->fetchSubscriptionsByStatus(status, token);
         // A failed listing adds nothing; the next run tries again.
         if (engine && reply.ok()) {

@@ -44,7 +44,7 @@ QCoro::Task<> RevenueEngine::runHistoricalGapFill(QList<Account> accounts, GapFi
     // The sources (real or demo) stay alive while their requests run.
     std::vector<std::shared_ptr<const StripeSource>> sources;
     for (const Account &account : std::as_const(accounts)) {
-        sources.push_back(stripeSource(account));
+        sources.push_back(m_sources.sourceFor(account));
         fetches.push_back(sources.back()->fetchSucceededChargesHistorical(window.start, window.end, token));
         linkFetches.push_back(sources.back()->fetchPaidInvoicePayments(InvoiceLinking::listingStart(window.start), token));
     }

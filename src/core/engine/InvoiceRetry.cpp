@@ -55,7 +55,7 @@ QCoro::Task<> RevenueEngine::retryAtRiskInvoice(AtRiskSub sub, CancellationToken
     m_retryingInvoiceIds.insert(invoiceId);
     Q_EMIT retryingInvoiceIdsChanged();
     QPointer<RevenueEngine> self(this);
-    const std::shared_ptr<const StripeSource> source = stripeSource(*account);
+    const std::shared_ptr<const StripeSource> source = m_sources.sourceFor(*account);
     const auto paid = co_await source->retryInvoice(invoiceId, token);
     if (!self)
         co_return;

@@ -12,6 +12,7 @@ using namespace Qt::StringLiterals;
 RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     : QObject(parent)
     , m_env(std::move(environment))
+    , m_sources(m_env.endpoints.stripeApi, m_env.clock, m_env.stripeRequestsPerSecond, m_env.stripeMaxSlices)
 {
     m_preferences = Preferences::defaults(now(), m_env.calendar);
     m_unavailableKinds = QSet<RevenueKind>(allRevenueKinds.begin(), allRevenueKinds.end());

@@ -4,6 +4,7 @@
 #include "engine/Notifier.h"
 #include "engine/NotifierBookkeeping.h"
 #include "engine/SaveFailures.h"
+#include "engine/StripeSources.h"
 #include "model/Account.h"
 #include "model/Achievement.h"
 #include "model/AtRiskSub.h"
@@ -29,9 +30,7 @@
 #include <memory>
 
 class IconCache;
-class RequestBudget;
 class StripeSource;
-struct DemoRetryBook;
 struct RawCharge;
 struct SubscriptionCancellation;
 namespace GapFill {
@@ -313,12 +312,10 @@ private:
                                        QList<SubscriptionCancellation> cancellations, CancellationToken token);
     std::optional<ExpandedSubscription::SubCustomer> churnCustomer(const QUuid &accountId,
                                                                    const std::optional<QString> &customerId) const;
-    // Where an account's Stripe records come from: the REST API, or the demo business.
-    std::shared_ptr<const StripeSource> stripeSource(const Account &account) const;
-    std::shared_ptr<RequestBudget> stripeBudget(const QString &restrictedKey) const;
     std::unique_ptr<IconCache> makeIconCache();
 
     EngineEnvironment m_env;
+    StripeSources m_sources;
 
     QList<Account> m_accounts;
     Preferences m_preferences;
@@ -371,12 +368,8 @@ private:
     std::optional<CancellationToken> m_runningCycle;
     quint64 m_cycleGeneration = 0;
     QString m_menubarLabel;
-    // Invoices paid by hand on demo accounts, kept for the life of the engine.
-    mutable std::shared_ptr<DemoRetryBook> m_demoRetries; // made on first use
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
-    // One request budget per Stripe key, shared by every request made with it.
-    mutable QHash<QString, std::shared_ptr<RequestBudget>> m_stripeBudgets;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

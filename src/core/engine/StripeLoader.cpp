@@ -40,7 +40,7 @@ QCoro::Task<Result<StripeLoad, QString>> RevenueEngine::loadFromStripe(Account a
 {
     QPointer<RevenueEngine> self(this);
     startIconCaching(account);
-    const std::shared_ptr<const StripeSource> client = stripeSource(account);
+    const std::shared_ptr<const StripeSource> client = m_sources.sourceFor(account);
     const Preferences prefs = m_preferences;
     StripeLoad load;
 
