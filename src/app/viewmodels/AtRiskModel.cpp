@@ -1,8 +1,8 @@
 #include "AtRiskModel.h"
 
+#include "engine/AtRiskSubscriptions.h"
 #include "engine/RevenueEngine.h"
 #include "model/CurrencyConverter.h"
-#include "stripe/StripeClient.h"
 #include "viewmodels/Formatting.h"
 
 #include <QColor>
@@ -63,9 +63,8 @@ QString retryErrorMessage(const RetryOutcome &outcome)
     if (text.contains(u"permission"_s) || text.contains(u"does not have"_s) || text.contains(u"scope"_s))
         return u"Restricted key is missing the `Invoice \u2192 Write` scope. Edit the key in Stripe and set "
                u"Invoice \u2192 Write."_s;
-    if (const qsizetype brace = text.indexOf(u'{'); brace >= 0)
-        if (auto sentence = StripeClient::parseHumanError(text.mid(brace).toUtf8()))
-            return *sentence;
+    if (auto sentence = AtRiskSubscriptions::errorSentence(text))
+        return *sentence;
     return text.left(180);
 }
 

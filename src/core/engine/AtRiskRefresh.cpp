@@ -1,10 +1,8 @@
-// The at-risk run: every enabled Stripe account's failing subscriptions, listed per status
-// at once, valued per month and sorted for the at-risk pane.
+// The decisions of the at-risk run: valuing, dating and ordering failing subscriptions.
 #include "AtRiskRefresh.h"
 
 #include "RevenueEngine.h"
 #include "model/CurrencyConverter.h"
-#include "stripe/StripeSource.h"
 
 using namespace Qt::StringLiterals;
 
@@ -115,75 +113,3 @@ QList<Account> accountsToScan(const QList<Account> &accounts)
 }
 
 } // namespace AtRiskRefresh
-
-// What one run's listings report. It lives in the run's frame, and the run awaits every
-// listing before it ends, so none outlives it.
-struct RevenueEngine::AtRiskListings
-{
-    QList<AtRiskSub> collected;
-    int done = 0;
-};
-
-QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken token)
-{
-    const QList<Account> accounts = AtRiskRefresh::accountsToScan(m_accounts);
-    if (accounts.isEmpty() || m_isLoadingAtRisk || !m_credentialsReady)
-        co_return;
-    QPointer<RevenueEngine> self(this);
-    assign(m_isLoadingAtRisk, true, &RevenueEngine::isLoadingAtRiskChanged);
-    co_await refreshAtRiskSubs(accounts, token);
-    if (self)
-        assign(m_isLoadingAtRisk, false, &RevenueEngine::isLoadingAtRiskChanged);
-}
-
-QCoro::Task<> RevenueEngine::listAtRisk(QPointer<RevenueEngine> engine, Account account, QString status,
-                                        CancellationToken token, AtRiskListings *listings)
-{
-    QList<AtRiskSub> found;
-    if (engine) {
-        const std::shared_ptr<const StripeSource> source = engine->m_sources.sourceFor(account);
-        auto reply = co_await source->fetchSubscriptionsByStatus(status, token);
-        // A failed listing adds nothing; the next run tries again.
-        if (engine && reply.ok()) {
-            const Date now = engine->now();
-            for (const ExpandedSubscription &sub : reply.value())
-                if (auto record = AtRiskRefresh::atRisk(sub, account, status, now))
-                    found.append(std::move(*record));
-        }
-    }
-    listings->collected.append(std::move(found));
-    ++listings->done;
-    if (engine && !token.isCancelled())
-        engine->assign(engine->m_atRiskRefreshDone, listings->done, &RevenueEngine::atRiskRefreshDoneChanged);
-}
-
-QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, CancellationToken token)
-{
-    QPointer<RevenueEngine> self(this);
-    assign(m_atRiskRefreshTotal, int(accounts.size() * AtRiskRefresh::statuses.size()),
-           &RevenueEngine::atRiskRefreshTotalChanged);
-    assign(m_atRiskRefreshDone, 0, &RevenueEngine::atRiskRefreshDoneChanged);
-    AtRiskListings listings;
-    std::vector<QCoro::Task<>> running;
-    for (const Account &account : std::as_const(accounts))
-        for (const QString &status : AtRiskRefresh::statuses)
-            running.push_back(listAtRisk(self, account, status, token, &listings));
-    for (const QCoro::Task<> &listing : running)
-        co_await listing;
-    if (!self || token.isCancelled())
-        co_return;
-    // An account removed or disabled while it was listed shows nothing.
-    const QList<Account> scanned = AtRiskRefresh::accountsToScan(m_accounts);
-    listings.collected.removeIf([&](const AtRiskSub &sub) {
-        return std::none_of(scanned.cbegin(), scanned.cend(), [&](const Account &a) { return a.id == sub.accountId; });
-    });
-    AtRiskRefresh::sortForDisplay(listings.collected);
-    QHash<QString, RetryOutcome> kept = AtRiskRefresh::keptRetryResults(m_retryResults, m_atRiskSubs, listings.collected);
-    assign(m_atRiskSubs, listings.collected, &RevenueEngine::atRiskSubsChanged);
-    assign(m_retryResults, std::move(kept), &RevenueEngine::retryResultsChanged);
-}
-
-double RevenueEngine::atRiskMonthlyTotalUSD() const
-{
-    return AtRiskRefresh::monthlyTotalUSD(m_atRiskSubs);
-}

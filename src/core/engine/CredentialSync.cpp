@@ -52,7 +52,7 @@ QCoro::Task<> RevenueEngine::loadCredentials()
     if (self && m_env.startLoops) {
         triggerRefresh();
         // The loop's first run found no keys: list the at-risk subscriptions now.
-        m_atRiskTask.start([this](CancellationToken token) { return runAtRiskRefresh(token); });
+        m_atRisk->refreshNow();
     }
 }
 

@@ -33,6 +33,16 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
     connect(this, &RevenueEngine::feedChanged, this, relabel);
 
+    m_atRisk = std::make_unique<AtRiskSubscriptions>(
+        AtRiskSubscriptions::Neighbours{[this] { return m_accounts; }, [this] { return m_credentialsReady; }},
+        m_sources, m_env.clock);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::subsChanged, this, &RevenueEngine::atRiskSubsChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::retryingInvoiceIdsChanged, this,
+            &RevenueEngine::retryingInvoiceIdsChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::retryResultsChanged, this, &RevenueEngine::retryResultsChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::refreshDoneChanged, this, &RevenueEngine::atRiskRefreshDoneChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::refreshTotalChanged, this, &RevenueEngine::atRiskRefreshTotalChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::isLoadingChanged, this, &RevenueEngine::isLoadingAtRiskChanged);
     m_iconCache = makeIconCache();
     loadFromDisk();
     m_menubarLabel = menubarLabel();
@@ -189,9 +199,9 @@ void RevenueEngine::upsertAccount(const Account &account)
         showFeed(); // the stored events are shown or hidden; nothing is loaded again
         updateAchievements();
         if (!account.enabled)
-            dropAtRiskOf(account.id);
-        else if (m_atRiskTask.isRunning())
-            m_atRiskTask.start([this](CancellationToken token) { return runAtRiskRefresh(token); });
+            m_atRisk->dropAccount(account.id);
+        else if (m_atRisk->isLooping())
+            m_atRisk->refreshNow();
     }
     // A new account's older history is fetched like everyone's at start.
     if (added && account.provider == AccountProvider::Stripe)
@@ -246,8 +256,7 @@ void RevenueEngine::startAutoRefresh()
 {
     m_refreshTask.cancel();
     m_refreshTask.start([this](CancellationToken token) { return autoRefreshLoop(token); });
-    m_atRiskTask.cancel();
-    m_atRiskTask.start([this](CancellationToken token) { return atRiskLoop(token); });
+    m_atRisk->startLoop();
 }
 
 QCoro::Task<> RevenueEngine::autoRefreshLoop(CancellationToken token)
@@ -261,19 +270,6 @@ QCoro::Task<> RevenueEngine::autoRefreshLoop(CancellationToken token)
             break;
         const qint64 interval = self ? self->m_preferences.refreshSeconds : 60;
         co_await clock->sleep(static_cast<double>(std::max<qint64>(interval, minimumRefreshSeconds)), token);
-    }
-}
-
-QCoro::Task<> RevenueEngine::atRiskLoop(CancellationToken token)
-{
-    QPointer<RevenueEngine> self(this);
-    const std::shared_ptr<Clock> clock = m_env.clock;
-    while (!token.isCancelled()) {
-        if (self)
-            co_await self->runAtRiskRefresh(token);
-        if (token.isCancelled())
-            break;
-        co_await clock->sleep(atRiskRefreshSeconds, token);
     }
 }
 

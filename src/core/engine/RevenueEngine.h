@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/AtRiskSubscriptions.h"
 #include "engine/EngineTypes.h"
 #include "engine/Notifier.h"
 #include "engine/NotifierBookkeeping.h"
@@ -101,11 +102,9 @@ public:
     static constexpr double incrementalOverlapSeconds = 300.0;
     static constexpr int feedRetentionDays = 95;
     static constexpr int historicalDeepLookbackDays = 90;
-    static constexpr int atRiskRefreshSeconds = 300;
-    static constexpr double retryMinInterval = 3.0;
-    // A paid row stays in place this long before the listing drops it: the next click must not
-    // land on the customer that moved up under the pointer.
-    static constexpr double paidShownSeconds = 3.0;
+    static constexpr int atRiskRefreshSeconds = AtRiskSubscriptions::refreshSeconds;
+    static constexpr double retryMinInterval = AtRiskSubscriptions::retryMinInterval;
+    static constexpr double paidShownSeconds = AtRiskSubscriptions::paidShownSeconds;
     static constexpr int minimumRefreshSeconds = 15;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
@@ -124,21 +123,21 @@ public:
     std::optional<Date> lastRefreshed() const { return m_lastRefreshed; }
     const QSet<QUuid> &missingEventScopeAccounts() const { return m_missingEventScopeAccounts; }
     std::optional<QUuid> selectedAccountFilter() const { return m_selectedAccountFilter; }
-    const QList<AtRiskSub> &atRiskSubs() const { return m_atRiskSubs; }
+    const QList<AtRiskSub> &atRiskSubs() const { return m_atRisk->subs(); }
     const AchievementsState &achievements() const { return m_achievements; }
-    const QSet<QString> &retryingInvoiceIds() const { return m_retryingInvoiceIds; }
-    const QHash<QString, RetryOutcome> &retryResults() const { return m_retryResults; }
+    const QSet<QString> &retryingInvoiceIds() const { return m_atRisk->retryingInvoiceIds(); }
+    const QHash<QString, RetryOutcome> &retryResults() const { return m_atRisk->retryResults(); }
     std::optional<double> lastRefreshDuration() const { return m_lastRefreshDuration; }
     const std::optional<QString> &refreshProgress() const { return m_refreshProgress; }
     std::optional<Date> refreshStartTime() const { return m_refreshStartTime; }
     int eventsRefreshDone() const { return m_eventsRefreshDone; }
     int eventsRefreshTotal() const { return m_eventsRefreshTotal; }
     const QSet<RevenueKind> &unavailableKinds() const { return m_unavailableKinds; }
-    int atRiskRefreshDone() const { return m_atRiskRefreshDone; }
-    int atRiskRefreshTotal() const { return m_atRiskRefreshTotal; }
-    bool isLoadingAtRisk() const { return m_isLoadingAtRisk; }
-    // What the at-risk subscriptions bring in a month, in US dollars.
-    double atRiskMonthlyTotalUSD() const;
+    int atRiskRefreshDone() const { return m_atRisk->refreshDone(); }
+    int atRiskRefreshTotal() const { return m_atRisk->refreshTotal(); }
+    bool isLoadingAtRisk() const { return m_atRisk->isLoading(); }
+    double atRiskMonthlyTotalUSD() const { return m_atRisk->monthlyTotalUSD(); }
+    AtRiskSubscriptions &atRisk() const { return *m_atRisk; }
     bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
     // Data files that did not read completely at start, and where their copies were kept.
     const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
@@ -182,12 +181,13 @@ public:
     QCoro::Task<Result<StripeLoad, QString>> loadFromPayPal(Account account, Date since,
                                                                       CancellationToken token = {});
 
-    // Pays a subscription's latest invoice again; the outcome lands in retryResults. The
-    // engine owns the task: this is what views call.
-    void startRetry(const AtRiskSub &sub);
-    QCoro::Task<> retryAtRiskInvoice(AtRiskSub sub, CancellationToken token = {});
-    // One run of the at-risk loop: lists the failing subscriptions of every enabled Stripe account.
-    QCoro::Task<> runAtRiskRefresh(CancellationToken token = {});
+    // At-risk subscriptions (AtRiskSubscriptions owns them, their loop and their retries).
+    void startRetry(const AtRiskSub &sub) { m_atRisk->startRetry(sub); }
+    QCoro::Task<> retryAtRiskInvoice(AtRiskSub sub, CancellationToken token = {})
+    {
+        return m_atRisk->retryInvoice(std::move(sub), std::move(token));
+    }
+    QCoro::Task<> runAtRiskRefresh(CancellationToken token = {}) { return m_atRisk->runRefresh(std::move(token)); }
 
     // Ranges, totals and buckets in the user's calendar.
     Date startDate(TimeRange range) const;
@@ -283,8 +283,6 @@ private:
     void setFeed(QList<PaymentEvent> feed);
     // Derives the shown feed and the days from the stored feed and the enabled accounts.
     void showFeed();
-    // Drops what a removed account, or a disabled one, still shows outside the feed.
-    void dropAtRiskOf(const QUuid &accountId);
     void forgetAccount(const QUuid &accountId);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
@@ -295,15 +293,7 @@ private:
     QCoro::Task<> runHistoricalGapFill(QList<Account> accounts, GapFill::Window window, CancellationToken token);
     Date retentionHorizon() const;
     QCoro::Task<> refreshCycle(CancellationToken token);
-    struct AtRiskListings;
-    static QCoro::Task<> listAtRisk(QPointer<RevenueEngine> engine, Account account, QString status,
-                                    CancellationToken token, AtRiskListings *listings);
-    QCoro::Task<> refreshAtRiskSubs(QList<Account> accounts, CancellationToken token);
-    static QCoro::Task<> clearThrottleAfter(QPointer<RevenueEngine> engine, std::shared_ptr<Clock> clock,
-                                            QString subscriptionId, int seconds, CancellationToken token);
-    void setRetryResult(const QString &subscriptionId, const RetryOutcome &outcome);
     QCoro::Task<> autoRefreshLoop(CancellationToken token);
-    QCoro::Task<> atRiskLoop(CancellationToken token);
     QString accountName(const QUuid &id) const;
     void markMissingEventScope(const QUuid &accountId);
     void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
@@ -327,19 +317,13 @@ private:
     std::optional<Date> m_lastRefreshed;
     QSet<QUuid> m_missingEventScopeAccounts;
     std::optional<QUuid> m_selectedAccountFilter;
-    QList<AtRiskSub> m_atRiskSubs;
     AchievementsState m_achievements;
-    QSet<QString> m_retryingInvoiceIds;
-    QHash<QString, RetryOutcome> m_retryResults;
     std::optional<double> m_lastRefreshDuration;
     std::optional<QString> m_refreshProgress;
     std::optional<Date> m_refreshStartTime;
     int m_eventsRefreshDone = 0;
     int m_eventsRefreshTotal = 0;
     QSet<RevenueKind> m_unavailableKinds;
-    int m_atRiskRefreshDone = 0;
-    int m_atRiskRefreshTotal = 0;
-    bool m_isLoadingAtRisk = false;
     bool m_isLoadingHistoricalGap = false;
     QList<FileDamage> m_damagedFiles;
     SaveFailures m_saveFailures;
@@ -358,11 +342,8 @@ private:
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
     TaskGroup m_refreshTask;        // the auto-refresh loop
-    TaskGroup m_atRiskTask;         // the at-risk loop
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
     TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
-    TaskGroup m_retryTasks;         // invoice retries and the timers that lift a throttle
-    std::optional<double> m_lastRetryAttemptAt; // monotonic seconds
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;
@@ -370,6 +351,7 @@ private:
     QString m_menubarLabel;
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
+    std::unique_ptr<AtRiskSubscriptions> m_atRisk;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

@@ -51,23 +51,9 @@ void RevenueEngine::showFeed()
     Q_EMIT feedChanged();
 }
 
-void RevenueEngine::dropAtRiskOf(const QUuid &accountId)
-{
-    QList<AtRiskSub> kept = m_atRiskSubs;
-    kept.removeIf([&](const AtRiskSub &sub) { return sub.accountId == accountId; });
-    assign(m_atRiskSubs, kept, &RevenueEngine::atRiskSubsChanged);
-    // Results are kept by subscription only: those of rows no longer listed go too, the
-    // account's own among them.
-    QSet<QString> listed;
-    for (const AtRiskSub &sub : std::as_const(kept))
-        listed.insert(sub.id);
-    if (m_retryResults.removeIf([&](auto it) { return !listed.contains(it.key()); }) > 0)
-        Q_EMIT retryResultsChanged();
-}
-
 void RevenueEngine::forgetAccount(const QUuid &accountId)
 {
-    dropAtRiskOf(accountId);
+    m_atRisk->dropAccount(accountId);
     setFeed(m_feed);
     // A failed write leaves the events on disk; the next refresh writes the feed without them.
     noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));

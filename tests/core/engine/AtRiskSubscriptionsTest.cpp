@@ -2,6 +2,8 @@
 // against a loopback Stripe, and retrying their invoices with the spacing in virtual time.
 #include "EngineFixture.h"
 #include "engine/AtRiskRefresh.h"
+#include "engine/AtRiskSubscriptions.h"
+#include "engine/StripeSources.h"
 #include "engine/InvoiceRetry.h"
 #include "model/CurrencyConverter.h"
 
@@ -106,12 +108,17 @@ TEST(InvoiceRetry, ThrottleWaitsTheRestRoundedUp)
               u"card-testing detection.)"_s);
 }
 
-class AtRiskEngine : public EngineFixture
+// The at-risk subscriptions alone: their accounts are the fixture's list, their Stripe a
+// loopback server.
+class AtRiskSubscriptionsTest : public EngineFixture
 {
 protected:
     Account main = stripeAccount(u"Main"_s, u"rk_main"_s), second = stripeAccount(u"Second"_s, u"rk_second"_s);
     QHash<QString, QJsonArray> byStatus;
     QByteArray failingKey; // this account's "unpaid" listing answers 500
+    QList<Account> accounts;
+    StripeSources sources{stripe.baseUrl(), clock, std::nullopt, ListingSlices::maxSlices};
+    std::unique_ptr<AtRiskSubscriptions> atRisk;
 
     void SetUp() override
     {
@@ -125,51 +132,54 @@ protected:
         byStatus.insert(u"unpaid"_s, {listed(u"sub_u"_s, 9900, u"in_u"_s)});
     }
 
-    RevenueEngine &startWith(const QList<Account> &accounts)
+    AtRiskSubscriptions &startWith(const QList<Account> &with)
     {
-        EXPECT_TRUE(storage().saveAccounts(accounts));
-        return start();
+        accounts = with;
+        atRisk = std::make_unique<AtRiskSubscriptions>(AtRiskSubscriptions::Neighbours{[this] { return accounts; }},
+                                                       sources, clock);
+        return *atRisk;
     }
 };
 
-TEST_F(AtRiskEngine, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
+TEST_F(AtRiskSubscriptionsTest, ListsEveryAccountAndStatusAtOnceAndSkipsAFailingListing)
 {
     failingKey = stripeAuth(second);
-    RevenueEngine &e = startWith({main, second});
+    AtRiskSubscriptions &e = startWith({main, second});
     QList<int> progress;
     QList<bool> loading;
-    QObject::connect(&e, &RevenueEngine::atRiskRefreshDoneChanged, [&] { progress.append(e.atRiskRefreshDone()); });
-    QObject::connect(&e, &RevenueEngine::isLoadingAtRiskChanged, [&] { loading.append(e.isLoadingAtRisk()); });
-    QCoro::waitFor(e.runAtRiskRefresh());
-    EXPECT_EQ(e.atRiskRefreshTotal(), 6);
+    QObject::connect(&e, &AtRiskSubscriptions::refreshDoneChanged, [&] { progress.append(e.refreshDone()); });
+    QObject::connect(&e, &AtRiskSubscriptions::isLoadingChanged, [&] { loading.append(e.isLoading()); });
+    QCoro::waitFor(e.runRefresh());
+    EXPECT_EQ(e.refreshTotal(), 6);
     EXPECT_EQ(progress, (QList<int>{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(loading, (QList<bool>{true, false}));
     EXPECT_EQ(stripe.requestsTo("/v1/subscriptions").size(), 6);
     // Past due first, larger first; the second account's unpaid listing failed. Equal entries
     // keep the order their listings finished in, which the network decides.
     QList<double> amounts;
-    for (const AtRiskSub &s : e.atRiskSubs())
+    for (const AtRiskSub &s : e.subs())
         amounts.append(s.monthlyUSD);
     EXPECT_EQ(amounts, (QList<double>{50, 50, 30, 30, 99})) << "six seats at $5 are $30";
-    QStringList found = ids(e.atRiskSubs());
+    QStringList found = ids(e.subs());
     found.sort();
     EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s, u"Second/sub_q"_s}));
-    EXPECT_DOUBLE_EQ(e.atRiskMonthlyTotalUSD(), 2 * 80 + 99);
-    EXPECT_EQ(e.atRiskSubs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
+    EXPECT_DOUBLE_EQ(e.monthlyTotalUSD(), 2 * 80 + 99);
+    EXPECT_EQ(e.subs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
 
     // Disabled accounts take their rows along, and with none enabled a run asks nothing.
     main.enabled = second.enabled = false;
-    e.upsertAccount(main);
-    e.upsertAccount(second);
+    accounts = {main, second};
+    e.dropAccount(main.id);
+    e.dropAccount(second.id);
     stripe.clearRecords();
     loading.clear();
-    QCoro::waitFor(e.runAtRiskRefresh());
+    QCoro::waitFor(e.runRefresh());
     EXPECT_TRUE(stripe.requests().isEmpty());
     EXPECT_TRUE(loading.isEmpty());
-    EXPECT_TRUE(e.atRiskSubs().isEmpty());
+    EXPECT_TRUE(e.subs().isEmpty());
 }
 
-TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
+TEST_F(AtRiskSubscriptionsTest, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
 {
     QList<QByteArray> paidPaths;
     stripe.setFallback([&](const RecordedRequest &r) {
@@ -179,44 +189,44 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
                                                                u"Your card has expired."_s, u"expired_card"_s));
         return FakeResponse::json(200, R"({"id":"in_p","object":"invoice","status":"paid"})");
     });
-    RevenueEngine &e = startWith({main});
-    QCoro::waitFor(e.runAtRiskRefresh());
-    ASSERT_EQ(e.atRiskSubs().size(), 3);
-    const AtRiskSub q = e.atRiskSubs()[0], p = e.atRiskSubs()[1], u = e.atRiskSubs()[2];
+    AtRiskSubscriptions &e = startWith({main});
+    QCoro::waitFor(e.runRefresh());
+    ASSERT_EQ(e.subs().size(), 3);
+    const AtRiskSub q = e.subs()[0], p = e.subs()[1], u = e.subs()[2];
 
     // A paid one stays listed, shown paid, for a moment; then the follow-up listing drops it.
     byStatus[u"past_due"_s].removeAt(0);
     int listingSteps = 0;
-    QObject::connect(&e, &RevenueEngine::atRiskRefreshDoneChanged, [&] { ++listingSteps; });
-    auto retry = e.retryAtRiskInvoice(p);
+    QObject::connect(&e, &AtRiskSubscriptions::refreshDoneChanged, [&] { ++listingSteps; });
+    auto retry = e.retryInvoice(p);
     ASSERT_TRUE(waitUntil([&] { return e.retryResults().contains(p.id); }));
     EXPECT_EQ(e.retryResults().value(p.id), (RetryOutcome{true, {}, false}));
     EXPECT_TRUE(e.retryingInvoiceIds().isEmpty());
 
     // One second later any other retry waits 2 s more, and the refusal clears itself.
     clock->advance(1.0);
-    QCoro::waitFor(e.retryAtRiskInvoice(u));
+    QCoro::waitFor(e.retryInvoice(u));
     EXPECT_TRUE(e.retryResults().value(u.id).throttled);
     EXPECT_EQ(e.retryResults().value(u.id).secondsToWait, 2);
     EXPECT_TRUE(e.retryResults().value(u.id).errorDescription.startsWith(u"Wait 2s before next retry."_s));
     clock->advance(1.5);
     EXPECT_TRUE(e.retryResults().contains(u.id));
     EXPECT_EQ(listingSteps, 0) << "no listing while the paid row shows";
-    static_assert(RevenueEngine::paidShownSeconds == 3.0); // the paid row leaves with the refusal
+    static_assert(AtRiskSubscriptions::paidShownSeconds == 3.0); // the paid row leaves with the refusal
     clock->advance(0.5);
     EXPECT_FALSE(e.retryResults().contains(u.id));
     QCoro::waitFor(std::move(retry));
-    EXPECT_EQ(ids(e.atRiskSubs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
+    EXPECT_EQ(ids(e.subs()), (QStringList{u"Main/sub_q"_s, u"Main/sub_u"_s}));
     EXPECT_FALSE(e.retryResults().contains(p.id)) << "a paid outcome leaves with its row";
 
     // Without an invoice: the missing-key error, and the spacing does not count it.
     AtRiskSub noInvoice = u;
     noInvoice.latestInvoiceId.reset();
-    QCoro::waitFor(e.retryAtRiskInvoice(noInvoice));
+    QCoro::waitFor(e.retryInvoice(noInvoice));
     EXPECT_EQ(e.retryResults().value(u.id).errorDescription, u"No Stripe API key configured"_s);
 
     // At exactly 3 s after the last attempt a retry goes ahead; a decline is kept as sent.
-    QCoro::waitFor(e.retryAtRiskInvoice(q));
+    QCoro::waitFor(e.retryInvoice(q));
     const RetryOutcome declined = e.retryResults().value(q.id);
     EXPECT_FALSE(declined.succeeded);
     EXPECT_TRUE(declined.errorDescription.startsWith(u"Stripe HTTP 402: {"_s));
@@ -225,9 +235,9 @@ TEST_F(AtRiskEngine, RetriesAreSpacedAndTheirOutcomesKeptPerSubscription)
 
     // A new invoice starts a subscription afresh, and so does leaving the list; the rest stay.
     byStatus[u"past_due"_s] = {listed(u"sub_q"_s, 5000, u"in_q2"_s)};
-    QCoro::waitFor(e.runAtRiskRefresh());
+    QCoro::waitFor(e.runRefresh());
     EXPECT_EQ(e.retryResults().keys(), QList<QString>{u.id});
     byStatus.remove(u"unpaid"_s);
-    QCoro::waitFor(e.runAtRiskRefresh());
+    QCoro::waitFor(e.runRefresh());
     EXPECT_TRUE(e.retryResults().isEmpty());
 }
