@@ -33,6 +33,11 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
     connect(this, &RevenueEngine::feedChanged, this, relabel);
 
+    m_records = std::make_unique<Records>(
+        Records::Neighbours{[this] { return m_accounts; }, [this] { return m_shownFeed; },
+                            [this](const Storage::Saved &saved) { noteSave(SaveFailures::File::Achievements, saved); }},
+        m_env.storage, m_env.calendar, m_env.clock);
+    connect(m_records.get(), &Records::changed, this, &RevenueEngine::achievementsChanged);
     m_atRisk = std::make_unique<AtRiskSubscriptions>(
         AtRiskSubscriptions::Neighbours{[this] { return m_accounts; }, [this] { return m_credentialsReady; }},
         m_sources, m_env.clock);
@@ -76,7 +81,7 @@ void RevenueEngine::loadFromDisk()
         m_preferences = *preferences;
     m_syncState = storage.loadSyncState(&damaged);
     if (auto achievements = storage.loadAchievements(&damaged))
-        m_achievements = *achievements;
+        m_records->restore(*achievements);
     takeDamage(damaged);
 
     loadStoredFeed();
@@ -114,7 +119,7 @@ void RevenueEngine::retryFailedSaves()
     if (m_saveFailures.isPending(File::Preferences))
         noteSave(File::Preferences, m_env.storage.savePreferences(m_preferences));
     if (m_saveFailures.isPending(File::Achievements))
-        noteSave(File::Achievements, m_env.storage.saveAchievements(m_achievements));
+        m_records->write();
     if (m_saveFailures.isPending(File::Feed))
         noteSave(File::Feed, m_env.storage.saveFeed(m_feed));
     if (m_saveFailures.isPending(File::SyncState))

@@ -3,6 +3,7 @@
 #include "engine/AtRiskSubscriptions.h"
 #include "engine/EngineTypes.h"
 #include "engine/Notifier.h"
+#include "engine/Records.h"
 #include "engine/NotifierBookkeeping.h"
 #include "engine/SaveFailures.h"
 #include "engine/StripeSources.h"
@@ -124,7 +125,7 @@ public:
     const QSet<QUuid> &missingEventScopeAccounts() const { return m_missingEventScopeAccounts; }
     std::optional<QUuid> selectedAccountFilter() const { return m_selectedAccountFilter; }
     const QList<AtRiskSub> &atRiskSubs() const { return m_atRisk->subs(); }
-    const AchievementsState &achievements() const { return m_achievements; }
+    const AchievementsState &achievements() const { return m_records->state(); }
     const QSet<QString> &retryingInvoiceIds() const { return m_atRisk->retryingInvoiceIds(); }
     const QHash<QString, RetryOutcome> &retryResults() const { return m_atRisk->retryResults(); }
     std::optional<double> lastRefreshDuration() const { return m_lastRefreshDuration; }
@@ -204,11 +205,9 @@ public:
     double thisMonthRevenueUSD() const;
     void rebuildBucketsFromFeed();
 
-    // Best records and milestones from the feed; written to "achievements.json" every time.
-    void updateAchievements();
-    // Publishes and saves records the user raised by hand; updateAchievements() then
-    // unlocks what they reach.
-    void saveAchievements(const AchievementsState &state);
+    // Best records and milestones (Records owns them).
+    void updateAchievements() { m_records->update(); }
+    void saveAchievements(const AchievementsState &state) { m_records->save(state); }
 
     // Merges by id (a new event replaces a stored one), drops events before `horizon` and
     // those `superseded`, and sorts newest first.
@@ -317,7 +316,6 @@ private:
     std::optional<Date> m_lastRefreshed;
     QSet<QUuid> m_missingEventScopeAccounts;
     std::optional<QUuid> m_selectedAccountFilter;
-    AchievementsState m_achievements;
     std::optional<double> m_lastRefreshDuration;
     std::optional<QString> m_refreshProgress;
     std::optional<Date> m_refreshStartTime;
@@ -351,6 +349,7 @@ private:
     QString m_menubarLabel;
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
+    std::unique_ptr<Records> m_records;
     std::unique_ptr<AtRiskSubscriptions> m_atRisk;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;

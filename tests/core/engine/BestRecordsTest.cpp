@@ -93,15 +93,3 @@ TEST(BestRecords, RecordsOnlyGoUpAndMilestonesUnlockInOrder)
     EXPECT_EQ(BestRecords::nextThreshold(AchievementPeriod::Week, 500), 1000);
     EXPECT_EQ(BestRecords::nextThreshold(AchievementPeriod::Month, 5'000'000), std::nullopt);
 }
-
-TEST_F(EngineFixture, UpdatingAchievementsWritesTheFileWithIsoDates)
-{
-    clock->set(local(2026, 3, 3, 15));
-    RevenueEngine &e = start();
-    e.saveAchievements({.bestMonthUSD = 20000, .bestMonthStartDate = local(2025, 11, 1, 0)});
-    EXPECT_EQ(e.achievements().bestMonthUSD, 20000);
-    EXPECT_EQ(e.achievements().achievements.size(), 3); // month_1000, month_5000, month_10000
-    const QByteArray file = readFile(storage().pathOf(Storage::achievementsFile));
-    EXPECT_TRUE(file.contains("\"bestMonthStartDate\":\"2025-10-31T23:00:00Z\"")) << file.constData();
-    EXPECT_EQ(storage().loadAchievements(), e.achievements());
-}
