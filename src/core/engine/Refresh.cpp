@@ -155,8 +155,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     }
     notifyForNewEvents(newEvents);
     updateAchievements();
-    if (!m_historicalGapFilled)
-        fillHistoricalGap();
+    if (m_historicalFill->isDue())
+        m_historicalFill->start();
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
     assign(m_lastError, errorLines.isEmpty() ? std::optional<QString>() : std::optional<QString>(errorLines.join(u" · "_s)),
            &RevenueEngine::lastErrorChanged);

@@ -48,6 +48,16 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(m_atRisk.get(), &AtRiskSubscriptions::refreshDoneChanged, this, &RevenueEngine::atRiskRefreshDoneChanged);
     connect(m_atRisk.get(), &AtRiskSubscriptions::refreshTotalChanged, this, &RevenueEngine::atRiskRefreshTotalChanged);
     connect(m_atRisk.get(), &AtRiskSubscriptions::isLoadingChanged, this, &RevenueEngine::isLoadingAtRiskChanged);
+    m_historicalFill = std::make_unique<HistoricalFill>(
+        HistoricalFill::Neighbours{
+            [this] { return m_accounts; },
+            [this](const Account &account, const QString &listing, const StripeError &error) {
+                reportListingFailure(account, listing, error);
+            },
+            [this](const QUuid &accountId) { markMissingEventScope(accountId); },
+            [this](const QList<GapFill::HistoricalEvent> &historical) { adoptHistorical(historical); }},
+        m_sources, m_env.calendar, m_env.clock);
+    connect(m_historicalFill.get(), &HistoricalFill::isLoadingChanged, this, &RevenueEngine::isLoadingHistoricalGapChanged);
     m_iconCache = makeIconCache();
     loadFromDisk();
     m_menubarLabel = menubarLabel();
@@ -210,7 +220,7 @@ void RevenueEngine::upsertAccount(const Account &account)
     }
     // A new account's older history is fetched like everyone's at start.
     if (added && account.provider == AccountProvider::Stripe)
-        m_historicalGapFilled = false;
+        m_historicalFill->markDue();
 }
 
 void RevenueEngine::removeAccount(const Account &account)
@@ -223,6 +233,16 @@ void RevenueEngine::removeAccount(const Account &account)
         Q_EMIT accountsChanged();
         forgetAccount(account.id);
     }
+}
+
+void RevenueEngine::adoptHistorical(const QList<GapFill::HistoricalEvent> &historical)
+{
+    // Old revenue is never announced, also when a later refresh sees it again.
+    for (const GapFill::HistoricalEvent &h : historical)
+        m_notifications.markSeen(h.event.id);
+    setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
+    updateAchievements();
 }
 
 QString RevenueEngine::accountName(const QUuid &id) const

@@ -2,6 +2,7 @@
 
 #include "engine/AtRiskSubscriptions.h"
 #include "engine/EngineTypes.h"
+#include "engine/HistoricalFill.h"
 #include "engine/Notifier.h"
 #include "engine/Records.h"
 #include "engine/NotifierBookkeeping.h"
@@ -35,9 +36,6 @@ class IconCache;
 class StripeSource;
 struct RawCharge;
 struct SubscriptionCancellation;
-namespace GapFill {
-struct Window;
-}
 class StripeError;
 
 // Everything the engine needs from the outside world. Tests pass a temporary data folder,
@@ -102,7 +100,7 @@ public:
     static constexpr int bootstrapLookbackDays = 30;
     static constexpr double incrementalOverlapSeconds = 300.0;
     static constexpr int feedRetentionDays = 95;
-    static constexpr int historicalDeepLookbackDays = 90;
+    static constexpr int historicalDeepLookbackDays = HistoricalFill::deepLookbackDays;
     static constexpr int atRiskRefreshSeconds = AtRiskSubscriptions::refreshSeconds;
     static constexpr double retryMinInterval = AtRiskSubscriptions::retryMinInterval;
     static constexpr double paidShownSeconds = AtRiskSubscriptions::paidShownSeconds;
@@ -139,7 +137,7 @@ public:
     bool isLoadingAtRisk() const { return m_atRisk->isLoading(); }
     double atRiskMonthlyTotalUSD() const { return m_atRisk->monthlyTotalUSD(); }
     AtRiskSubscriptions &atRisk() const { return *m_atRisk; }
-    bool isLoadingHistoricalGap() const { return m_isLoadingHistoricalGap; }
+    bool isLoadingHistoricalGap() const { return m_historicalFill->isLoading(); }
     // Data files that did not read completely at start, and where their copies were kept.
     const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
     // Per account, the records its last successful load left out because they did not decode.
@@ -288,8 +286,8 @@ private:
                                       CancellationToken token, CycleLoads *loads);
     void closeCycle(Date start, quint64 generation);
     void notifyForNewEvents(const QList<PaymentEvent> &events);
-    void fillHistoricalGap();
-    QCoro::Task<> runHistoricalGapFill(QList<Account> accounts, GapFill::Window window, CancellationToken token);
+    // Takes what the historical fill found into the feed.
+    void adoptHistorical(const QList<GapFill::HistoricalEvent> &historical);
     Date retentionHorizon() const;
     QCoro::Task<> refreshCycle(CancellationToken token);
     QCoro::Task<> autoRefreshLoop(CancellationToken token);
@@ -322,7 +320,6 @@ private:
     int m_eventsRefreshDone = 0;
     int m_eventsRefreshTotal = 0;
     QSet<RevenueKind> m_unavailableKinds;
-    bool m_isLoadingHistoricalGap = false;
     QList<FileDamage> m_damagedFiles;
     SaveFailures m_saveFailures;
     QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
@@ -335,13 +332,12 @@ private:
     QStringList m_credentialRemovals;             // keyring entries of removed accounts
 
     bool m_feedPending = false; // the stored feed is still being read
-    bool m_historicalGapFilled = false;
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
     TaskGroup m_refreshTask;        // the auto-refresh loop
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
-    TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the gap fill
+    TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the stored feed's read
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;
@@ -351,6 +347,7 @@ private:
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
     std::unique_ptr<Records> m_records;
     std::unique_ptr<AtRiskSubscriptions> m_atRisk;
+    std::unique_ptr<HistoricalFill> m_historicalFill;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };
