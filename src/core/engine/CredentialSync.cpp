@@ -1,6 +1,6 @@
 // Credentials in the desktop keyring: read at start, moved there from the accounts file,
 // written there before the file loses them.
-#include "RevenueEngine.h"
+#include "CredentialSync.h"
 
 #include "engine/Credentials.h"
 
@@ -8,10 +8,32 @@
 
 using namespace Qt::StringLiterals;
 
-QCoro::Task<> RevenueEngine::loadCredentials()
+CredentialSync::CredentialSync(Neighbours neighbours, std::shared_ptr<SecretStore> store, QObject *parent)
+    : QObject(parent)
+    , m_neighbours(std::move(neighbours))
+    , m_store(std::move(store))
+    , m_ready(!m_store)
 {
-    QPointer<RevenueEngine> self(this);
-    const std::shared_ptr<SecretStore> store = m_env.secrets;
+}
+
+void CredentialSync::save()
+{
+    if (m_keyringUsable && m_ready)
+        persistAccounts();
+    else
+        m_neighbours.writeFile(m_neighbours.accounts());
+}
+
+void CredentialSync::forget(const Account &account)
+{
+    if (m_storedCredentials.remove(account.id))
+        m_credentialRemovals.append(Credentials::keyOf(account));
+}
+
+QCoro::Task<> CredentialSync::load()
+{
+    QPointer<CredentialSync> self(this);
+    const std::shared_ptr<SecretStore> store = m_store;
     // A look-up of an entry that never exists tells whether a keyring answers at all.
     const auto probe = co_await store->read(u"probe"_s);
     if (!self)
@@ -19,7 +41,7 @@ QCoro::Task<> RevenueEngine::loadCredentials()
     bool usable = probe.status != SecretStore::Status::Unavailable;
     bool filled = false;
     bool plainInFile = false;
-    const QList<Account> accounts = m_accounts;
+    const QList<Account> accounts = m_neighbours.accounts();
     for (const Account &account : accounts) {
         if (!usable)
             break;
@@ -34,40 +56,33 @@ QCoro::Task<> RevenueEngine::loadCredentials()
             usable = false;
             break;
         }
-        auto it = std::find_if(m_accounts.begin(), m_accounts.end(), [&](const Account &a) { return a.id == account.id; });
         // An account edited meanwhile keeps what the user typed.
-        if (entry.status == SecretStore::Status::Ok && it != m_accounts.end() && !Credentials::hasAny(*it)
-            && Credentials::decodeInto(entry.value, *it)) {
+        if (entry.status == SecretStore::Status::Ok && m_neighbours.fill(account.id, entry.value)) {
             m_storedCredentials.insert(account.id, entry.value);
             filled = true;
         }
     }
     m_keyringUsable = usable;
-    m_credentialsReady = true;
+    m_ready = true;
     if (filled)
-        Q_EMIT accountsChanged();
-    Q_EMIT credentialsReadyChanged();
+        Q_EMIT accountsFilled();
+    Q_EMIT readyChanged();
     if (usable && plainInFile)
         co_await persistAccounts();
-    if (self && m_env.startLoops) {
-        triggerRefresh();
-        // The loop's first run found no keys: list the at-risk subscriptions now.
-        m_atRisk->refreshNow();
-    }
 }
 
-QCoro::Task<> RevenueEngine::persistAccounts()
+QCoro::Task<> CredentialSync::persistAccounts()
 {
     if (m_persisting) {
         m_persistAgain = true; // the running pass writes again with the newest accounts
         co_return;
     }
     m_persisting = true;
-    QPointer<RevenueEngine> self(this);
-    const std::shared_ptr<SecretStore> store = m_env.secrets;
+    QPointer<CredentialSync> self(this);
+    const std::shared_ptr<SecretStore> store = m_store;
     do {
         m_persistAgain = false;
-        const QList<Account> accounts = m_accounts;
+        const QList<Account> accounts = m_neighbours.accounts();
         const QStringList removals = std::exchange(m_credentialRemovals, {});
         // Keyring first: the file loses a key only once the keyring holds it.
         bool allStored = true;
@@ -90,7 +105,7 @@ QCoro::Task<> RevenueEngine::persistAccounts()
             std::transform(file.begin(), file.end(), file.begin(), Credentials::stripped);
         else
             m_keyringUsable = false; // the private file keeps every key from now on
-        writeAccountsFile(file);
+        m_neighbours.writeFile(file);
         for (const QString &key : removals) {
             co_await store->remove(key);
             if (!self)

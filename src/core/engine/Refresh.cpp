@@ -39,7 +39,7 @@ QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Accoun
 QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 {
     // Until the keyring has answered, accounts have no keys: the first cycle runs when it has.
-    if (m_isLoading || !m_credentialsReady || m_feedPending)
+    if (m_isLoading || !m_credentials->isReady() || m_feedPending)
         co_return;
     retryFailedSaves();
 

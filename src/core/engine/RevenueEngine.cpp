@@ -33,13 +33,25 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
     connect(this, &RevenueEngine::feedChanged, this, relabel);
 
+    m_credentials = std::make_unique<CredentialSync>(
+        CredentialSync::Neighbours{
+            [this] { return m_accounts; },
+            [this](const QUuid &accountId, const QByteArray &entry) {
+                auto it = std::find_if(m_accounts.begin(), m_accounts.end(),
+                                       [&](const Account &a) { return a.id == accountId; });
+                return it != m_accounts.end() && !Credentials::hasAny(*it) && Credentials::decodeInto(entry, *it);
+            },
+            [this](const QList<Account> &fileForm) { writeAccountsFile(fileForm); }},
+        m_env.secrets);
+    connect(m_credentials.get(), &CredentialSync::accountsFilled, this, &RevenueEngine::accountsChanged);
+    connect(m_credentials.get(), &CredentialSync::readyChanged, this, &RevenueEngine::credentialsReadyChanged);
     m_records = std::make_unique<Records>(
         Records::Neighbours{[this] { return m_accounts; }, [this] { return m_shownFeed; },
                             [this](const Storage::Saved &saved) { noteSave(SaveFailures::File::Achievements, saved); }},
         m_env.storage, m_env.calendar, m_env.clock);
     connect(m_records.get(), &Records::changed, this, &RevenueEngine::achievementsChanged);
     m_atRisk = std::make_unique<AtRiskSubscriptions>(
-        AtRiskSubscriptions::Neighbours{[this] { return m_accounts; }, [this] { return m_credentialsReady; }},
+        AtRiskSubscriptions::Neighbours{[this] { return m_accounts; }, [this] { return m_credentials->isReady(); }},
         m_sources, m_env.clock);
     connect(m_atRisk.get(), &AtRiskSubscriptions::subsChanged, this, &RevenueEngine::atRiskSubsChanged);
     connect(m_atRisk.get(), &AtRiskSubscriptions::retryingInvoiceIdsChanged, this,
@@ -63,10 +75,8 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     m_menubarLabel = menubarLabel();
     if (m_env.notifier)
         m_env.notifier->requestAuthorizationIfNeeded();
-    if (m_env.secrets) {
-        m_credentialsReady = false;
+    if (m_env.secrets)
         loadCredentials();
-    }
     if (m_env.startLoops && !m_feedPending)
         startAutoRefresh(); // else once the feed is in
 }
@@ -193,10 +203,7 @@ void RevenueEngine::setSelectedAccountFilter(std::optional<QUuid> accountId)
 
 void RevenueEngine::saveAccounts()
 {
-    if (m_keyringUsable && m_credentialsReady)
-        persistAccounts();
-    else
-        writeAccountsFile(m_accounts);
+    m_credentials->save();
 }
 
 void RevenueEngine::upsertAccount(const Account &account)
@@ -226,8 +233,8 @@ void RevenueEngine::upsertAccount(const Account &account)
 void RevenueEngine::removeAccount(const Account &account)
 {
     const auto removed = m_accounts.removeIf([&](const Account &a) { return a.id == account.id; });
-    if (removed > 0 && m_storedCredentials.remove(account.id))
-        m_credentialRemovals.append(Credentials::keyOf(account));
+    if (removed > 0)
+        m_credentials->forget(account);
     saveAccounts();
     if (removed > 0) {
         Q_EMIT accountsChanged();
@@ -243,6 +250,17 @@ void RevenueEngine::adoptHistorical(const QList<GapFill::HistoricalEvent> &histo
     setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
     noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
     updateAchievements();
+}
+
+QCoro::Task<> RevenueEngine::loadCredentials()
+{
+    QPointer<RevenueEngine> self(this);
+    co_await m_credentials->load();
+    if (self && m_env.startLoops) {
+        triggerRefresh();
+        // The loop's first run found no keys: list the at-risk subscriptions now.
+        m_atRisk->refreshNow();
+    }
 }
 
 QString RevenueEngine::accountName(const QUuid &id) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/AtRiskSubscriptions.h"
+#include "engine/CredentialSync.h"
 #include "engine/EngineTypes.h"
 #include "engine/HistoricalFill.h"
 #include "engine/Notifier.h"
@@ -146,9 +147,9 @@ public:
     // accounts the engine does not know, and must not be cleared for want of accounts.
     bool accountsDamaged() const;
     // False while the credentials are still being read from the keyring; refreshes wait.
-    bool credentialsReady() const { return m_credentialsReady; }
+    bool credentialsReady() const { return m_credentials->isReady(); }
     // Whether credentials go to the keyring (false: the accounts file keeps them).
-    bool usesKeyring() const { return m_keyringUsable; }
+    bool usesKeyring() const { return m_credentials->usesKeyring(); }
 
     // The running figure for the menu bar: new plus recurring of the selected range.
     QString menubarLabel() const;
@@ -275,7 +276,6 @@ private:
     // written over.
     void takeDamage(const QList<FileDamage> &damaged);
     QCoro::Task<> loadCredentials();
-    QCoro::Task<> persistAccounts();
     // Replaces the stored feed; events of accounts the engine no longer knows are left out.
     void setFeed(QList<PaymentEvent> feed);
     // Derives the shown feed and the days from the stored feed and the enabled accounts.
@@ -324,12 +324,6 @@ private:
     SaveFailures m_saveFailures;
     QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
     QHash<QUuid, qsizetype> m_skippedRecords;
-    bool m_credentialsReady = true;
-    bool m_keyringUsable = false;
-    bool m_persisting = false;
-    bool m_persistAgain = false;
-    QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
-    QStringList m_credentialRemovals;             // keyring entries of removed accounts
 
     bool m_feedPending = false; // the stored feed is still being read
     NotifierBookkeeping m_notifications;
@@ -345,6 +339,7 @@ private:
     QString m_menubarLabel;
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
+    std::unique_ptr<CredentialSync> m_credentials;
     std::unique_ptr<Records> m_records;
     std::unique_ptr<AtRiskSubscriptions> m_atRisk;
     std::unique_ptr<HistoricalFill> m_historicalFill;
