@@ -3,6 +3,7 @@
 #include "engine/Credentials.h"
 #include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
+#include "mrr/MrrTracker.h"
 #include "storage/AccountsMerge.h"
 
 #include <QPointer>
@@ -33,6 +34,8 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(this, &RevenueEngine::feedChanged, this, relabel);
 
     m_iconCache = makeIconCache();
+    m_mrr = std::make_unique<MrrTracker>(
+        MrrEnvironment{m_env.storage, m_env.clock, m_env.calendar, [this](const Account &a) { return stripeSource(a); }});
     loadFromDisk();
     m_menubarLabel = menubarLabel();
     if (m_env.notifier)

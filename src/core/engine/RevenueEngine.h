@@ -29,6 +29,7 @@
 #include <memory>
 
 class IconCache;
+class MrrTracker;
 class RequestBudget;
 class StripeSource;
 struct DemoRetryBook;
@@ -153,7 +154,11 @@ public:
     // Whether credentials go to the keyring (false: the accounts file keeps them).
     bool usesKeyring() const { return m_keyringUsable; }
 
-    // The running figure for the menu bar: new plus recurring of the selected range.
+    // Monthly recurring revenue, its history, movements and goal.
+    MrrTracker *mrr() const { return m_mrr.get(); }
+
+    // The running figure for the menu bar: new plus recurring of the selected range, or MRR
+    // when the preferences say so.
     QString menubarLabel() const;
 
     // Views write these directly; preferences are saved whole to "preferences.json".
@@ -377,6 +382,7 @@ private:
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
     // One request budget per Stripe key, shared by every request made with it.
     mutable QHash<QString, std::shared_ptr<RequestBudget>> m_stripeBudgets;
+    std::unique_ptr<MrrTracker> m_mrr;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };
