@@ -15,8 +15,10 @@ using namespace Qt::StringLiterals;
 struct MrrTracker::Inputs
 {
     QHash<QUuid, MrrListing> listings; // by Stripe account, as last listed
+    QSet<QUuid> attempted;             // accounts listed at least once, whatever came of it
     QList<PaymentEvent> paypalEvents;
     QList<MrrSnapshot> snapshots;
+    qsizetype accounts = 0; // enabled accounts measured: without any there is no day to record
 };
 
 MrrTracker::MrrTracker(MrrEnvironment environment, QObject *parent)
@@ -75,6 +77,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
         else
             paypalAccounts.insert(account.id);
     }
+    m_inputs->accounts = stripeAccounts.size() + paypalAccounts.size();
     paypalEvents.removeIf([&paypalAccounts](const PaymentEvent &e) { return !paypalAccounts.contains(e.accountId); });
     m_inputs->paypalEvents = std::move(paypalEvents);
     // Accounts gone or disabled take their subscriptions with them at once.
@@ -86,7 +89,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
     const double monotonic = m_env.clock->monotonicSeconds();
     bool missing = false;
     for (const Account &account : std::as_const(stripeAccounts))
-        missing = missing || !m_inputs->listings.contains(account.id);
+        missing = missing || !m_inputs->attempted.contains(account.id);
     const bool stale = !m_listedAt || monotonic - *m_listedAt >= minimumListingSeconds;
     if (m_listingRunning || (!force && !stale && !missing) || !m_env.stripeSource) {
         recompute();
@@ -99,6 +102,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
     const Date since = m_env.calendar.startOfMonth(m_env.clock->now()).addingSeconds(-366.0 * 86400.0);
     QStringList errors;
     for (const Account &account : std::as_const(stripeAccounts)) {
+        m_inputs->attempted.insert(account.id);
         auto source = m_env.stripeSource(account);
         auto listing = co_await MrrSource::load(source, account.id, since, token);
         if (!self || token.isCancelled()) {
@@ -167,7 +171,9 @@ void MrrTracker::recompute()
     const double before = m_inputs->snapshots.isEmpty() ? state.summary.mrrUsd : m_inputs->snapshots.last().mrrUsd;
     const MrrSnapshot today{m_env.calendar.startOfDay(now), state.summary.mrrUsd, state.summary.activeCustomers,
                             state.summary.approximate};
-    if (m_inputs->snapshots.isEmpty() || !(m_inputs->snapshots.last() == today)) {
+    const bool recorded = std::any_of(m_inputs->snapshots.cbegin(), m_inputs->snapshots.cend(),
+                                      [&today](const MrrSnapshot &s) { return s == today; });
+    if (m_inputs->accounts > 0 && !recorded) {
         QList<MrrSnapshot> snapshots = MrrSnapshots::record(m_inputs->snapshots, today);
         const Storage::Saved saved = m_env.storage.saveMrrSnapshots(snapshots);
         m_inputs->snapshots = std::move(snapshots);

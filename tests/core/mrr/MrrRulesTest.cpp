@@ -1,5 +1,6 @@
 #include "mrr/MrrGoal.h"
 #include "mrr/MrrMath.h"
+#include "mrr/PayPalMrr.h"
 #include "mrr/SubscriptionMrr.h"
 
 #include <gtest/gtest.h>
@@ -178,4 +179,30 @@ TEST(MrrGoal, EtaAtTheLastThreeMonthsPace)
     EXPECT_TRUE(MrrGoal::crossed(10000, 9999, 10000));
     EXPECT_FALSE(MrrGoal::crossed(10000, 10000, 12000));
     EXPECT_FALSE(MrrGoal::crossed(0, 0, 12000));
+}
+
+// PayPal: per payer, the recurring payments of the last 30 days make a month.
+TEST(PayPalMrr, ThirtyDaysOfPaymentsPerPayer)
+{
+    const QUuid account = QUuid::createUuid();
+    const auto payment = [&](const char *payer, double usd, double daysAgo, RevenueKind kind = RevenueKind::Recurring) {
+        PaymentEvent e;
+        e.id = QUuid::createUuid().toString();
+        e.accountId = account;
+        e.date = at.addingSeconds(-daysAgo * 86400);
+        e.usdAmount = usd;
+        e.kind = kind;
+        if (payer)
+            e.customerEmail = QString::fromLatin1(payer);
+        e.description = u"Pro plan"_s;
+        return e;
+    };
+    const QList<MrrSubscription> estimated = PayPalMrr::estimate(
+        {payment("a@example.com", 10, 1), payment("a@example.com", 15, 29), payment("b@example.com", 54, 3),
+         payment("c@example.com", 40, 31), payment("b@example.com", 54, 2, RevenueKind::Refund), payment(nullptr, 7, 4)},
+        at);
+    const MrrMath::CustomerMrr mrr = MrrMath::customerMrr(estimated, at, false);
+    EXPECT_EQ(mrr, (MrrMath::CustomerMrr{{MrrMath::customerKey(account, u"a@example.com"_s), 25},
+                                         {MrrMath::customerKey(account, u"b@example.com"_s), 54},
+                                         {MrrMath::customerKey(account, u"Pro plan"_s), 7}}));
 }
