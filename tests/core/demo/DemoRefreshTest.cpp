@@ -1,5 +1,6 @@
 #include "core/engine/EngineFixture.h"
 #include "demo/DemoBusiness.h"
+#include "mrr/MrrTracker.h"
 
 #include <QCoroTask>
 
@@ -30,6 +31,13 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     // Its 31–90-day history comes from its charges as a real account's does: nearly every day has revenue.
     const QList<DailyBucket> days = engine->buckets(TimeRange::Last90Days);
     EXPECT_GE(std::count_if(days.cbegin(), days.cbegin() + 58, [](const DailyBucket &d) { return d.recurringMRR > 0; }), 50);
+    // The refresh lists its subscriptions too: the MRR pane has a year to show.
+    ASSERT_TRUE(waitUntil([&] { return !engine->mrr()->state().months.isEmpty(); }));
+    const MrrState &mrr = engine->mrr()->state();
+    EXPECT_EQ(mrr.months.size(), 12);
+    EXPECT_GT(mrr.summary.mrrUsd, 1000);
+    EXPECT_GT(mrr.months.first().movements.newMrr, 0);
+    EXPECT_FALSE(mrr.lastError);
 
     // A sale made while the app runs shows up in the next cycle. Whether a few minutes hold
     // one is up to the account's random seed, so the demo's own schedule says how far to go.
