@@ -39,6 +39,7 @@ MrrTracker::MrrTracker(MrrEnvironment environment, QObject *parent)
         m_state.summary.activeCustomers = last.activeCustomers;
         m_state.summary.arpaUsd = last.activeCustomers > 0 ? last.mrrUsd / last.activeCustomers : 0;
         m_state.summary.approximate = last.approximate;
+        m_state.months = MrrSnapshots::months(m_inputs->snapshots, m_env.clock->now(), m_env.calendar, historyMonths);
     }
 }
 
@@ -148,6 +149,23 @@ void MrrTracker::recompute()
         subscriptions.append(listing.subscriptions);
         for (auto it = listing.lines.cbegin(); it != listing.lines.cend(); ++it)
             lines[it.key()].append(it.value());
+    }
+    // With Stripe accounts of which none could be listed, what the snapshots saw is all
+    // there is: better than a year of zeros.
+    if (m_inputs->listings.isEmpty() && !m_inputs->attempted.isEmpty()) {
+        if (m_inputs->snapshots.isEmpty())
+            return;
+        const MrrSnapshot &last = m_inputs->snapshots.last();
+        state.months = MrrSnapshots::months(m_inputs->snapshots, now, m_env.calendar, historyMonths);
+        state.monthMovements.clear();
+        state.summary = MrrSummary{last.mrrUsd, 12.0 * last.mrrUsd, 0, last.activeCustomers,
+                                   last.activeCustomers > 0 ? last.mrrUsd / last.activeCustomers : 0, 0, 0, last.approximate};
+        state.goal = MrrGoal::eta(m_settings.goalUsd, state.summary.mrrUsd, state.months, m_settings.displayCurrency);
+        if (!(state == m_state)) {
+            m_state = std::move(state);
+            Q_EMIT stateChanged();
+        }
+        return;
     }
     const MrrHistory::Rebuilt rebuilt = MrrHistory::rebuild(subscriptions, lines, now, m_env.calendar,
                                                             m_settings.countTrials, historyMonths);
