@@ -13,6 +13,14 @@ void RevenueEngine::applyMrrSettings()
 
 void RevenueEngine::announceMrrGoal(double goalUsd)
 {
+    // A milestone of its own: the highest goal reached is kept with the records.
+    if (goalUsd > m_achievements.mrrGoalReachedUSD) {
+        AchievementsState state = m_achievements;
+        state.mrrGoalReachedUSD = goalUsd;
+        state.mrrGoalReachedDate = now();
+        assign(m_achievements, state, &RevenueEngine::achievementsChanged);
+        noteSave(SaveFailures::File::Achievements, m_env.storage.saveAchievements(m_achievements));
+    }
     if (!m_env.notifier)
         return;
     NotificationBatch batch;

@@ -48,6 +48,8 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     EXPECT_FALSE(mrr.lastError);
     EXPECT_EQ(mrr.goal.text, u"$1000 MRR reached"_s);
     EXPECT_EQ(notifier->summaries.count(u"MRR goal reached: $1000"_s), 1);
+    EXPECT_EQ(engine->achievements().mrrGoalReachedUSD, 1000);
+    EXPECT_EQ(storage().loadAchievements()->mrrGoalReachedDate, clock->now());
 
     // A sale made while the app runs shows up in the next cycle. Whether a few minutes hold
     // one is up to the account's random seed, so the demo's own schedule says how far to go.
