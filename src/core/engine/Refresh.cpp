@@ -1,6 +1,8 @@
 // The refresh cycle: load every enabled account at once, merge into the feed, persist.
 #include "RevenueEngine.h"
 
+#include "mrr/MrrTracker.h"
+
 using namespace Qt::StringLiterals;
 
 using LoadResult = Result<StripeLoad, QString>;
@@ -157,6 +159,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     updateAchievements();
     if (m_historicalFill->isDue())
         m_historicalFill->start();
+    m_mrr->startRefresh(m_accounts, m_shownFeed);
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
     assign(m_lastError, errorLines.isEmpty() ? std::optional<QString>() : std::optional<QString>(errorLines.join(u" · "_s)),
            &RevenueEngine::lastErrorChanged);

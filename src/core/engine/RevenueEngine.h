@@ -34,6 +34,7 @@
 #include <memory>
 
 class IconCache;
+class MrrTracker;
 class StripeSource;
 struct RawCharge;
 struct SubscriptionCancellation;
@@ -151,7 +152,11 @@ public:
     // Whether credentials go to the keyring (false: the accounts file keeps them).
     bool usesKeyring() const { return m_credentials->usesKeyring(); }
 
-    // The running figure for the menu bar: new plus recurring of the selected range.
+    // Monthly recurring revenue, its history, movements and goal.
+    MrrTracker *mrr() const { return m_mrr.get(); }
+
+    // The running figure for the menu bar: new plus recurring of the selected range, or MRR
+    // when the preferences say so.
     QString menubarLabel() const;
 
     // Views write these directly; preferences are saved whole to "preferences.json".
@@ -295,6 +300,8 @@ private:
     void markMissingEventScope(const QUuid &accountId);
     void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
     void startIconCaching(const Account &account);
+    void applyMrrSettings();
+    void announceMrrGoal(double goalUsd);
     QCoro::Task<> lookUpChurnCustomers(Account account, std::shared_ptr<const StripeSource> source,
                                        QList<SubscriptionCancellation> cancellations, CancellationToken token);
     std::optional<ExpandedSubscription::SubCustomer> churnCustomer(const QUuid &accountId,
@@ -343,6 +350,7 @@ private:
     std::unique_ptr<Records> m_records;
     std::unique_ptr<AtRiskSubscriptions> m_atRisk;
     std::unique_ptr<HistoricalFill> m_historicalFill;
+    std::unique_ptr<MrrTracker> m_mrr;
     // Declared last so it goes first: its tasks stop before the state they write back to.
     std::unique_ptr<IconCache> m_iconCache;
 };

@@ -1,5 +1,7 @@
 #include "Achievement.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 QString Achievement::id() const
@@ -40,6 +42,10 @@ AchievementsState AchievementsState::decode(JsonReader &r, DateForm form)
     s.bestWeekStartDate = r.optDate("bestWeekStartDate"_L1, form);
     s.bestMonthUSD = r.amount("bestMonthUSD"_L1);
     s.bestMonthStartDate = r.optDate("bestMonthStartDate"_L1, form);
+    // Absent from files written before MRR goals existed.
+    if (const auto goal = r.optNumber("mrrGoalReachedUSD"_L1); goal && std::isfinite(*goal) && *goal > 0)
+        s.mrrGoalReachedUSD = *goal;
+    s.mrrGoalReachedDate = r.optDate("mrrGoalReachedDate"_L1, form);
     return s;
 }
 
@@ -65,6 +71,10 @@ QJsonObject toJson(const AchievementsState &s, DateForm form)
         o.insert("bestWeekStartDate"_L1, encodeDate(*s.bestWeekStartDate, form));
     if (s.bestMonthStartDate)
         o.insert("bestMonthStartDate"_L1, encodeDate(*s.bestMonthStartDate, form));
+    if (s.mrrGoalReachedDate) {
+        o.insert("mrrGoalReachedUSD"_L1, s.mrrGoalReachedUSD);
+        o.insert("mrrGoalReachedDate"_L1, encodeDate(*s.mrrGoalReachedDate, form));
+    }
     return o;
 }
 

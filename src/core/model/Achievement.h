@@ -28,6 +28,9 @@ struct AchievementsState
     std::optional<Date> bestWeekStartDate;
     double bestMonthUSD = 0;
     std::optional<Date> bestMonthStartDate;
+    // The highest MRR goal the user reached, and when; 0 and none before the first.
+    double mrrGoalReachedUSD = 0;
+    std::optional<Date> mrrGoalReachedDate;
 
     // The milestones of each period in US dollars, ascending.
     static const QList<double> &thresholds(AchievementPeriod period);

@@ -2,6 +2,8 @@
 
 #include "model/CurrencyConverter.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 Preferences Preferences::defaults(Date now, const TimeContext &calendar)
@@ -36,6 +38,11 @@ Preferences Preferences::decode(JsonReader &r, DateForm form)
     p.customRangeStart = r.date("customRangeStart"_L1, form);
     p.customRangeEnd = r.date("customRangeEnd"_L1, form);
     p.privacyMode = r.boolean("privacyMode"_L1);
+    // Absent from files written before MRR existed.
+    p.mrrCountTrials = r.optBoolean("mrrCountTrials"_L1).value_or(false);
+    p.menubarShowsMrr = r.optBoolean("menubarShowsMrr"_L1).value_or(false);
+    const double goal = r.optNumber("mrrGoalUsd"_L1).value_or(0);
+    p.mrrGoalUsd = std::isfinite(goal) && goal > 0 ? goal : 0;
     return p;
 }
 
@@ -58,5 +65,8 @@ QJsonObject toJson(const Preferences &p, DateForm form)
         {"customRangeStart"_L1, encodeDate(p.customRangeStart, form)},
         {"customRangeEnd"_L1, encodeDate(p.customRangeEnd, form)},
         {"privacyMode"_L1, p.privacyMode},
+        {"mrrCountTrials"_L1, p.mrrCountTrials},
+        {"menubarShowsMrr"_L1, p.menubarShowsMrr},
+        {"mrrGoalUsd"_L1, p.mrrGoalUsd},
     };
 }

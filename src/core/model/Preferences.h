@@ -23,6 +23,11 @@ struct Preferences
     Date customRangeStart;
     Date customRangeEnd;
     bool privacyMode = false;
+    // Monthly recurring revenue: whether trialing subscriptions count, whether the menu bar
+    // shows MRR instead of the range's revenue, and the MRR goal in US dollars (0: none).
+    bool mrrCountTrials = false;
+    bool menubarShowsMrr = false;
+    double mrrGoalUsd = 0;
 
     // The defaults, with the custom range covering the two weeks up to `now`.
     static Preferences defaults(Date now, const TimeContext &calendar);

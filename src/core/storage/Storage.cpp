@@ -4,6 +4,7 @@
 #include "storage/AccountsMerge.h"
 #include "storage/DataFile.h"
 #include "storage/FilePermissions.h"
+#include "mrr/MrrSnapshots.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -373,4 +374,28 @@ Storage::Saved Storage::saveSyncState(const QHash<QUuid, Date> &state) const
     for (auto it = state.begin(); it != state.end(); ++it)
         object.insert(uuidText(it.key()), it.value().toIsoString());
     return writeAtomically(syncStateFile, QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+QList<MrrSnapshot> Storage::loadMrrSnapshots(QList<FileDamage> *damaged) const
+{
+    const FileRead file = readWhole(mrrSnapshotsFile);
+    if (file.unreadable())
+        reportUnreadable(mrrSnapshotsFile, file.reason, damaged);
+    const auto bytes = file.content();
+    if (!bytes)
+        return {};
+    if (auto snapshots = decodeList<MrrSnapshot>(bytes, DateForm::Iso8601))
+        return *snapshots;
+    qsizetype skipped = 0;
+    auto snapshots = decodeEach<MrrSnapshot>(*bytes, DateForm::Iso8601, skipped);
+    reportDamage(mrrSnapshotsFile, *bytes, skipped, damaged);
+    return snapshots.value_or(QList<MrrSnapshot>{});
+}
+
+Storage::Saved Storage::saveMrrSnapshots(const QList<MrrSnapshot> &snapshots) const
+{
+    QJsonArray array;
+    for (const MrrSnapshot &snapshot : snapshots)
+        array.append(toJson(snapshot, DateForm::Iso8601));
+    return writeAtomically(mrrSnapshotsFile, QJsonDocument(array).toJson(QJsonDocument::Compact));
 }

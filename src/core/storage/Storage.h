@@ -4,6 +4,7 @@
 #include "model/Achievement.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "mrr/MrrTypes.h"
 #include "storage/DamagedFiles.h"
 #include "storage/FeedCodec.h"
 #include "util/Result.h"
@@ -32,6 +33,7 @@ public:
     static constexpr auto feedFile = "feed.json";
     static constexpr auto achievementsFile = "achievements.json";
     static constexpr auto syncStateFile = "sync_state.json";
+    static constexpr auto mrrSnapshotsFile = "mrr_snapshots.json";
 
     const QString &folder() const { return m_folder; }
     // The accounts file; resolving it creates the data folder when missing.
@@ -66,6 +68,9 @@ public:
     Saved saveFeed(const QList<PaymentEvent> &feed) const;
     QHash<QUuid, Date> loadSyncState(QList<FileDamage> *damaged = nullptr) const;
     Saved saveSyncState(const QHash<QUuid, Date> &state) const;
+    // The daily MRR snapshots, oldest first; a snapshot that does not decode is left out.
+    QList<MrrSnapshot> loadMrrSnapshots(QList<FileDamage> *damaged = nullptr) const;
+    Saved saveMrrSnapshots(const QList<MrrSnapshot> &snapshots) const;
 
     // At start: the folder and every file in it made private to the user, temporary copies
     // left by an interrupted save removed.

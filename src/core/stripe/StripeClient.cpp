@@ -458,3 +458,29 @@ std::optional<double> StripeClient::retryAfterSeconds(const QByteArray &value, D
         return std::nullopt;
     return std::max(0.0, Date::fromDateTime(at).secondsSince(now));
 }
+
+StripeClient::Reply<QList<BillingSubscription>> StripeClient::fetchAllSubscriptions(CancellationToken token) const
+{
+    const StripeClient self = *this;
+    const Query query{{u"status"_s, u"all"_s},
+                      {u"limit"_s, u"100"_s},
+                      {u"expand[]"_s, u"data.customer"_s},
+                      {u"expand[]"_s, u"data.discounts"_s}};
+    // No subscription predates Stripe itself: the window starts there, so the slices cover
+    // the account's years rather than the decades before them.
+    co_return co_await self.collectSliced<ListResponse<BillingSubscription>, BillingSubscription>(
+        u"/v1/subscriptions"_s, query, Date::fromUnix(stripeEpochUnixSeconds), token,
+        [](const BillingSubscription &subscription, QList<BillingSubscription> &out) { out.append(subscription); });
+}
+
+StripeClient::Reply<QList<BillingInvoice>> StripeClient::fetchPaidSubscriptionInvoices(Date since,
+                                                                                     CancellationToken token) const
+{
+    const StripeClient self = *this;
+    const Query query{{u"status"_s, u"paid"_s}, {u"limit"_s, u"100"_s}};
+    co_return co_await self.collectSliced<ListResponse<BillingInvoice>, BillingInvoice>(
+        u"/v1/invoices"_s, query, since, token, [](const BillingInvoice &invoice, QList<BillingInvoice> &out) {
+            if (!invoice.lines.isEmpty())
+                out.append(invoice);
+        });
+}

@@ -72,6 +72,8 @@ public:
     static constexpr double rateLimitWaitLimit = 30.0;
     // A longer Retry-After holds the account's requests back this long at most.
     static constexpr double longestRateLimitPause = 900.0;
+    // 2011-01-01: the earliest any Stripe object was created.
+    static constexpr qint64 stripeEpochUnixSeconds = 1293840000;
 
     // Without a budget requests start at once.
     StripeClient(Account account, QUrl baseUrl, std::shared_ptr<RequestBudget> budget = {});
@@ -101,6 +103,11 @@ public:
     // Every subscription in `status`, with its customer, latest invoice and that invoice's
     // last charge expanded.
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
+    // Every subscription in any status with its customer and discounts expanded, paged by
+    // `created` in slices side by side within the account's budget.
+    Reply<QList<BillingSubscription>> fetchAllSubscriptions(CancellationToken token = {}) const;
+    // Paid invoices created since `since` with their lines, for the subscription periods they paid.
+    Reply<QList<BillingInvoice>> fetchPaidSubscriptionInvoices(Date since, CancellationToken token = {}) const;
     Reply<StripeAccountInfo> fetchAccountInfo(CancellationToken token = {}) const;
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token = {}) const;
     // Asks Stripe to pay the invoice now. True on success; a refusal is an Http error whose

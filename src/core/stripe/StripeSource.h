@@ -32,8 +32,25 @@ public:
                                                                              CancellationToken token) const = 0;
     // One customer's e-mail and name (GET /v1/customers/{id}); a deleted customer has neither.
     virtual Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const = 0;
+    // The inputs of MRR: every subscription, and the invoices paid since `since` with their
+    // lines. A source without subscriptions has none.
+    virtual Reply<QList<BillingSubscription>> fetchAllSubscriptions(CancellationToken) const
+    {
+        return emptyReply<BillingSubscription>();
+    }
+    virtual Reply<QList<BillingInvoice>> fetchPaidSubscriptionInvoices(Date, CancellationToken) const
+    {
+        return emptyReply<BillingInvoice>();
+    }
     // Records the listings of this source have left out so far because they did not decode.
     virtual qsizetype skippedRecords() const { return 0; }
+
+private:
+    template<typename T>
+    static Reply<QList<T>> emptyReply()
+    {
+        co_return QList<T>{};
+    }
 };
 
 // The Stripe REST API as a source.
@@ -89,6 +106,14 @@ public:
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override
     {
         return m_client.fetchCustomer(std::move(customerId), token);
+    }
+    Reply<QList<BillingSubscription>> fetchAllSubscriptions(CancellationToken token) const override
+    {
+        return m_client.fetchAllSubscriptions(token);
+    }
+    Reply<QList<BillingInvoice>> fetchPaidSubscriptionInvoices(Date since, CancellationToken token) const override
+    {
+        return m_client.fetchPaidSubscriptionInvoices(since, token);
     }
     qsizetype skippedRecords() const override { return m_client.skippedRecords(); }
 
