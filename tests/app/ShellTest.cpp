@@ -63,6 +63,7 @@ TEST(Navigation, PanesAndTheirPayloads)
         {"another tile", [&] { nav.showDrillDown(u"new"_s); }, "drillDown", "new"},
         {"unknown kind is ignored", [&] { nav.showDrillDown(u"bogus"_s); }, "drillDown", "new"},
         {"trophy", [&] { nav.showAchievements(); }, "achievements", ""},
+        {"recurring revenue", [&] { nav.showMrr(); }, "mrr", ""},
     };
     for (const auto &s : steps) {
         SCOPED_TRACE(s.name);
@@ -73,7 +74,7 @@ TEST(Navigation, PanesAndTheirPayloads)
         if (nav.paneName() == u"drillDown")
             EXPECT_EQ(nav.drillDownKindName(), QString::fromLatin1(s.detail));
     }
-    EXPECT_EQ(changes, 7); // the ignored and the unchanged steps announce nothing
+    EXPECT_EQ(changes, 8); // the ignored and the unchanged steps announce nothing
 }
 
 TEST(Symbols, EveryNameResolvesToABundledIcon)
@@ -225,6 +226,8 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         app.navigation()->showDrillDown(u"new"_s);
         QCoreApplication::processEvents();
         app.navigation()->showAtRisk();
+        QCoreApplication::processEvents();
+        app.navigation()->showMrr();
         QCoreApplication::processEvents();
         app.navigation()->showAchievements();
         app.achievements()->toggleEditing();

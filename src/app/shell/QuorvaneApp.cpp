@@ -53,6 +53,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     m_achievements = std::make_unique<AchievementsModel>(m_engine.get(), m_options.locale);
     m_drillDown = std::make_unique<DrillDownModel>(m_engine.get(), m_options.locale);
     m_atRisk = std::make_unique<AtRiskModel>(m_engine.get(), m_options.locale);
+    m_mrr = std::make_unique<MrrModel>(m_engine.get(), m_options.locale);
     Appearance::setInstance(&m_appearance);
     m_appearance.follow(m_engine.get());
     m_loginItem = Platform::createLoginItem(m_options.autostartConfigHome);
