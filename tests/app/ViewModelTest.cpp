@@ -427,6 +427,10 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
     EXPECT_TRUE(preferencesOnDisk(storage()).value(u"showRefunds"_s).toBool());
     general.setDarkMode(false);
     EXPECT_FALSE(preferencesOnDisk(storage()).value(u"darkMode"_s).toBool());
+    general.setTrayShowsMrr(true);
+    general.setMrrCountsTrials(true);
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"menubarShowsMrr"_s).toBool());
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"mrrCountTrials"_s).toBool());
     general.setCurrencyIndex(4);
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"dashboardCurrency"_s).toString(), u"CAD");
     EXPECT_EQ(general.currencyLabels().first(), u"USD – US Dollar");
