@@ -347,3 +347,75 @@ std::optional<QByteArray> DemoBusiness::declineFor(quint64 invoice, int attempt)
     return QByteArray(R"({"error":{"type":"card_error","code":"card_declined","decline_code":")") + decline[0]
         + R"(","message":")" + decline[1] + R"("}})";
 }
+
+std::pair<QList<BillingSubscription>, QList<BillingInvoice>> DemoBusiness::billing(qint64 since, qint64 now) const
+{
+    QList<BillingSubscription> subscriptions;
+    QList<BillingInvoice> invoices;
+    forEachCustomer(since, now, [&](const DemoCustomer &c, const QList<DemoHappening> &life) {
+        auto state = std::find_if(life.rbegin(), life.rend(), [](const DemoHappening &h) {
+            return h.kind != Kind::Paid && h.kind != Kind::Failed && h.kind != Kind::Refunded;
+        });
+        if (state == life.rend())
+            return;
+        const Names n = namesOf(c);
+        BillingPrice price;
+        price.interval = c.yearly ? u"year"_s : u"month"_s;
+        price.interval_count = 1;
+        price.usage_type = u"licensed"_s;
+        BillingSubscription sub;
+        sub.id = n.subscription;
+        sub.created = c.signup;
+        sub.customer = n.person.id;
+        sub.customer_name = n.person.name;
+        sub.currency = n.currency;
+        sub.start_date = c.signup;
+        switch (state->kind) {
+        case Kind::PastDue:
+            sub.status = u"past_due"_s;
+            break;
+        case Kind::Unpaid:
+            sub.status = u"unpaid"_s;
+            break;
+        case Kind::Incomplete:
+            sub.status = now < state->time + 23 * 3600 ? u"incomplete"_s : u"incomplete_expired"_s;
+            break;
+        case Kind::Canceled:
+            sub.status = u"canceled"_s;
+            sub.canceled_at = state->time;
+            sub.ended_at = state->time;
+            break;
+        default:
+            sub.status = u"active"_s;
+        }
+        const QString itemId = DemoCatalog::stripeId("si"_L1, key({c.key, 9}));
+        BillingPrice current = price;
+        current.unit_amount = DemoLifecycle::periodPrice(c, state->plan);
+        sub.items.append({itemId, current, 1});
+        subscriptions.append(sub);
+        for (const DemoHappening &h : life) {
+            if (h.kind != Kind::Paid || h.time < since)
+                continue;
+            BillingInvoice invoice;
+            invoice.id = invoiceId(h.invoice);
+            invoice.created = h.time;
+            invoice.currency = n.currency;
+            invoice.subscription = n.subscription;
+            BillingInvoice::Line line;
+            line.subscription = n.subscription;
+            line.subscription_item = itemId;
+            line.amount = h.amount;
+            line.period_start = h.invoiceCreated;
+            line.period_end = h.periodEnd;
+            line.proration = h.reason == DemoHappening::Reason::Upgrade;
+            line.type = u"subscription"_s;
+            line.price = price;
+            line.price->unit_amount = h.amount;
+            invoice.lines.append(line);
+            invoices.append(invoice);
+        }
+    });
+    // Newest first, as Stripe lists them.
+    std::sort(invoices.begin(), invoices.end(), [](const BillingInvoice &a, const BillingInvoice &b) { return a.created > b.created; });
+    return {subscriptions, invoices};
+}

@@ -41,6 +41,9 @@ public:
     // The subscriptions whose Stripe status is `status` at `now`, as listed with the customer
     // and the latest invoice expanded.
     QList<ExpandedSubscription> subscriptions(QStringView status, qint64 now) const;
+    // Every subscription as listed at `now` with any status, and the invoices paid from
+    // `since` to `now` with their lines: what the MRR history is rebuilt from.
+    std::pair<QList<BillingSubscription>, QList<BillingInvoice>> billing(qint64 since, qint64 now) const;
     // The key of the open invoice `invoiceId` of a subscription at risk at `now`, or none.
     std::optional<quint64> openInvoice(QStringView invoiceId, qint64 now) const;
     // Whether paying an open invoice by hand goes through: none when it does, else the body of

@@ -188,3 +188,19 @@ StripeSource::Reply<ExpandedSubscription::SubCustomer> DemoStripeSource::fetchCu
     co_return StripeError::http(404, R"({"error":{"type":"invalid_request_error","code":"resource_missing",)"
                                      R"("message":"No such customer"}})");
 }
+
+StripeSource::Reply<QList<BillingSubscription>> DemoStripeSource::fetchAllSubscriptions(CancellationToken token) const
+{
+    if (token.isCancelled())
+        co_return cancelled();
+    const qint64 at = now();
+    co_return business().billing(at, at).first;
+}
+
+StripeSource::Reply<QList<BillingInvoice>> DemoStripeSource::fetchPaidSubscriptionInvoices(Date since,
+                                                                                         CancellationToken token) const
+{
+    if (token.isCancelled())
+        co_return cancelled();
+    co_return business().billing(since.unixSecondsTruncated(), now()).second;
+}

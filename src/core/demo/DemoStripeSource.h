@@ -32,6 +32,8 @@ public:
     Reply<QList<RawInvoicePayment>> fetchPaidInvoicePaymentsByIntent(QString paymentIntentId,
                                                                      CancellationToken token) const override;
     Reply<ExpandedSubscription::SubCustomer> fetchCustomer(QString customerId, CancellationToken token) const override;
+    Reply<QList<BillingSubscription>> fetchAllSubscriptions(CancellationToken token) const override;
+    Reply<QList<BillingInvoice>> fetchPaidSubscriptionInvoices(Date since, CancellationToken token) const override;
 
 private:
     DemoBusiness business() const;

@@ -1,6 +1,8 @@
 // The refresh cycle: load every enabled account at once, merge into the feed, persist.
 #include "RevenueEngine.h"
 
+#include "mrr/MrrTracker.h"
+
 using namespace Qt::StringLiterals;
 
 using LoadResult = Result<StripeLoad, QString>;
@@ -155,6 +157,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     }
     notifyForNewEvents(newEvents);
     updateAchievements();
+    m_mrr->startRefresh(m_accounts, m_shownFeed);
     if (!m_historicalGapFilled)
         fillHistoricalGap();
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);

@@ -36,7 +36,12 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     m_iconCache = makeIconCache();
     m_mrr = std::make_unique<MrrTracker>(
         MrrEnvironment{m_env.storage, m_env.clock, m_env.calendar, [this](const Account &a) { return stripeSource(a); }});
+    connect(m_mrr.get(), &MrrTracker::stateChanged, this, relabel);
+    connect(m_mrr.get(), &MrrTracker::goalReached, this, &RevenueEngine::announceMrrGoal);
+    connect(this, &RevenueEngine::preferencesChanged, this, &RevenueEngine::applyMrrSettings);
     loadFromDisk();
+    takeDamage(m_mrr->damagedFiles());
+    applyMrrSettings();
     m_menubarLabel = menubarLabel();
     if (m_env.notifier)
         m_env.notifier->requestAuthorizationIfNeeded();
@@ -150,6 +155,8 @@ QString RevenueEngine::menubarLabel() const
     // a wrong figure, not a pending one.
     if (m_feedPending)
         return u"…"_s;
+    if (m_preferences.menubarShowsMrr)
+        return m_mrr->label(m_preferences.dashboardCurrency);
     const Totals t = totals(m_preferences.selectedRange);
     return CurrencyConverter::formatCompact(t.newMRR + t.recurringMRR, m_preferences.dashboardCurrency);
 }

@@ -314,6 +314,8 @@ private:
     void markMissingEventScope(const QUuid &accountId);
     void reportListingFailure(const Account &account, const QString &listing, const StripeError &error);
     void startIconCaching(const Account &account);
+    void applyMrrSettings();
+    void announceMrrGoal(double goalUsd);
     QCoro::Task<> lookUpChurnCustomers(Account account, std::shared_ptr<const StripeSource> source,
                                        QList<SubscriptionCancellation> cancellations, CancellationToken token);
     std::optional<ExpandedSubscription::SubCustomer> churnCustomer(const QUuid &accountId,

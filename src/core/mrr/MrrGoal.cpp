@@ -2,11 +2,23 @@
 
 #include "model/CurrencyConverter.h"
 
+#include <QRegularExpression>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace MrrGoal {
+
+namespace {
+
+// A goal is a round figure: "$10K", not the "$10.0K" of a running total.
+QString roundFigure(double usd, QStringView currency)
+{
+    static const QRegularExpression trailingZero(u"\\.0(?=[A-Za-z]+$)"_s);
+    return CurrencyConverter::formatCompact(usd, currency).remove(trailingZero);
+}
+
+} // namespace
 
 MrrGoalEta eta(double goalUsd, double mrrUsd, const QList<MrrMonth> &months, QStringView displayCurrency)
 {
@@ -21,7 +33,7 @@ MrrGoalEta eta(double goalUsd, double mrrUsd, const QList<MrrMonth> &months, QSt
     for (qsizetype i = completed - used; i < completed; ++i)
         sum += months[i].movements.netNew();
     out.averageNetNewUsd = used > 0 ? sum / double(used) : 0;
-    const QString goalText = CurrencyConverter::formatCompact(out.goalUsd, displayCurrency);
+    const QString goalText = roundFigure(out.goalUsd, displayCurrency);
     if (mrrUsd >= out.goalUsd) {
         out.months = 0;
         out.text = u"%1 MRR reached"_s.arg(goalText);

@@ -9,13 +9,6 @@ using namespace Qt::StringLiterals;
 
 namespace MrrMath {
 
-namespace {
-
-// Below a hundredth of a cent a change is rounding, not a movement.
-constexpr double negligibleUsd = 0.0001;
-
-} // namespace
-
 CustomerKey customerKey(const QUuid &accountId, const QString &customerId)
 {
     return accountId.toString(QUuid::WithoutBraces) + u'/' + customerId;
@@ -30,6 +23,21 @@ CustomerMrr customerMrr(const QList<MrrSubscription> &subscriptions, Date at, bo
             out[customerKey(subscription.accountId, subscription.customerId)] += usd;
     }
     return out;
+}
+
+std::optional<MrrMovementKind> classify(double fromUsd, double toUsd, bool hadMrrBefore)
+{
+    const bool had = fromUsd > negligibleUsd;
+    const bool has = toUsd > negligibleUsd;
+    if (!had && has)
+        return hadMrrBefore ? MrrMovementKind::Reactivation : MrrMovementKind::New;
+    if (had && !has)
+        return MrrMovementKind::Churn;
+    if (had && toUsd - fromUsd > negligibleUsd)
+        return MrrMovementKind::Expansion;
+    if (had && fromUsd - toUsd > negligibleUsd)
+        return MrrMovementKind::Contraction;
+    return std::nullopt;
 }
 
 QList<CustomerMovement> customerMovements(const CustomerMrr &before, const CustomerMrr &after,
@@ -48,17 +56,13 @@ QList<CustomerMovement> customerMovements(const CustomerMrr &before, const Custo
     };
     for (auto it = after.cbegin(); it != after.cend(); ++it) {
         const double from = before.value(it.key(), 0.0);
-        const double to = it.value();
-        if (from <= negligibleUsd)
-            move(it.key(), 0, to, hadMrrBefore.contains(it.key()) ? MrrMovementKind::Reactivation : MrrMovementKind::New);
-        else if (to - from > negligibleUsd)
-            move(it.key(), from, to, MrrMovementKind::Expansion);
-        else if (from - to > negligibleUsd)
-            move(it.key(), from, to, MrrMovementKind::Contraction);
+        if (const auto kind = classify(from, it.value(), hadMrrBefore.contains(it.key())))
+            move(it.key(), from, it.value(), *kind);
     }
     for (auto it = before.cbegin(); it != before.cend(); ++it)
-        if (it.value() > negligibleUsd && after.value(it.key(), 0.0) <= negligibleUsd)
-            move(it.key(), it.value(), 0, MrrMovementKind::Churn);
+        if (!after.contains(it.key()))
+            if (const auto kind = classify(it.value(), 0, true))
+                move(it.key(), it.value(), 0, *kind);
     std::sort(out.begin(), out.end(), [](const CustomerMovement &a, const CustomerMovement &b) {
         const double left = std::abs(a.changeUsd());
         const double right = std::abs(b.changeUsd());

@@ -51,7 +51,7 @@ public:
     // The menu-bar figure: MRR in the display currency ("$12.3K", "~$450" when estimated).
     QString label(QStringView displayCurrency) const;
 
-    // Recomputes at once; a change of the count-trials choice lists again.
+    // Recomputes at once from what was listed last.
     void setSettings(const MrrSettings &settings);
     // Starts a refresh owned by the tracker: lists when the last listing is older than
     // minimumListingSeconds (or `force`), then recomputes with `paypalEvents`.
@@ -68,7 +68,7 @@ Q_SIGNALS:
 private:
     struct Inputs;
     void recompute();
-    void publish(MrrState state);
+    void setLoading(bool loading, std::optional<QString> error);
 
     MrrEnvironment m_env;
     MrrSettings m_settings;
@@ -76,6 +76,6 @@ private:
     QList<FileDamage> m_damaged;
     std::unique_ptr<Inputs> m_inputs;
     std::optional<double> m_listedAt; // monotonic seconds
-    quint64 m_generation = 0;
+    bool m_listingRunning = false;
     TaskGroup m_tasks; // declared last: its tasks stop before the state they write
 };

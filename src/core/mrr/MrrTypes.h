@@ -159,5 +159,6 @@ struct MrrSettings
 {
     bool countTrials = false;
     double goalUsd = 0;
+    QString displayCurrency = QStringLiteral("USD"); // of the goal's text
     friend bool operator==(const MrrSettings &, const MrrSettings &) = default;
 };

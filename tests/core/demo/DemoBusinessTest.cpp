@@ -1,6 +1,8 @@
 #include "core/engine/EngineFixture.h"
 #include "demo/DemoBusiness.h"
 #include "engine/StripeClassifier.h"
+#include "mrr/MrrHistory.h"
+#include "mrr/MrrSource.h"
 
 #include <gtest/gtest.h>
 
@@ -114,4 +116,30 @@ TEST(DemoBusiness, AtRiskAndRetries)
     EXPECT_TRUE(std::any_of(ledger.paidInvoices.begin(), ledger.paidInvoices.end(), [&](const PaidInvoiceEvent &e) {
         return e.data->object->id == *sub.latest_invoice->id && e.created == now - 60;
     }));
+}
+
+// The demo's subscriptions and invoices give a year of MRR that grows and moves, and every
+// month's MRR is the one before plus that month's net new.
+TEST(DemoBusiness, MrrHistoryMoves)
+{
+    const DemoBusiness business(DemoBusiness::seedFor(demoId));
+    const auto [subscriptions, invoices] = business.billing(now - 400 * day, now);
+    const MrrListing listing = MrrSource::fromStripe(subscriptions, invoices, demoId);
+    const MrrHistory::Rebuilt rebuilt = MrrHistory::rebuild(listing.subscriptions, listing.lines, Date::fromUnix(now),
+                                                            TimeContext(QTimeZone::utc(), Qt::Monday), false);
+    ASSERT_EQ(rebuilt.months.size(), 12);
+    MrrMovements year;
+    for (qsizetype m = 0; m < rebuilt.months.size(); ++m) {
+        const MrrMovements &moves = rebuilt.months[m].movements;
+        year = {year.newMrr + moves.newMrr, year.expansion + moves.expansion, year.contraction + moves.contraction,
+                year.churn + moves.churn, year.reactivation + moves.reactivation};
+        if (m > 0)
+            EXPECT_NEAR(rebuilt.months[m].mrrUsd, rebuilt.months[m - 1].mrrUsd + moves.netNew(), 1e-6) << m;
+    }
+    EXPECT_GT(year.newMrr, 1000);
+    EXPECT_GT(year.expansion, 100);
+    EXPECT_GT(year.churn, 100);
+    EXPECT_GT(rebuilt.months.last().mrrUsd, rebuilt.months.first().mrrUsd);
+    EXPECT_GT(rebuilt.summary.activeCustomers, 100);
+    EXPECT_FALSE(rebuilt.monthMovements.isEmpty());
 }

@@ -61,6 +61,8 @@ TEST_F(DamagedFilesTest, ReadablePartsAreUsedAndTheBytesAreKeptAside)
         return qsizetype(s.loadAchievements(d).has_value());
     };
     const Load sync = [](const Storage &s, QList<FileDamage> *d) { return s.loadSyncState(d).size(); };
+    const Load mrr = [](const Storage &s, QList<FileDamage> *d) { return s.loadMrrSnapshots(d).size(); };
+    const QByteArray snapshot = R"({"approximate":false,"customers":3,"day":"2026-03-10T00:00:00Z","mrrUsd":120.5})";
     const QByteArray otherAccount = replaced(goodAccount, "6F1C2B9E", "0B7A1C3D");
     const struct { const char *name, *file; QByteArray bytes; Load load; qsizetype loaded, skipped; } cases[] = {
         {"a mistyped flag loses one account", Storage::accountsFile,
@@ -79,6 +81,9 @@ TEST_F(DamagedFilesTest, ReadablePartsAreUsedAndTheBytesAreKeptAside)
                                                         "\"bestMonthUSD\":0}", achievements, 0, 0},
         {"a sync date that is no date", Storage::syncStateFile,
          "{\"6F1C2B9E-4A7D-4C3B-9E2F-1A2B3C4D5E6F\":\"yesterday\"}", sync, 0, 0},
+        {"an MRR snapshot without its figure", Storage::mrrSnapshotsFile,
+         array({snapshot, replaced(snapshot.constData(), "\"mrrUsd\":120.5", "\"mrrUsd\":\"120\"")}), mrr, 1, 1},
+        {"a truncated snapshot file", Storage::mrrSnapshotsFile, '[' + snapshot, mrr, 0, 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);

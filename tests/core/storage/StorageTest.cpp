@@ -58,7 +58,8 @@ Preferences preferences()
 {
     return {.saleSound = false, .dashboardCurrency = u"GBP"_s, .refreshSeconds = 120,
             .selectedRange = TimeRange::Last30Days,
-            .customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125), .customRangeEnd = noon};
+            .customRangeStart = noon.addingSeconds(-14 * 86400 + 0.125), .customRangeEnd = noon,
+            .mrrCountTrials = true, .menubarShowsMrr = true, .mrrGoalUsd = 25000};
 }
 
 // Every file holds something that is not its default, so a load that falls back shows.
@@ -191,13 +192,18 @@ TEST_F(StorageTest, PreferencesWithIsoDatesAreNotRead)
     ASSERT_TRUE(writeFile(path(Storage::preferencesFile),
                           QJsonDocument(toJson(preferences(), DateForm::ReferenceSeconds)).toJson()));
     EXPECT_EQ(storage.loadPreferences(), preferences());
-    // A file written before the sale-sound switch existed reads it as on.
+    // A file written before the sale-sound switch and the MRR settings existed reads them
+    // as they were: sound on, MRR off.
     QJsonObject older = toJson(preferences());
-    older.remove("saleSound"_L1);
+    for (const char *key : {"saleSound", "mrrCountTrials", "menubarShowsMrr", "mrrGoalUsd"})
+        older.remove(QLatin1StringView(key));
     ASSERT_TRUE(writeFile(path(Storage::preferencesFile), QJsonDocument(older).toJson()));
     const std::optional<Preferences> read = storage.loadPreferences();
     ASSERT_TRUE(read.has_value());
     EXPECT_TRUE(read->saleSound);
+    EXPECT_FALSE(read->mrrCountTrials);
+    EXPECT_FALSE(read->menubarShowsMrr);
+    EXPECT_EQ(read->mrrGoalUsd, 0);
 }
 
 TEST_F(StorageTest, SyncStateDropsKeysThatAreNotUuids)
