@@ -87,7 +87,7 @@ TEST(TrayPresentation, LabelShowsTheChosenFigureAndTheTooltipBoth)
     const QString both = u"Quorvane · $1348 · This month · MRR $12.3K"_s;
     const struct { const char *name; TrayFigures figures; bool hasData, blocked; TrayPresentation expected; } cases[] = {
         {"revenue", revenue, true, false, {u"$1348"_s, both, QString()}},
-        {"MRR, with the goal's ETA", mrr, true, false, {u"$12.3K"_s, both, u"Goal: $15.0K MRR in about 4 months"_s}},
+        {"MRR, with the goal's ETA", mrr, true, false, {u"$12.3K"_s, both, u"$15.0K MRR in about 4 months"_s}},
         {"nothing loaded yet", revenue, false, false, {u"—"_s, u"Quorvane · — · This month · MRR $12.3K"_s, QString()}},
         {"MRR not known yet", TrayFigures{u"$1348"_s, u"This month"_s, QString(), true, QString()}, true, false,
          {u"—"_s, u"Quorvane · $1348 · This month · MRR —"_s, QString()}},

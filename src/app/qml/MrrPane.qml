@@ -104,15 +104,13 @@ ColumnLayout {
         spacing: 6
         visible: !pane.editingGoal
         Symbol { name: "star.fill"; size: 11; color: Appearance.accent }
-        UiText { text: pane.model.goalText; size: 11; font.weight: Font.Medium }
         UiText {
-            visible: pane.model.hasGoal
             Layout.fillWidth: true
-            text: "· " + pane.model.goalEtaText
+            text: pane.model.goalLine
             size: 11
-            color: Appearance.secondary
+            font.weight: Font.Medium
+            color: pane.model.hasGoal ? Appearance.primary : Appearance.secondary
         }
-        Item { visible: !pane.model.hasGoal; Layout.fillWidth: true }
         IconButton {
             objectName: "editGoal"
             symbol: "pencil"

@@ -170,7 +170,7 @@ TrayPresentation QuorvaneApp::trayPresentation() const
                               .rangeLabel = Formatting::rangeMenuLabel(prefs.selectedRange),
                               .mrr = mrrKnown ? masked(mrr.label(prefs.dashboardCurrency)) : QString(),
                               .labelShowsMrr = prefs.menubarShowsMrr,
-                              .goalEta = m_mrr->goalEtaText()};
+                              .goalEta = m_mrr->hasGoal() ? m_mrr->goalLine() : QString()};
     return ::trayPresentation(figures, m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
                               m_updateChecker->isBlocked());
 }

@@ -10,5 +10,5 @@ TrayPresentation trayPresentation(const TrayFigures &figures, bool hasData, bool
     const QString mrr = figures.mrr.isEmpty() ? u"—"_s : figures.mrr;
     return {figures.labelShowsMrr ? mrr : revenue,
             u"Quorvane · %1 · %2 · MRR %3"_s.arg(revenue, figures.rangeLabel, mrr),
-            figures.goalEta.isEmpty() ? QString() : u"Goal: "_s + figures.goalEta};
+            figures.goalEta};
 }

@@ -61,7 +61,7 @@ MrrChart::Areas MrrChart::areas(const QFontMetricsF &metrics) const
     const qreal right = width() - a.labelWidth - 6;
     const qreal top = metrics.height() / 2;
     const qreal bottom = height() - metrics.height() - 6;
-    const qreal gap = metrics.height();
+    const qreal gap = metrics.height() * 1.5;
     const qreal lineHeight = (bottom - top - gap) * 0.55;
     a.line = QRectF(0, top, right, lineHeight);
     a.bars = QRectF(0, top + lineHeight + gap, right, bottom - top - lineHeight - gap);

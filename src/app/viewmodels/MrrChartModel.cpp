@@ -54,14 +54,15 @@ void MrrChartModel::setData(const QList<MrrMonth> &months, double goalUsd, const
     m_goal = goalUsd > 0 ? std::optional(goalUsd * perUsd) : std::nullopt;
     if (m_goal)
         highest = std::max(highest, *m_goal);
-    m_mrrAxis = highest > 0 ? yAxis(0, highest) : YAxis{0.0, 1000.0, {0.0, 500.0, 1000.0}};
+    m_mrrAxis = highest > 0 ? yAxis(0, highest, 3) : YAxis{0.0, 1000.0, {0.0, 500.0, 1000.0}};
     m_bars = movementBars(movements);
     double low = 0, high = 0;
     for (const MovementBar &bar : std::as_const(m_bars)) {
         low = std::min(low, bar.to);
         high = std::max(high, bar.to);
     }
-    m_barAxis = yAxis(low, high > 0 || low < 0 ? high : 100.0);
+    // The bars have the smaller share of the height: fewer marks keep their labels apart.
+    m_barAxis = yAxis(low, high > 0 || low < 0 ? high : 100.0, 2);
     Q_EMIT changed();
 }
 

@@ -231,6 +231,14 @@ QString MrrModel::goalEtaText() const
     return MrrTexts::goalEta(prefs.mrrGoalUsd, eta.months, prefs);
 }
 
+QString MrrModel::goalLine() const
+{
+    if (!hasGoal())
+        return u"No MRR goal set"_s;
+    const QString eta = goalEtaText();
+    return eta == u"—"_s ? u"%1 · no ETA while MRR does not grow"_s.arg(goalText()) : eta;
+}
+
 QString MrrModel::goalInput() const
 {
     return MrrTexts::goalInput(m_engine->preferences().mrrGoalUsd, m_engine->preferences());

@@ -40,6 +40,8 @@ class MrrModel : public QAbstractListModel
     Q_PROPERTY(bool hasGoal READ hasGoal NOTIFY changed)
     Q_PROPERTY(QString goalText READ goalText NOTIFY changed)
     Q_PROPERTY(QString goalEtaText READ goalEtaText NOTIFY changed)
+    // What the pane and the tray tooltip say of the goal: the ETA, or the goal when there is none.
+    Q_PROPERTY(QString goalLine READ goalLine NOTIFY changed)
     Q_PROPERTY(QString goalInput READ goalInput NOTIFY changed)
     Q_PROPERTY(QString goalCurrency READ goalCurrency NOTIFY changed)
     Q_PROPERTY(QString goalError READ goalError NOTIFY changed)
@@ -89,6 +91,7 @@ public:
     bool hasGoal() const;
     QString goalText() const;
     QString goalEtaText() const;
+    QString goalLine() const;
     QString goalInput() const;
     QString goalCurrency() const;
     QString goalError() const { return m_goalError; }
