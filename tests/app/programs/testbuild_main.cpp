@@ -87,6 +87,7 @@ int main(int argc, char **argv)
     const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
     const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
+    const QCommandLineOption mrrGoal(u"mrr-goal"_s, u"MRR goal in US dollars."_s, u"usd"_s);
     const QCommandLineOption expandFirst(u"expand-first"_s, u"Open the first feed row."_s);
     const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, atrisk, mrr, loading, error, update or nothing."_s, u"state"_s);
     const QCommandLineOption retry(u"retry"_s, u"Retry the at-risk pane's row ROW, 3 s after the last; ROW:now at once."_s,
@@ -97,7 +98,7 @@ int main(int argc, char **argv)
     const QCommandLineOption webBase(u"web-base"_s, u"Favicon services and sites at this base URL."_s, u"url"_s);
     const QCommandLineOption openMenu(u"open-menu"_s, u"Open the menu button with this object name."_s, u"name"_s);
     const QCommandLineOption checkUpdates(u"check-updates"_s, u"Ask the web base for the version file."_s);
-    parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
+    parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, mrrGoal, expandFirst, waitFor, screenshot,
                        trayShot, show, webBase, checkUpdates, openMenu, retry});
     parser.addHelpOption();
     parser.process(app);
@@ -140,6 +141,8 @@ int main(int argc, char **argv)
         prefs.privacyMode = true;
     if (parser.isSet(light))
         prefs.darkMode = false;
+    if (parser.isSet(mrrGoal))
+        prefs.mrrGoalUsd = parser.value(mrrGoal).toDouble();
     if (!options.environment.storage.savePreferences(prefs))
         return 2;
 
