@@ -2,7 +2,6 @@
 
 #include "engine/RevenueEngine.h"
 #include "model/CurrencyConverter.h"
-#include "mrr/MrrGoal.h"
 #include "mrr/MrrTracker.h"
 #include "viewmodels/DrillDownModel.h"
 #include "viewmodels/Formatting.h"
@@ -225,10 +224,9 @@ QString MrrModel::goalText() const
 
 QString MrrModel::goalEtaText() const
 {
+    // The tracker's months to go, in this pane's words (and masks).
     const Preferences &prefs = m_engine->preferences();
-    // Worked out here from the goal as it is now, not the one the last refresh saw.
-    const MrrGoalEta eta = MrrGoal::eta(prefs.mrrGoalUsd, state().summary.mrrUsd, state().months, prefs.dashboardCurrency);
-    return MrrTexts::goalEta(prefs.mrrGoalUsd, eta.months, prefs);
+    return MrrTexts::goalEta(prefs.mrrGoalUsd, state().goal.months, prefs);
 }
 
 QString MrrModel::goalLine() const
