@@ -141,6 +141,7 @@ TEST_F(AppFixture, MrrPaneFiltersMovementsMarksEstimatesAndSetsTheGoal)
     // A PayPal payer is an estimate: every figure it is part of says so.
     QCoro::waitFor(e.mrr()->refresh(e.accounts(), {event(u"pp"_s, daysAgo(3), RevenueKind::Recurring, 30, shop.id)}, false, {}));
     EXPECT_EQ(model.approxText(), u"approx."_s);
+    EXPECT_TRUE(model.entryText().endsWith(u" approx."_s)) << model.entryText().toStdString();
 
     EXPECT_FALSE(model.setGoal(u"lots"_s));
     EXPECT_FALSE(model.goalError().isEmpty());

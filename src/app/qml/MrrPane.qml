@@ -34,6 +34,7 @@ ColumnLayout {
         id: figure
         property string name
         property string value
+        property bool estimated: true
         Layout.fillWidth: true
         Layout.preferredWidth: 1
         spacing: 2
@@ -41,7 +42,7 @@ ColumnLayout {
         RowLayout {
             spacing: 3
             UiText { text: figure.value; size: 12; font.weight: Font.DemiBold }
-            ApproxMark { }
+            ApproxMark { visible: figure.estimated && pane.model.approxText.length > 0 }
         }
     }
 
@@ -81,6 +82,7 @@ ColumnLayout {
         RowLayout {
             spacing: 8
             UiText { text: pane.model.arrText; size: 11; color: Appearance.secondary }
+            ApproxMark { Layout.leftMargin: -5 }
             UiText {
                 text: pane.model.netNewText
                 size: 11
@@ -211,8 +213,9 @@ ColumnLayout {
         spacing: 8
         Figure { name: "ARPA"; value: pane.model.arpaText }
         Figure { name: "Customers"; value: pane.model.customersText }
-        Figure { name: "Logo churn"; value: pane.model.logoChurnText }
-        Figure { name: "Net MRR churn"; value: pane.model.netMrrChurnText }
+        // The rates come from listed subscriptions only: PayPal's estimate has no history.
+        Figure { name: "Logo churn"; value: pane.model.logoChurnText; estimated: false }
+        Figure { name: "Net MRR churn"; value: pane.model.netMrrChurnText; estimated: false }
     }
 
     Rectangle { Layout.fillWidth: true; height: 1; color: Appearance.hairline }

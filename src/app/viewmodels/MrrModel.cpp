@@ -158,7 +158,9 @@ QString MrrModel::mrrText() const
 
 QString MrrModel::entryText() const
 {
-    return hasData() ? u"MRR "_s + mrrText() : u"MRR"_s;
+    if (!hasData())
+        return u"MRR"_s;
+    return state().summary.approximate ? u"MRR %1 approx."_s.arg(mrrText()) : u"MRR "_s + mrrText();
 }
 
 QString MrrModel::arrText() const
