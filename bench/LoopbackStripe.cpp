@@ -37,7 +37,8 @@ private:
             m_owner.arrived();
             const QUrl url(QString::fromLatin1(requestLine[1]));
             std::pair<int, QByteArray> answer{200, R"({"object":"list","data":[],"has_more":false})"};
-            if (url.path() == QLatin1StringView("/v1/events") || url.path() == QLatin1StringView("/v1/invoice_payments"))
+            if (url.path() == QLatin1StringView("/v1/events") || url.path() == QLatin1StringView("/v1/invoice_payments")
+                || url.path() == QLatin1StringView("/v1/subscriptions"))
                 answer = m_owner.m_listing.answer(QUrlQuery(url).queryItems(QUrl::FullyDecoded));
             else if (url.path() == QLatin1StringView("/v1/account"))
                 answer = {404, R"({"error":{"type":"invalid_request_error"}})"};
@@ -109,12 +110,12 @@ int LoopbackStripe::requests() const
     return int(m_arrivals.size());
 }
 
-int LoopbackStripe::peakPerSecond() const
+int LoopbackStripe::peakPerSecond(int windowMs) const
 {
     QMutexLocker lock(&m_mutex);
     int peak = 0;
     for (qsizetype first = 0, last = 0; last < m_arrivals.size(); ++last) {
-        while (m_arrivals[last] - m_arrivals[first] >= 1000)
+        while (m_arrivals[last] - m_arrivals[first] >= windowMs)
             ++first;
         peak = std::max(peak, int(last - first + 1));
     }

@@ -9,9 +9,9 @@
 #include <QUrl>
 #include <atomic>
 
-// A Stripe on 127.0.0.1 for benchmarks: its own thread, HTTP/1.1 with keep-alive, /v1/events
-// and /v1/invoice_payments answered from a fixed listing after an added latency, every other
-// path an empty list. It counts what a rate limiter would see.
+// A Stripe on 127.0.0.1 for benchmarks: its own thread, HTTP/1.1 with keep-alive, /v1/events,
+// /v1/invoice_payments and /v1/subscriptions answered from a fixed listing after an added
+// latency, every other path an empty list. It counts what a rate limiter would see.
 class LoopbackStripe
 {
 public:
@@ -23,8 +23,8 @@ public:
     void resetCounts();
     int requests() const;
     int peakInFlight() const { return m_peakInFlight; }
-    // The most requests that arrived within any one second.
-    int peakPerSecond() const;
+    // The most requests that arrived within any one second (or any `windowMs`).
+    int peakPerSecond(int windowMs = 1000) const;
 
 private:
     friend class LoopbackStripeWorker;

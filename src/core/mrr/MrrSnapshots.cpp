@@ -37,4 +37,22 @@ QList<MrrSnapshot> record(QList<MrrSnapshot> snapshots, const MrrSnapshot &today
     return snapshots;
 }
 
+QList<MrrMonth> months(const QList<MrrSnapshot> &snapshots, Date now, const TimeContext &calendar, int monthCount)
+{
+    QList<MrrMonth> out;
+    Date monthStart = calendar.startOfMonth(now);
+    Date monthEnd = now;
+    for (int i = 0; i < monthCount; ++i) {
+        const auto last = std::upper_bound(snapshots.cbegin(), snapshots.cend(), monthEnd,
+                                           [](Date at, const MrrSnapshot &s) { return at < s.day; });
+        if (last == snapshots.cbegin())
+            break;
+        const MrrSnapshot &seen = *(last - 1);
+        out.prepend(MrrMonth{monthStart, seen.mrrUsd, seen.activeCustomers, {}});
+        monthEnd = monthStart.addingSeconds(-1);
+        monthStart = calendar.startOfMonth(monthEnd);
+    }
+    return out;
+}
+
 } // namespace MrrSnapshots

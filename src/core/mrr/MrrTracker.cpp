@@ -15,8 +15,10 @@ using namespace Qt::StringLiterals;
 struct MrrTracker::Inputs
 {
     QHash<QUuid, MrrListing> listings; // by Stripe account, as last listed
+    QSet<QUuid> attempted;             // accounts listed at least once, whatever came of it
     QList<PaymentEvent> paypalEvents;
     QList<MrrSnapshot> snapshots;
+    qsizetype accounts = 0; // enabled accounts measured: without any there is no day to record
 };
 
 MrrTracker::MrrTracker(MrrEnvironment environment, QObject *parent)
@@ -37,6 +39,7 @@ MrrTracker::MrrTracker(MrrEnvironment environment, QObject *parent)
         m_state.summary.activeCustomers = last.activeCustomers;
         m_state.summary.arpaUsd = last.activeCustomers > 0 ? last.mrrUsd / last.activeCustomers : 0;
         m_state.summary.approximate = last.approximate;
+        m_state.months = MrrSnapshots::months(m_inputs->snapshots, m_env.clock->now(), m_env.calendar, historyMonths);
     }
 }
 
@@ -75,6 +78,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
         else
             paypalAccounts.insert(account.id);
     }
+    m_inputs->accounts = stripeAccounts.size() + paypalAccounts.size();
     paypalEvents.removeIf([&paypalAccounts](const PaymentEvent &e) { return !paypalAccounts.contains(e.accountId); });
     m_inputs->paypalEvents = std::move(paypalEvents);
     // Accounts gone or disabled take their subscriptions with them at once.
@@ -86,7 +90,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
     const double monotonic = m_env.clock->monotonicSeconds();
     bool missing = false;
     for (const Account &account : std::as_const(stripeAccounts))
-        missing = missing || !m_inputs->listings.contains(account.id);
+        missing = missing || !m_inputs->attempted.contains(account.id);
     const bool stale = !m_listedAt || monotonic - *m_listedAt >= minimumListingSeconds;
     if (m_listingRunning || (!force && !stale && !missing) || !m_env.stripeSource) {
         recompute();
@@ -99,6 +103,7 @@ QCoro::Task<> MrrTracker::refresh(QList<Account> accounts, QList<PaymentEvent> p
     const Date since = m_env.calendar.startOfMonth(m_env.clock->now()).addingSeconds(-366.0 * 86400.0);
     QStringList errors;
     for (const Account &account : std::as_const(stripeAccounts)) {
+        m_inputs->attempted.insert(account.id);
         auto source = m_env.stripeSource(account);
         auto listing = co_await MrrSource::load(source, account.id, since, token);
         if (!self || token.isCancelled()) {
@@ -145,6 +150,23 @@ void MrrTracker::recompute()
         for (auto it = listing.lines.cbegin(); it != listing.lines.cend(); ++it)
             lines[it.key()].append(it.value());
     }
+    // With Stripe accounts of which none could be listed, what the snapshots saw is all
+    // there is: better than a year of zeros.
+    if (m_inputs->listings.isEmpty() && !m_inputs->attempted.isEmpty()) {
+        if (m_inputs->snapshots.isEmpty())
+            return;
+        const MrrSnapshot &last = m_inputs->snapshots.last();
+        state.months = MrrSnapshots::months(m_inputs->snapshots, now, m_env.calendar, historyMonths);
+        state.monthMovements.clear();
+        state.summary = MrrSummary{last.mrrUsd, 12.0 * last.mrrUsd, 0, last.activeCustomers,
+                                   last.activeCustomers > 0 ? last.mrrUsd / last.activeCustomers : 0, 0, 0, last.approximate};
+        state.goal = MrrGoal::eta(m_settings.goalUsd, state.summary.mrrUsd, state.months, m_settings.displayCurrency);
+        if (!(state == m_state)) {
+            m_state = std::move(state);
+            Q_EMIT stateChanged();
+        }
+        return;
+    }
     const MrrHistory::Rebuilt rebuilt = MrrHistory::rebuild(subscriptions, lines, now, m_env.calendar,
                                                             m_settings.countTrials, historyMonths);
     state.months = rebuilt.months;
@@ -167,7 +189,9 @@ void MrrTracker::recompute()
     const double before = m_inputs->snapshots.isEmpty() ? state.summary.mrrUsd : m_inputs->snapshots.last().mrrUsd;
     const MrrSnapshot today{m_env.calendar.startOfDay(now), state.summary.mrrUsd, state.summary.activeCustomers,
                             state.summary.approximate};
-    if (m_inputs->snapshots.isEmpty() || !(m_inputs->snapshots.last() == today)) {
+    const bool recorded = std::any_of(m_inputs->snapshots.cbegin(), m_inputs->snapshots.cend(),
+                                      [&today](const MrrSnapshot &s) { return s == today; });
+    if (m_inputs->accounts > 0 && !recorded) {
         QList<MrrSnapshot> snapshots = MrrSnapshots::record(m_inputs->snapshots, today);
         const Storage::Saved saved = m_env.storage.saveMrrSnapshots(snapshots);
         m_inputs->snapshots = std::move(snapshots);

@@ -109,8 +109,8 @@ BillingInvoice::Line BillingInvoice::Line::decode(JsonReader &reader)
     if (auto parent = reader.optNested("parent"_L1))
         if (auto details = parent->optNested("subscription_item_details"_L1)) {
             line.proration = details->optBoolean("proration"_L1).value_or(false);
-            line.subscription = details->optString("subscription"_L1);
-            line.subscription_item = details->optString("subscription_item"_L1);
+            line.subscription = StripeJson::expandableId(*details, "subscription"_L1);
+            line.subscription_item = StripeJson::expandableId(*details, "subscription_item"_L1);
         }
     if (auto period = reader.optNested("period"_L1)) {
         line.period_end = period->optInteger("end"_L1);
@@ -138,7 +138,7 @@ BillingInvoice BillingInvoice::decode(JsonReader &reader)
         invoice.lines = StripeJson::arrayOf<Line>(*lines, "data"_L1);
     if (auto parent = reader.optNested("parent"_L1))
         if (auto details = parent->optNested("subscription_details"_L1))
-            invoice.subscription = details->optString("subscription"_L1);
+            invoice.subscription = StripeJson::expandableId(*details, "subscription"_L1);
     if (auto subscription = StripeJson::expandableId(reader, "subscription"_L1))
         invoice.subscription = subscription;
     return invoice;

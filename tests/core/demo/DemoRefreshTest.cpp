@@ -1,5 +1,7 @@
 #include "core/engine/EngineFixture.h"
 #include "demo/DemoBusiness.h"
+#include "mrr/MrrTracker.h"
+#include "support/RecordingNotifier.h"
 
 #include <QCoroTask>
 
@@ -13,7 +15,14 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     EngineEnvironment env = environment();
     env.endpoints.stripeApi = QUrl(u"http://127.0.0.1:9"_s);
     env.endpoints.paypalLive = env.endpoints.paypalSandbox = env.endpoints.stripeApi;
+    const auto notifier = std::make_shared<RecordingNotifier>();
+    env.notifier = notifier;
+    // Yesterday's MRR was a dollar; the goal is a thousand.
+    ASSERT_TRUE(storage().saveMrrSnapshots({{calendar.addingDays(calendar.startOfDay(clock->now()), -1), 1, 1, false}}));
     engine = std::make_unique<RevenueEngine>(env);
+    Preferences goal = engine->preferences();
+    goal.mrrGoalUsd = 1000;
+    engine->setPreferences(goal);
     engine->addDemoAccount();
     engine->addDemoAccount(); // one demo business is enough
     ASSERT_EQ(engine->accounts().size(), 1);
@@ -30,6 +39,15 @@ TEST_F(DemoRefresh, RunsWithoutTheNetwork)
     // Its 31–90-day history comes from its charges as a real account's does: nearly every day has revenue.
     const QList<DailyBucket> days = engine->buckets(TimeRange::Last90Days);
     EXPECT_GE(std::count_if(days.cbegin(), days.cbegin() + 58, [](const DailyBucket &d) { return d.recurringMRR > 0; }), 50);
+    // The refresh lists its subscriptions too: the MRR pane has a year to show.
+    ASSERT_TRUE(waitUntil([&] { return !engine->mrr()->state().months.isEmpty(); }));
+    const MrrState &mrr = engine->mrr()->state();
+    EXPECT_EQ(mrr.months.size(), 12);
+    EXPECT_GT(mrr.summary.mrrUsd, 1000);
+    EXPECT_GT(mrr.months.first().movements.newMrr, 0);
+    EXPECT_FALSE(mrr.lastError);
+    EXPECT_EQ(mrr.goal.text, u"$1000 MRR reached"_s);
+    EXPECT_EQ(notifier->summaries.count(u"MRR goal reached: $1000"_s), 1);
 
     // A sale made while the app runs shows up in the next cycle. Whether a few minutes hold
     // one is up to the account's random seed, so the demo's own schedule says how far to go.

@@ -119,6 +119,7 @@ TEST_F(EngineLifecycle, LabelShowsNewPlusRecurringOfTheFilteredAccountOrAMaskInT
         event(u"d"_s, now.addingSeconds(-240), RevenueKind::Refund, 50),
         event(u"e"_s, now.addingSeconds(-300), RevenueKind::Recurring, 20000, other),
     }));
+    ASSERT_TRUE(storage().saveMrrSnapshots({{calendar.startOfDay(now), 12345, 40, false}}));
     RevenueEngine &e = start();
     EXPECT_EQ(e.menubarLabel(), u"$21.2K"_s);
     int changes = 0;
@@ -131,6 +132,14 @@ TEST_F(EngineLifecycle, LabelShowsNewPlusRecurringOfTheFilteredAccountOrAMaskInT
     p.dashboardCurrency = u"GBP"_s;
     e.setPreferences(p);
     EXPECT_EQ(e.menubarLabel(), u"£••••"_s);
+    // MRR instead of the range's revenue, masked all the same.
+    p.menubarShowsMrr = true;
+    e.setPreferences(p);
+    EXPECT_EQ(e.menubarLabel(), u"£••••"_s);
+    p.privacyMode = false;
+    p.dashboardCurrency = u"USD"_s;
+    e.setPreferences(p);
+    EXPECT_EQ(e.menubarLabel(), u"$12.3K"_s);
 }
 
 TEST_F(EngineLifecycle, AutoRefreshSleepsAtLeastFifteenSeconds)

@@ -198,15 +198,32 @@ TEST(MrrRebuild, TwelveMonthsFromSubscriptionsAndPaidInvoices)
     EXPECT_EQ(state.summary.activeCustomers, 4);
     EXPECT_FALSE(state.summary.approximate);
     EXPECT_TRUE(state.monthMovements.isEmpty());
+    // PayPal's estimate joins today's figures, marked as such.
+    Account paypal = Account::newAccount(AccountProvider::PayPal);
+    PaymentEvent payment;
+    payment.accountId = paypal.id;
+    payment.date = Date::fromUnix(double(utc(2026, 5, 18)));
+    payment.usdAmount = 30;
+    payment.customerEmail = u"p@example.com"_s;
+    int goalsReached = 0;
+    QObject::connect(&tracker, &MrrTracker::goalReached, [&](double goal) { goalsReached += goal == 300 ? 1 : 100; });
+    tracker.setSettings({false, 300, u"USD"_s});
+    EXPECT_EQ(tracker.state().goal.text, u"—"_s); // the three months before June shrank
     const QList<CustomerMovement> may = [&] {
         clock->set(Date::fromUnix(double(utc(2026, 5, 20))));
-        QCoro::waitFor(tracker.refresh({account}, {}, false, {}));
+        QCoro::waitFor(tracker.refresh({account, paypal}, {payment}, false, {}));
         return tracker.state().monthMovements;
     }();
     ASSERT_EQ(may.size(), 1);
     EXPECT_EQ(may[0].customerId, u"cus_b"_s);
     EXPECT_EQ(may[0].customerName, u"cus_b@example.com"_s);
     EXPECT_EQ(may[0].kind, MrrMovementKind::Reactivation);
+    EXPECT_NEAR(tracker.state().summary.mrrUsd, 280 + e + 30, 1e-9);
+    EXPECT_EQ(tracker.state().summary.activeCustomers, 5);
+    EXPECT_TRUE(tracker.state().summary.approximate);
+    EXPECT_EQ(goalsReached, 1);
+    EXPECT_EQ(tracker.state().goal.text, u"$300 MRR reached"_s);
+    EXPECT_EQ(tracker.label(u"USD"), u"~$326"_s);
 
     // The damaged file was replaced by one that reads, with a snapshot per day refreshed.
     QList<FileDamage> damaged;
@@ -215,5 +232,7 @@ TEST(MrrRebuild, TwelveMonthsFromSubscriptionsAndPaidInvoices)
     ASSERT_EQ(snapshots.size(), 2);
     EXPECT_EQ(snapshots[0].day, Date::fromUnix(double(utc(2026, 5, 20))));
     EXPECT_EQ(snapshots[1].day, Date::fromUnix(double(utc(2026, 6, 15))));
+    EXPECT_NEAR(snapshots[0].mrrUsd, 280 + e + 30, 1e-9);
+    EXPECT_TRUE(snapshots[0].approximate);
     EXPECT_NEAR(snapshots[1].mrrUsd, 280 + e, 1e-9);
 }

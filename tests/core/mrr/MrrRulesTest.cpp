@@ -1,5 +1,7 @@
 #include "mrr/MrrGoal.h"
 #include "mrr/MrrMath.h"
+#include "mrr/MrrSnapshots.h"
+#include "mrr/PayPalMrr.h"
 #include "mrr/SubscriptionMrr.h"
 
 #include <gtest/gtest.h>
@@ -178,4 +180,50 @@ TEST(MrrGoal, EtaAtTheLastThreeMonthsPace)
     EXPECT_TRUE(MrrGoal::crossed(10000, 9999, 10000));
     EXPECT_FALSE(MrrGoal::crossed(10000, 10000, 12000));
     EXPECT_FALSE(MrrGoal::crossed(0, 0, 12000));
+}
+
+// PayPal: per payer, the recurring payments of the last 30 days make a month.
+TEST(PayPalMrr, ThirtyDaysOfPaymentsPerPayer)
+{
+    const QUuid account = QUuid::createUuid();
+    const auto payment = [&](const char *payer, double usd, double daysAgo, RevenueKind kind = RevenueKind::Recurring) {
+        PaymentEvent e;
+        e.id = QUuid::createUuid().toString();
+        e.accountId = account;
+        e.date = at.addingSeconds(-daysAgo * 86400);
+        e.usdAmount = usd;
+        e.kind = kind;
+        if (payer)
+            e.customerEmail = QString::fromLatin1(payer);
+        e.description = u"Pro plan"_s;
+        return e;
+    };
+    const QList<MrrSubscription> estimated = PayPalMrr::estimate(
+        {payment("a@example.com", 10, 1), payment("a@example.com", 15, 29), payment("b@example.com", 54, 3),
+         payment("c@example.com", 40, 31), payment("b@example.com", 54, 2, RevenueKind::Refund), payment(nullptr, 7, 4)},
+        at);
+    const MrrMath::CustomerMrr mrr = MrrMath::customerMrr(estimated, at, false);
+    EXPECT_EQ(mrr, (MrrMath::CustomerMrr{{MrrMath::customerKey(account, u"a@example.com"_s), 25},
+                                         {MrrMath::customerKey(account, u"b@example.com"_s), 54},
+                                         {MrrMath::customerKey(account, u"Pro plan"_s), 7}}));
+}
+
+// Without a listing, the months are what the daily snapshots saw at each month's end.
+TEST(MrrSnapshots, MonthsFromTheLastSnapshotOfEach)
+{
+    const TimeContext utc(QTimeZone::utc(), Qt::Monday);
+    const auto day = [](int month, int dayOfMonth) {
+        return Date::fromDateTime(QDateTime(QDate(2026, month, dayOfMonth), QTime(0, 0), QTimeZone::utc()));
+    };
+    QList<MrrSnapshot> snapshots;
+    for (const auto &[d, usd] : {std::pair{day(1, 31), 120.0}, {day(1, 10), 100.0}, {day(3, 5), 150.0}})
+        snapshots = MrrSnapshots::record(snapshots, {d, usd, int(usd / 10), false});
+    snapshots = MrrSnapshots::record(snapshots, {day(3, 5), 155, 15, true}); // the same day again
+    ASSERT_EQ(snapshots.size(), 3);
+    EXPECT_EQ(snapshots[0].day, day(1, 10));
+
+    const QList<MrrMonth> months = MrrSnapshots::months(snapshots, day(4, 2).addingSeconds(3600), utc, 12);
+    const QList<MrrMonth> expected{{day(1, 1), 120, 12, {}}, {day(2, 1), 120, 12, {}}, {day(3, 1), 155, 15, {}},
+                                   {day(4, 1), 155, 15, {}}};
+    EXPECT_EQ(months, expected);
 }

@@ -2,6 +2,7 @@
 #include "paypal/PayPalRecords.h"
 #include "stripe/StripeDecoding.h"
 #include "stripe/StripeRecords.h"
+#include "mrr/MrrSource.h"
 
 #include <gtest/gtest.h>
 
@@ -213,4 +214,51 @@ TEST(StripeRecords, MalformedJsonFailsWholeEvenWhereNothingIsRead)
         EXPECT_EQ(result.error().kind(), StripeError::Kind::Decoding);
         EXPECT_TRUE(result.error().description().startsWith(u"Stripe decode error: "_s));
     }
+}
+
+// The MRR inputs in both shapes: the old one's top-level subscription and coupon, the new
+// one's parent details and the coupon under the discount's source.
+TEST(StripeRecords, BillingRecordsInBothShapes)
+{
+    const auto subscription = decodeOk<BillingSubscription>(R"({
+      "id": "sub_1", "object": "subscription", "created": 1790000000, "currency": "EUR",
+      "customer": {"id": "cus_1", "object": "customer", "email": "a@example.com", "name": ""},
+      "discount": {"id": "di_old", "coupon": {"id": "co_1", "amount_off": null, "duration": "forever", "percent_off": 10}},
+      "discounts": [{"id": "di_new", "end": 1795000000, "source": {"coupon": {"id": "co_2", "amount_off": 500,
+                     "currency": "eur", "duration": "repeating", "percent_off": null}, "type": "coupon"}}, "di_id_only"],
+      "ended_at": null, "items": {"data": [{"id": "si_1", "price": {"id": "pr_1", "recurring": {"interval": "year",
+        "interval_count": 1, "usage_type": "metered"}, "unit_amount": null}, "quantity": 3}]},
+      "start_date": 1790000000, "status": "trialing", "trial_end": 1791000000})");
+    const auto basil = decodeOk<BillingInvoice>(R"({
+      "id": "in_new", "object": "invoice", "created": 1792000000, "currency": "eur", "subscription": null,
+      "lines": {"data": [
+        {"id": "il_1", "amount": 12000, "discount_amounts": [{"amount": 500, "discount": "di_new"}],
+         "parent": {"subscription_item_details": {"proration": false, "subscription": "sub_1", "subscription_item": "si_1"},
+                    "type": "subscription_item_details"},
+         "period": {"end": 1823536000, "start": 1792000000}},
+        {"id": "il_2", "amount": 700, "parent": {"subscription_item_details": {"proration": true,
+         "subscription": "sub_1", "subscription_item": "si_1"}}, "period": {"end": 1793000000, "start": 1792000000}}]},
+      "parent": {"subscription_details": {"subscription": {"id": "sub_1", "object": "subscription"}}}})");
+    const auto acacia = decodeOk<BillingInvoice>(R"({
+      "id": "in_old", "object": "invoice", "created": 1791000000, "currency": "eur",
+      "lines": {"data": [{"id": "il_3", "amount": 9000, "period": {"end": 1792000000, "start": 1791000000},
+        "proration": false, "subscription": "sub_1", "subscription_item": "si_1", "type": "subscription"}]},
+      "subscription": "sub_1"})");
+
+    const MrrListing listing = MrrSource::fromStripe({subscription}, {basil, acacia}, {});
+    ASSERT_EQ(listing.subscriptions.size(), 1);
+    const MrrSubscription &s = listing.subscriptions[0];
+    EXPECT_EQ(s.customerName, u"a@example.com"_s);
+    EXPECT_EQ(s.currency, u"eur"_s);
+    EXPECT_EQ(s.trialEnd, Date::fromUnix(1791000000));
+    ASSERT_EQ(s.discounts.size(), 1); // the expanded list wins over the old single discount
+    EXPECT_EQ(s.discounts[0], (MrrDiscount{0, 500, MrrDiscount::Duration::Repeating, Date::fromUnix(1795000000)}));
+    ASSERT_EQ(s.items.size(), 1);
+    EXPECT_TRUE(s.items[0].metered);
+    EXPECT_EQ(s.items[0].lastPaidAmount, 11500); // the latest paid period, less its discount
+    const QList<MrrInvoiceLine> lines = listing.lines.value(u"sub_1"_s);
+    ASSERT_EQ(lines.size(), 2); // the proration left out
+    EXPECT_EQ(lines[0].amount, 11500);
+    EXPECT_EQ(lines[0].interval, u"year"_s); // from the subscription's price
+    EXPECT_EQ(lines[1].amount, 9000);
 }
