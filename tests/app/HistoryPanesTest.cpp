@@ -135,7 +135,13 @@ TEST_F(AppFixture, MrrPaneFiltersMovementsMarksEstimatesAndSetsTheGoal)
     }
     const QString file = dir.filePath(u"mrr.csv"_s);
     ASSERT_TRUE(model.writeCsv(file));
-    EXPECT_EQ(readFile(file).count("\r\n"), model.rowCount() + 1);
+    const QList<QByteArray> lines = readFile(file).split('\n');
+    EXPECT_EQ(lines.size() - 1, model.rowCount() + 1);
+    EXPECT_EQ(lines[0], "customer,customer_id,account,movement,mrr_before_usd,mrr_after_usd,change_usd,approximate\r");
+    const CustomerMovement &first = state.monthMovements.first();
+    EXPECT_TRUE(lines[1].endsWith(QStringLiteral(",Demo business,%1,%2,%3,%4,no\r").arg(MrrTexts::movementName(first.kind).toLower(),
+        QString::number(first.fromUsd, 'f', 2), QString::number(first.toUsd, 'f', 2), QString::number(first.changeUsd(), 'f', 2)).toUtf8()))
+        << lines[1].toStdString();
     EXPECT_EQ(model.exportStatus(), u"Saved mrr.csv"_s);
 
     // A PayPal payer is an estimate: every figure it is part of says so.
