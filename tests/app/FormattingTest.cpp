@@ -2,8 +2,11 @@
 #include "viewmodels/ChartModel.h"
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
+#include "viewmodels/MrrChartModel.h"
+#include "viewmodels/MrrTexts.h"
 
 #include <limits>
+#include <QRegularExpression>
 #include <QTimeZone>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -228,4 +231,73 @@ TEST(Formatting, SkippedRecordsAreCountedPerAccountInTheAccountsOrder)
     EXPECT_EQ(Formatting::skippedRecordNotes({{accounts[1].id, 1}, {accounts[0].id, 2}, {QUuid::createUuid(), 4}}, accounts),
               (QStringList{u"2 records from Acme could not be read and were skipped"_s,
                            u"1 record from Beta could not be read and was skipped"_s}));
+}
+
+TEST(MrrTexts, FiguresInTheDisplayCurrencyAndMaskedInPrivacy)
+{
+    const Preferences usd, euro{.dashboardCurrency = u"EUR"_s}, hidden{.privacyMode = true};
+    const QLocale locale(QLocale::English, QLocale::UnitedStates);
+    using MrrTexts::goalEta;
+    const struct { const char *name; QString shown; const char *expected; } cases[] = {
+        {"gain", MrrTexts::signedAmount(420, usd), "+$420"},
+        {"loss", MrrTexts::signedAmount(-120, usd), "-$120"},
+        {"no change has no sign", MrrTexts::signedAmount(0, usd), "$0"},
+        {"a few cents show as nothing, unsigned", MrrTexts::signedAmount(0.3, usd), "$0"},
+        {"privacy hides the direction too", MrrTexts::signedAmount(-120, hidden), "$••••"},
+        {"net new in euros", MrrTexts::netNewLine(1100, euro), "+€1018 this month"},
+        {"ARR compact", MrrTexts::arrLine(148'800, usd), "ARR $149K"},
+        {"ARR masked", MrrTexts::arrLine(148'800, hidden), "ARR $••••"},
+        {"rate", MrrTexts::percent(0.0237, locale), "2.4%"},
+        {"net expansion is a negative churn rate", MrrTexts::percent(-0.05, locale), "-5.0%"},
+        {"a tiny negative rate is no negative zero", MrrTexts::percent(-0.0001, locale), "0.0%"},
+        {"eta", goalEta(10'000, 5, usd), "$10.0K MRR in about 5 months"},
+        {"eta in one month", goalEta(10'000, 1, usd), "$10.0K MRR in about 1 month"},
+        {"eta years away", goalEta(10'000, 30, usd), "$10.0K MRR in about 3 years"},
+        {"eta not growing", goalEta(10'000, std::nullopt, usd), "—"},
+        {"goal reached", goalEta(10'000, 0, usd), "$10.0K MRR reached"},
+        {"no goal", goalEta(0, 5, usd), ""},
+        {"eta masked", goalEta(10'000, 5, hidden), "$•••• MRR in about 5 months"},
+        {"goal typed back in euros", MrrTexts::goalInput(1080, euro), "1000"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(c.shown, QString::fromUtf8(c.expected)) << c.name;
+
+    const struct { const char *typed, *currency; std::optional<double> usd; } goals[] = {
+        {"10,000", "USD", 10'000}, {"12.5k", "USD", 12'500}, {" 2M ", "USD", 2'000'000}, {"1000", "EUR", 1080},
+        {"", "USD", 0.0}, {"lots", "USD", std::nullopt}, {"-5", "USD", std::nullopt}};
+    for (const auto &g : goals) {
+        const auto parsed = MrrTexts::parseGoal(QString::fromUtf8(g.typed), QString::fromUtf8(g.currency));
+        ASSERT_EQ(parsed.has_value(), g.usd.has_value()) << g.typed;
+        if (parsed)
+            EXPECT_NEAR(*parsed, *g.usd, 1e-6) << g.typed;
+    }
+}
+
+TEST(MrrChart, MovementsStackGainsAboveAndLossesBelowAndTheReadoutMasks)
+{
+    const MrrMovements month{.newMrr = 100, .expansion = 50, .contraction = 30, .churn = 20, .reactivation = 0};
+    using K = MrrMovementKind;
+    EXPECT_EQ(movementBars({{}, month}),
+              (QList<MovementBar>{{1, 0, 100, K::New}, {1, 100, 150, K::Expansion}, {1, 0, -30, K::Contraction},
+                                  {1, -30, -50, K::Churn}}))
+        << "an empty month and the zero reactivation draw nothing";
+
+    const TimeContext calendar(QTimeZone("Europe/Berlin"), Qt::Monday);
+    const QLocale locale(QLocale::English, QLocale::UnitedStates);
+    const Date march = Date::fromDateTime(QDate(2026, 3, 1).startOfDay(calendar.zone()));
+    const QList<MrrMonth> months{{.monthStart = march, .mrrUsd = 5'500, .movements = month}};
+    MrrChartModel chart(locale);
+    chart.setData(months, 10'800, Preferences{.dashboardCurrency = u"EUR"_s}, calendar);
+    EXPECT_EQ(chart.monthLabels(), QStringList{u"Mar"_s});
+    EXPECT_NEAR(chart.mrrLine().value(0), 5'092.59, 0.01) << "in euros";
+    EXPECT_NEAR(chart.goal().value_or(0), 10'000, 1e-6);
+    EXPECT_GE(chart.mrrAxis().top, 10'000) << "the goal line stays inside the chart";
+    EXPECT_EQ(chart.readout(0), u"March 2026\nMRR €5092\nNew +€92\nExpansion +€46\nReactivation €0\n"
+                                u"Contraction -€27\nChurn -€18\nNet new +€92"_s);
+    chart.setData(months, 0, Preferences{.privacyMode = true}, calendar);
+    EXPECT_FALSE(chart.goal().has_value());
+    const QString shown = chart.readout(0).section(u'\n', 1) + chart.mrrLabels().join(QString())
+                          + chart.barLabels().join(QString());
+    EXPECT_FALSE(shown.contains(QRegularExpression(u"\\d"_s)))
+        << chart.readout(0).toStdString();
 }

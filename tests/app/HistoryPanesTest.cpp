@@ -1,13 +1,17 @@
-// The achievements pane's decisions and the drill-down's model and CSV files.
+// The achievements pane's decisions, the drill-down's model and CSV files, and the MRR pane.
 #include "AppFixture.h"
 #include "model/CurrencyConverter.h"
 #include "support/TestUtil.h"
 #include "viewmodels/AchievementsModel.h"
 #include "viewmodels/DrillDownModel.h"
+#include "viewmodels/MrrModel.h"
+#include "viewmodels/MrrTexts.h"
+#include "mrr/MrrTracker.h"
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -96,4 +100,71 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     EXPECT_EQ(model.rowCount(), 0);
     EXPECT_EQ(model.emptyText(), u"No refunds in this range."_s);
     EXPECT_EQ(DrillDownLogic::summaryLine(1, 1), u"1 unique customer · 1 event"_s);
+}
+
+TEST_F(AppFixture, MrrPaneFiltersMovementsMarksEstimatesAndSetsTheGoal)
+{
+    const Account demo = Account::newDemoAccount();
+    Account shop = Account::newAccount(AccountProvider::PayPal);
+    shop.name = u"Shop"_s;
+    ASSERT_TRUE(storage().saveAccounts({demo, shop}));
+    RevenueEngine &e = startEngine();
+    MrrModel model(&e, locale);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    QCoro::waitFor(e.mrr()->refresh(e.accounts(), {}, true, {}));
+    const MrrState &state = e.mrr()->state();
+    ASSERT_FALSE(state.monthMovements.isEmpty());
+    EXPECT_EQ(model.approxText(), QString()) << "nothing estimated yet";
+    EXPECT_EQ(model.rowCount(), state.monthMovements.size());
+    const auto texts = [&](int role) {
+        QStringList out;
+        for (int row = 0; row < model.rowCount(); ++row)
+            out.append(model.data(model.index(row), role).toString());
+        return out;
+    };
+    for (int k = 0; k < model.kinds()->rowCount(); ++k) {
+        model.kinds()->choose(k);
+        const QString kind = model.kinds()->items()[k].label;
+        EXPECT_TRUE(model.kinds()->items()[k].checked);
+        EXPECT_EQ(texts(MrrModel::KindTextRole), QStringList(model.rowCount(), kind));
+        EXPECT_EQ(model.rowCount(), std::count_if(state.monthMovements.cbegin(), state.monthMovements.cend(),
+                                                  [&](const CustomerMovement &m) { return MrrTexts::movementName(m.kind) == kind; }))
+            << kind.toStdString();
+        model.kinds()->choose(k); // the chosen kind again lists every movement
+        EXPECT_EQ(model.rowCount(), state.monthMovements.size());
+    }
+    const QString file = dir.filePath(u"mrr.csv"_s);
+    ASSERT_TRUE(model.writeCsv(file));
+    const QList<QByteArray> lines = readFile(file).split('\n');
+    EXPECT_EQ(lines.size() - 1, model.rowCount() + 1);
+    EXPECT_EQ(lines[0], "customer,customer_id,account,movement,mrr_before_usd,mrr_after_usd,change_usd,approximate\r");
+    const CustomerMovement &first = state.monthMovements.first();
+    EXPECT_TRUE(lines[1].endsWith(QStringLiteral(",Demo business,%1,%2,%3,%4,no\r").arg(MrrTexts::movementName(first.kind).toLower(),
+        QString::number(first.fromUsd, 'f', 2), QString::number(first.toUsd, 'f', 2), QString::number(first.changeUsd(), 'f', 2)).toUtf8()))
+        << lines[1].toStdString();
+    EXPECT_EQ(model.exportStatus(), u"Saved mrr.csv"_s);
+
+    // A PayPal payer is an estimate: every figure it is part of says so.
+    QCoro::waitFor(e.mrr()->refresh(e.accounts(), {event(u"pp"_s, daysAgo(3), RevenueKind::Recurring, 30, shop.id)}, false, {}));
+    EXPECT_EQ(model.approxText(), u"approx."_s);
+    EXPECT_TRUE(model.entryText().endsWith(u" approx."_s)) << model.entryText().toStdString();
+
+    EXPECT_FALSE(model.setGoal(u"lots"_s));
+    EXPECT_FALSE(model.goalError().isEmpty());
+    EXPECT_EQ(e.preferences().mrrGoalUsd, 0);
+    ASSERT_TRUE(model.setGoal(u"20k"_s));
+    EXPECT_DOUBLE_EQ(e.preferences().mrrGoalUsd, 20'000);
+    EXPECT_EQ(model.goalText(), u"Goal $20.0K"_s);
+    EXPECT_DOUBLE_EQ(model.chart()->goal().value_or(0), 20'000) << "the chart draws the new goal at once";
+    ASSERT_TRUE(model.setGoal(u"1"_s));
+    EXPECT_EQ(model.goalLine(), u"$1 MRR reached"_s) << "a goal below MRR";
+    ASSERT_TRUE(model.setGoal(QString()));
+    EXPECT_EQ(model.goalLine(), u"No MRR goal set"_s);
+    EXPECT_FALSE(model.chart()->goal().has_value());
+
+    Preferences prefs = e.preferences();
+    prefs.privacyMode = true;
+    e.setPreferences(prefs);
+    EXPECT_FALSE(texts(MrrModel::ChangeTextRole).join(QString()).contains(QRegularExpression(u"\\d"_s)));
+    EXPECT_FALSE(texts(MrrModel::FromToTextRole).join(QString()).contains(QRegularExpression(u"\\d"_s)));
 }

@@ -5,6 +5,7 @@
 #include "shell/Navigation.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
+#include "shell/TrayPresentation.h"
 #include "support/ChildProcess.h"
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"
@@ -63,6 +64,7 @@ TEST(Navigation, PanesAndTheirPayloads)
         {"another tile", [&] { nav.showDrillDown(u"new"_s); }, "drillDown", "new"},
         {"unknown kind is ignored", [&] { nav.showDrillDown(u"bogus"_s); }, "drillDown", "new"},
         {"trophy", [&] { nav.showAchievements(); }, "achievements", ""},
+        {"recurring revenue", [&] { nav.showMrr(); }, "mrr", ""},
     };
     for (const auto &s : steps) {
         SCOPED_TRACE(s.name);
@@ -73,7 +75,26 @@ TEST(Navigation, PanesAndTheirPayloads)
         if (nav.paneName() == u"drillDown")
             EXPECT_EQ(nav.drillDownKindName(), QString::fromLatin1(s.detail));
     }
-    EXPECT_EQ(changes, 7); // the ignored and the unchanged steps announce nothing
+    EXPECT_EQ(changes, 8); // the ignored and the unchanged steps announce nothing
+}
+
+TEST(TrayPresentation, LabelShowsTheChosenFigureAndTheTooltipBoth)
+{
+    const TrayFigures revenue{u"$1348"_s, u"This month"_s, u"$12.3K"_s, false, QString()};
+    TrayFigures mrr = revenue;
+    mrr.labelShowsMrr = true;
+    mrr.goalEta = u"$15.0K MRR in about 4 months"_s;
+    const QString both = u"Quorvane · $1348 · This month · MRR $12.3K"_s;
+    const struct { const char *name; TrayFigures figures; bool hasData, blocked; TrayPresentation expected; } cases[] = {
+        {"revenue", revenue, true, false, {u"$1348"_s, both, QString()}},
+        {"MRR, with the goal's ETA", mrr, true, false, {u"$12.3K"_s, both, u"$15.0K MRR in about 4 months"_s}},
+        {"nothing loaded yet", revenue, false, false, {u"—"_s, u"Quorvane · — · This month · MRR $12.3K"_s, QString()}},
+        {"MRR not known yet", TrayFigures{u"$1348"_s, u"This month"_s, QString(), true, QString()}, true, false,
+         {u"—"_s, u"Quorvane · $1348 · This month · MRR —"_s, QString()}},
+        {"blocked", mrr, true, true, {u"Update"_s, u"Quorvane · Update required"_s, QString()}},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(trayPresentation(c.figures, c.hasData, c.blocked), c.expected) << c.name;
 }
 
 TEST(Symbols, EveryNameResolvesToABundledIcon)
@@ -225,6 +246,8 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         app.navigation()->showDrillDown(u"new"_s);
         QCoreApplication::processEvents();
         app.navigation()->showAtRisk();
+        QCoreApplication::processEvents();
+        app.navigation()->showMrr();
         QCoreApplication::processEvents();
         app.navigation()->showAchievements();
         app.achievements()->toggleEditing();

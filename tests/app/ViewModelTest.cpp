@@ -6,6 +6,7 @@
 #include "viewmodels/CopiedEmail.h"
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
+#include "viewmodels/MrrModel.h"
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
@@ -262,6 +263,8 @@ TEST_F(AppFixture, PrivacyModeHidesEveryFigureOfEveryPane)
     AtRiskModel &atRisk = *app.atRisk();
     DrillDownModel &drillDown = *app.drillDown();
     AchievementsModel &achievements = *app.achievements();
+    MrrModel &mrr = *app.mrr();
+    ASSERT_TRUE(mrr.setGoal(u"10000"_s));
     drillDown.setKind(RevenueKind::New);
 
     const auto figures = [&] {
@@ -293,6 +296,8 @@ TEST_F(AppFixture, PrivacyModeHidesEveryFigureOfEveryPane)
             {"drill-down customer named by a description", column(drillDown, "displayName")},
             {"records, milestones and the draft of a record", records},
             {"tray", {app.trayLabel(), app.trayPresentation().toolTipTitle}},
+            {"MRR figures and goal", {mrr.mrrText(), mrr.entryText(), mrr.arrText(), mrr.netNewText(), mrr.arpaText(), mrr.goalText()}},
+            {"MRR movement totals and chart axes", mrr.kindAmounts() + mrr.chart()->mrrLabels() + mrr.chart()->barLabels()},
         };
     };
     for (const bool privacy : {false, true}) {
@@ -422,6 +427,10 @@ TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)
     EXPECT_TRUE(preferencesOnDisk(storage()).value(u"showRefunds"_s).toBool());
     general.setDarkMode(false);
     EXPECT_FALSE(preferencesOnDisk(storage()).value(u"darkMode"_s).toBool());
+    general.setTrayShowsMrr(true);
+    general.setMrrCountsTrials(true);
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"menubarShowsMrr"_s).toBool());
+    EXPECT_TRUE(preferencesOnDisk(storage()).value(u"mrrCountTrials"_s).toBool());
     general.setCurrencyIndex(4);
     EXPECT_EQ(preferencesOnDisk(storage()).value(u"dashboardCurrency"_s).toString(), u"CAD");
     EXPECT_EQ(general.currencyLabels().first(), u"USD – US Dollar");

@@ -9,6 +9,7 @@ ColumnLayout {
     required property DashboardModel dashboard
     required property Navigation navigation
     property UpdateModel update
+    property MrrModel mrr
     signal quitRequested()
     signal openLink(url link)
     // Hidden until the dashboard is next shown; the footer button stays.
@@ -239,6 +240,24 @@ ColumnLayout {
             MenuButton {
                 label: pane.dashboard.rangeLabel
                 choices: pane.dashboard.ranges
+            }
+            Item { Layout.fillWidth: true }
+            // Monthly recurring revenue has a pane of its own.
+            Clickable {
+                id: mrrEntry
+                objectName: "mrrEntry"
+                visible: pane.mrr !== null
+                implicitWidth: mrrEntryRow.implicitWidth + 12
+                implicitHeight: 24
+                hoverEnabled: true
+                onClicked: pane.navigation.showMrr()
+                background: Rectangle { radius: 6; color: mrrEntry.hovered ? Appearance.control : "transparent"; border.color: Appearance.hairline }
+                contentItem: RowLayout {
+                    id: mrrEntryRow
+                    spacing: 4
+                    UiText { Layout.leftMargin: 6; text: pane.mrr ? pane.mrr.entryText : ""; size: 11; font.weight: Font.Medium }
+                    Symbol { name: "chevron.right"; size: 10; color: Appearance.secondary }
+                }
             }
         }
         RowLayout {

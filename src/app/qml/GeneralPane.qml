@@ -37,6 +37,20 @@ ColumnLayout {
         onToggled: v => pane.settings.saleSound = v
     }
 
+    SectionHeader { text: "Monthly recurring revenue" }
+    SettingRow {
+        title: "Show MRR in the tray"
+        note: "Instead of the range's revenue; the tooltip always has both."
+        checked: pane.settings.trayShowsMrr
+        onToggled: v => pane.settings.trayShowsMrr = v
+    }
+    SettingRow {
+        title: "Count trials"
+        note: "Trialing subscriptions count towards MRR."
+        checked: pane.settings.mrrCountsTrials
+        onToggled: v => pane.settings.mrrCountsTrials = v
+    }
+
     SectionHeader { text: "Dashboard currency" }
     ComboBox {
         id: currency

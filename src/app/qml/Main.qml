@@ -88,6 +88,7 @@ Window {
                     case "achievements": return achievementsPane
                     case "drillDown": return drillDownPane
                     case "atRisk": return atRiskPane
+                    case "mrr": return mrrPane
                     default: return dashboardPane
                     }
                 }
@@ -109,6 +110,7 @@ Window {
         DashboardPane {
             update: window.app.update
             dashboard: window.app.dashboard
+            mrr: window.app.mrr
             navigation: window.app.navigation
             onQuitRequested: window.app.quit()
             onOpenLink: link => window.app.openUrl(link)
@@ -135,6 +137,13 @@ Window {
             model: window.app.atRisk
             navigation: window.app.navigation
             onOpenLink: link => window.app.openUrl(link)
+        }
+    }
+    Component {
+        id: mrrPane
+        MrrPane {
+            model: window.app.mrr
+            navigation: window.app.navigation
         }
     }
     Component {

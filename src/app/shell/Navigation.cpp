@@ -52,6 +52,7 @@ QString Navigation::paneName() const
     case AppPane::Case::Dashboard: return u"dashboard"_s;
     case AppPane::Case::AtRisk: return u"atRisk"_s;
     case AppPane::Case::Achievements: return u"achievements"_s;
+    case AppPane::Case::Mrr: return u"mrr"_s;
     }
     return {};
 }

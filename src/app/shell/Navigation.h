@@ -16,7 +16,7 @@ inline constexpr std::array allSettingsPanes = {SettingsPane::General, SettingsP
 // Which pane the window shows; settings carries its tab and drill-down its kind.
 struct AppPane
 {
-    enum class Case { Settings, DrillDown, Dashboard, AtRisk, Achievements };
+    enum class Case { Settings, DrillDown, Dashboard, AtRisk, Achievements, Mrr };
     Case kind = Case::Dashboard;
     SettingsPane settingsTab = SettingsPane::General; // meaningful for Settings only
     RevenueKind drillDownKind = RevenueKind::New;     // meaningful for DrillDown only
@@ -26,6 +26,7 @@ struct AppPane
     static AppPane drillDown(RevenueKind kind) { return {Case::DrillDown, SettingsPane::General, kind}; }
     static AppPane atRisk() { return {Case::AtRisk, SettingsPane::General, RevenueKind::New}; }
     static AppPane achievements() { return {Case::Achievements, SettingsPane::General, RevenueKind::New}; }
+    static AppPane mrr() { return {Case::Mrr, SettingsPane::General, RevenueKind::New}; }
 
     // Equal when the case and its own payload are equal; other payload fields do not count.
     friend bool operator==(const AppPane &a, const AppPane &b);
@@ -48,7 +49,7 @@ public:
     AppPane current() const { return m_current; }
     void setCurrent(const AppPane &pane);
 
-    // "dashboard", "settings", "drillDown", "atRisk", "achievements".
+    // "dashboard", "settings", "drillDown", "atRisk", "achievements", "mrr".
     QString paneName() const;
     QString settingsTabName() const;
     QString drillDownKindName() const;
@@ -60,6 +61,7 @@ public:
     Q_INVOKABLE void showDrillDown(const QString &kind);
     Q_INVOKABLE void showAtRisk() { setCurrent(AppPane::atRisk()); }
     Q_INVOKABLE void showAchievements() { setCurrent(AppPane::achievements()); }
+    Q_INVOKABLE void showMrr() { setCurrent(AppPane::mrr()); }
 
 Q_SIGNALS:
     void paneChanged();

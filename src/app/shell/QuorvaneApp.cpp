@@ -1,5 +1,7 @@
 #include "QuorvaneApp.h"
 
+#include "model/CurrencyConverter.h"
+#include "mrr/MrrTracker.h"
 #include "platform/Notifications.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
@@ -53,6 +55,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     m_achievements = std::make_unique<AchievementsModel>(m_engine.get(), m_options.locale);
     m_drillDown = std::make_unique<DrillDownModel>(m_engine.get(), m_options.locale);
     m_atRisk = std::make_unique<AtRiskModel>(m_engine.get(), m_options.locale);
+    m_mrr = std::make_unique<MrrModel>(m_engine.get(), m_options.locale);
     Appearance::setInstance(&m_appearance);
     m_appearance.follow(m_engine.get());
     m_loginItem = Platform::createLoginItem(m_options.autostartConfigHome);
@@ -103,6 +106,7 @@ bool QuorvaneApp::start()
                             &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
                             &RevenueEngine::accountsChanged})
             connect(m_engine.get(), signal, this, &QuorvaneApp::updateTray);
+        connect(m_engine->mrr(), &MrrTracker::stateChanged, this, &QuorvaneApp::updateTray);
         updateTray();
         m_tray->show();
     }
@@ -138,7 +142,8 @@ void QuorvaneApp::updateTray()
         return;
     const TrayPresentation shown = trayPresentation();
     m_tray->setLabel(shown.label);
-    m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
+    m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle,
+                       shown.toolTipText);
 }
 
 QImage QuorvaneApp::trayIcon() const
@@ -150,9 +155,23 @@ QImage QuorvaneApp::trayIcon() const
 
 TrayPresentation QuorvaneApp::trayPresentation() const
 {
-    return ::trayPresentation(m_engine->menubarLabel(),
-                              Formatting::rangeMenuLabel(m_engine->preferences().selectedRange),
-                              m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
+    const Preferences &prefs = m_engine->preferences();
+    const MrrTracker &mrr = *m_engine->mrr();
+    const bool mrrKnown = mrr.state().updatedAt.has_value() || !mrr.state().months.isEmpty();
+    const auto masked = [&](const QString &figure) {
+        return prefs.privacyMode ? CurrencyConverter::mask(prefs.dashboardCurrency) : figure;
+    };
+    // The engine's label is the range's revenue unless it was asked for MRR.
+    const Totals totals = m_engine->totals(prefs.selectedRange);
+    const QString revenue = prefs.menubarShowsMrr
+        ? masked(CurrencyConverter::formatCompact(totals.newMRR + totals.recurringMRR, prefs.dashboardCurrency))
+        : m_engine->menubarLabel();
+    const TrayFigures figures{.revenue = revenue,
+                              .rangeLabel = Formatting::rangeMenuLabel(prefs.selectedRange),
+                              .mrr = mrrKnown ? masked(mrr.label(prefs.dashboardCurrency)) : QString(),
+                              .labelShowsMrr = prefs.menubarShowsMrr,
+                              .goalEta = m_mrr->hasGoal() ? m_mrr->goalLine() : QString()};
+    return ::trayPresentation(figures, m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
                               m_updateChecker->isBlocked());
 }
 

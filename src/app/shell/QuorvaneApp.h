@@ -11,6 +11,7 @@
 #include "viewmodels/DashboardModel.h"
 #include "viewmodels/DrillDownModel.h"
 #include "viewmodels/GeneralSettingsModel.h"
+#include "viewmodels/MrrModel.h"
 #include "viewmodels/UpdateModel.h"
 #include "update/UpdateChecker.h"
 
@@ -55,6 +56,7 @@ class QuorvaneApp : public QObject
     Q_PROPERTY(AchievementsModel *achievements READ achievements CONSTANT)
     Q_PROPERTY(DrillDownModel *drillDown READ drillDown CONSTANT)
     Q_PROPERTY(AtRiskModel *atRisk READ atRisk CONSTANT)
+    Q_PROPERTY(MrrModel *mrr READ mrr CONSTANT)
     // No tray host shows the item: the panel is an ordinary window, found in the task switcher
     // and closed by its close button, and opened again by launching the program.
     Q_PROPERTY(bool windowed READ windowed CONSTANT)
@@ -79,6 +81,7 @@ public:
     AchievementsModel *achievements() { return m_achievements.get(); }
     DrillDownModel *drillDown() { return m_drillDown.get(); }
     AtRiskModel *atRisk() { return m_atRisk.get(); }
+    MrrModel *mrr() { return m_mrr.get(); }
     TrayItem *tray() { return m_tray.get(); }
     QQuickWindow *window() const { return m_window; }
     QQmlApplicationEngine *qmlEngine() { return &m_qml; }
@@ -133,6 +136,7 @@ private:
     std::unique_ptr<AchievementsModel> m_achievements;
     std::unique_ptr<DrillDownModel> m_drillDown;
     std::unique_ptr<AtRiskModel> m_atRisk;
+    std::unique_ptr<MrrModel> m_mrr;
     std::unique_ptr<TrayItem> m_tray;
     std::unique_ptr<LoginItem> m_loginItem;
     QQmlApplicationEngine m_qml;

@@ -89,9 +89,9 @@ QList<double> yAxisMarks(double minimum, double maximum, int target)
     return marks;
 }
 
-YAxis yAxis(double lowest, double highest)
+YAxis yAxis(double lowest, double highest, int target)
 {
-    YAxis axis{.marks = yAxisMarks(lowest, highest)};
+    YAxis axis{.marks = yAxisMarks(lowest, highest, target)};
     axis.top = axis.marks.last();
     axis.bottom = lowest < 0 ? std::max(axis.marks.first(), lowest * 1.125) : 0.0; // an eighth more room
     axis.marks.removeIf([&](double mark) { return mark < axis.bottom; });

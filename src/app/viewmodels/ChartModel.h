@@ -36,7 +36,7 @@ struct YAxis
     QList<double> marks;
     friend bool operator==(const YAxis &, const YAxis &) = default;
 };
-YAxis yAxis(double lowest, double highest);
+YAxis yAxis(double lowest, double highest, int target = 4);
 QColor seriesColor(const QString &series);
 
 // What the chart item draws: the plots, the axis marks and their labels.

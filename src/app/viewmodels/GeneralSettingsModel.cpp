@@ -119,6 +119,25 @@ void GeneralSettingsModel::setStartAtLogin(bool value)
     edit([value](Preferences &p) { p.startAtLogin = value; });
 }
 
+bool GeneralSettingsModel::trayShowsMrr() const
+{
+    return m_engine->preferences().menubarShowsMrr;
+}
+
+void GeneralSettingsModel::setTrayShowsMrr(bool value)
+{
+    edit([value](Preferences &p) { p.menubarShowsMrr = value; });
+}
+
+bool GeneralSettingsModel::mrrCountsTrials() const
+{
+    return m_engine->preferences().mrrCountTrials;
+}
+
+void GeneralSettingsModel::setMrrCountsTrials(bool value)
+{
+    edit([value](Preferences &p) { p.mrrCountTrials = value; });
+}
 
 qint64 GeneralSettingsModel::steppedRefresh(qint64 current, int direction)
 {

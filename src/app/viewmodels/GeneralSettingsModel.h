@@ -25,6 +25,8 @@ class GeneralSettingsModel : public QObject
     Q_PROPERTY(bool saleSound READ saleSound WRITE setSaleSound NOTIFY changed)
     Q_PROPERTY(bool darkMode READ darkMode WRITE setDarkMode NOTIFY changed)
     Q_PROPERTY(bool startAtLogin READ startAtLogin WRITE setStartAtLogin NOTIFY changed)
+    Q_PROPERTY(bool trayShowsMrr READ trayShowsMrr WRITE setTrayShowsMrr NOTIFY changed)
+    Q_PROPERTY(bool mrrCountsTrials READ mrrCountsTrials WRITE setMrrCountsTrials NOTIFY changed)
 
     Q_PROPERTY(QStringList currencyLabels READ currencyLabels CONSTANT)
     Q_PROPERTY(int currencyIndex READ currencyIndex WRITE setCurrencyIndex NOTIFY changed)
@@ -62,6 +64,10 @@ public:
     void setDarkMode(bool value);
     bool startAtLogin() const;
     void setStartAtLogin(bool value);
+    bool trayShowsMrr() const;
+    void setTrayShowsMrr(bool value);
+    bool mrrCountsTrials() const;
+    void setMrrCountsTrials(bool value);
 
     QStringList currencyLabels() const;
     int currencyIndex() const; // -1 for a stored code outside the menu

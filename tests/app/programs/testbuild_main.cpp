@@ -2,6 +2,7 @@
 // switches that point it at loopback provider servers and a temporary data folder, open the
 // panel on a chosen pane and write pictures of it. Release builds contain none of this.
 #include "engine/RevenueEngine.h"
+#include "mrr/MrrTracker.h"
 #include "platform/StatusNotifierItem.h"
 #include "shell/Fonts.h"
 #include "shell/QuorvaneApp.h"
@@ -82,12 +83,13 @@ int main(int argc, char **argv)
     const QCommandLineOption stripeBase(u"stripe-base"_s, u"Stripe API base URL."_s, u"url"_s);
     const QCommandLineOption paypalBase(u"paypal-base"_s, u"PayPal API base URL."_s, u"url"_s);
     const QCommandLineOption seed(u"seed"_s, u"Add an account before starting."_s, u"fields"_s);
-    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER, achievements[:edit], drilldown:KIND, atrisk."_s, u"pane"_s);
+    const QCommandLineOption pane(u"pane"_s, u"dashboard, settings:TAB, editor:PROVIDER, achievements[:edit], drilldown:KIND, atrisk, mrr."_s, u"pane"_s);
     const QCommandLineOption range(u"range"_s, u"Selected range."_s, u"range"_s);
     const QCommandLineOption privacy(u"privacy"_s, u"Privacy mode on."_s);
     const QCommandLineOption light(u"light"_s, u"Dark mode preference off."_s);
+    const QCommandLineOption mrrGoal(u"mrr-goal"_s, u"MRR goal in US dollars."_s, u"usd"_s);
     const QCommandLineOption expandFirst(u"expand-first"_s, u"Open the first feed row."_s);
-    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, atrisk, loading, error, update or nothing."_s, u"state"_s);
+    const QCommandLineOption waitFor(u"wait-for"_s, u"refreshed, atrisk, mrr, loading, error, update or nothing."_s, u"state"_s);
     const QCommandLineOption retry(u"retry"_s, u"Retry the at-risk pane's row ROW, 3 s after the last; ROW:now at once."_s,
                                    u"row"_s);
     const QCommandLineOption screenshot(u"screenshot"_s, u"Write the panel to this PNG and quit."_s, u"file"_s);
@@ -96,7 +98,7 @@ int main(int argc, char **argv)
     const QCommandLineOption webBase(u"web-base"_s, u"Favicon services and sites at this base URL."_s, u"url"_s);
     const QCommandLineOption openMenu(u"open-menu"_s, u"Open the menu button with this object name."_s, u"name"_s);
     const QCommandLineOption checkUpdates(u"check-updates"_s, u"Ask the web base for the version file."_s);
-    parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, expandFirst, waitFor, screenshot,
+    parser.addOptions({dataDir, stripeBase, paypalBase, seed, pane, range, privacy, light, mrrGoal, expandFirst, waitFor, screenshot,
                        trayShot, show, webBase, checkUpdates, openMenu, retry});
     parser.addHelpOption();
     parser.process(app);
@@ -139,6 +141,8 @@ int main(int argc, char **argv)
         prefs.privacyMode = true;
     if (parser.isSet(light))
         prefs.darkMode = false;
+    if (parser.isSet(mrrGoal))
+        prefs.mrrGoalUsd = parser.value(mrrGoal).toDouble();
     if (!options.environment.storage.savePreferences(prefs))
         return 2;
 
@@ -160,6 +164,8 @@ int main(int argc, char **argv)
             quorvane.navigation()->showDrillDown(paneName.mid(10));
         } else if (paneName == u"atrisk"_s) {
             quorvane.navigation()->showAtRisk();
+        } else if (paneName == u"mrr"_s) {
+            quorvane.navigation()->showMrr();
         } else {
             quorvane.navigation()->showDashboard();
         }
@@ -177,6 +183,9 @@ int main(int argc, char **argv)
         if (state == u"atrisk"_s)
             return engine->lastRefreshed().has_value() && !engine->isLoading() && !engine->isLoadingAtRisk()
                    && engine->atRiskRefreshTotal() > 0 && engine->atRiskRefreshDone() == engine->atRiskRefreshTotal();
+        if (state == u"mrr"_s)
+            return engine->lastRefreshed().has_value() && !engine->isLoading() && !engine->isLoadingHistoricalGap()
+                   && engine->mrr()->state().updatedAt.has_value() && !engine->mrr()->state().isLoading;
         if (state == u"loading"_s)
             return engine->isLoading();
         if (state == u"error"_s)
