@@ -212,6 +212,8 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
             EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
         }
         app.navigation()->showSettings(u"accounts"_s);
+        app.accounts()->askToRemove(0);
+        QCoreApplication::processEvents();
         app.accounts()->addAccount(u"stripe"_s);
         QCoreApplication::processEvents();
         app.accounts()->editor()->setStripeRestrictedKey(u"rk_test_saved"_s);

@@ -409,9 +409,24 @@ TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
     accounts.edit(0);
     EXPECT_EQ(accounts.editor()->titleText(), u"Acme");
     accounts.closeEditor();
-    accounts.remove(0);
+    const QModelIndex row = accounts.index(0);
+    for (const bool confirmed : {false, true}) { // asked first; only a confirmed removal deletes
+        accounts.askToRemove(0);
+        EXPECT_TRUE(row.data(AccountsModel::RemovalPendingRole).toBool());
+        EXPECT_EQ(accounts.removalQuestion(), u"Remove Acme? Its key is deleted from this computer.");
+        EXPECT_EQ(storage().loadAccounts().size(), 1);
+        confirmed ? accounts.confirmRemoval() : accounts.cancelRemoval();
+        EXPECT_EQ(accounts.removalQuestion(), u"");
+    }
     EXPECT_TRUE(accounts.isEmpty());
     EXPECT_TRUE(storage().loadAccounts().isEmpty());
+    const struct { AccountProvider provider; const char *name; bool keyring; const char *asked; } questions[] = {
+        {AccountProvider::PayPal, "Design Shop", true, "Remove Design Shop? Its client secret is deleted from the keyring."},
+        {AccountProvider::Stripe, "Acme", true, "Remove Acme? Its key is deleted from the keyring."},
+        {AccountProvider::Demo, "Demo business", true, "Remove Demo business? Its made-up figures leave the dashboard."}};
+    for (const auto &q : questions)
+        EXPECT_EQ(AccountsModel::removalQuestion({.name = QString::fromUtf8(q.name), .provider = q.provider}, q.keyring),
+                  QString::fromUtf8(q.asked));
 }
 
 TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)

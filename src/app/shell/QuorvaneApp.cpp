@@ -62,6 +62,7 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     connect(m_engine.get(), &RevenueEngine::preferencesChanged, this, &QuorvaneApp::applyPreferences);
     // Leaving a pane discards its drafts: an open editor does not survive navigation.
     connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::closeEditor);
+    connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::cancelRemoval);
     // Saving is done with settings: the dashboard shows the new account's first refresh.
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
