@@ -263,6 +263,60 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
 }
 
+// On a short screen (1080 px at twice the scale leaves 540) the chart gives way and the body
+// scrolls, so the footer stays in reach; settings scroll with a bar, and take a tall screen's room.
+TEST_F(AppFixture, ShortScreensKeepTheFooterAndSettingsInReach)
+{
+    const Account acme{.name = u"Acme"_s};
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    QList<PaymentEvent> feed;
+    for (int i = 0; i < 12; ++i)
+        feed.append(event(QString::number(i), daysAgo(0.1 + i), RevenueKind::New, 49, acme.id));
+    ASSERT_TRUE(storage().saveFeed(feed));
+    QuorvaneApp app(appOptions());
+    ASSERT_TRUE(app.start());
+    QQuickWindow *window = app.window();
+    const std::function<QQuickItem *(QQuickItem *, const char *)> find = [&](QQuickItem *root, const char *name) {
+        for (QQuickItem *child : root->childItems())
+            if (QQuickItem *hit = child->objectName() == QLatin1StringView(name) ? child : find(child, name))
+                return hit;
+        return static_cast<QQuickItem *>(nullptr);
+    };
+    const auto item = [&](const char *name) { return find(window->contentItem(), name); };
+    const auto inWindow = [&](QQuickItem *i) {
+        return i && i->isVisible() && QRectF(QPointF(0, 0), window->size()).contains(i->mapRectToScene(i->boundingRect()));
+    };
+    const struct { const char *name; QRect screen; bool chartGivesWay, scrolls, settingsScroll; } screens[] = {
+        {"1080 px at 2x", {0, 0, 960, 540}, true, false, true},
+        {"768 px at 2x", {0, 0, 683, 384}, true, true, true},
+        {"1200 px at 1x", {0, 0, 1920, 1200}, false, false, false}};
+    for (const auto &s : screens) {
+        SCOPED_TRACE(s.name);
+        app.fitPanelTo(s.screen);
+        app.showPanelAt(QPoint(0, 0));
+        ASSERT_TRUE(waitUntil([&] { return app.engine()->feed().size() == 12 && item("settingsButton"); }));
+        QCoreApplication::processEvents();
+        EXPECT_LE(window->height(), s.screen.height());
+        EXPECT_TRUE(inWindow(item("settingsButton")));
+        EXPECT_EQ(item("dashboardBody")->property("scrolls").toBool(), s.scrolls);
+        EXPECT_EQ(item("revenueChart")->height() < 140, s.chartGivesWay);
+        app.navigation()->showSettings(u"general"_s);
+        QCoreApplication::processEvents();
+        QQuickItem *scroll = item("settingsScroll");
+        ASSERT_NE(scroll, nullptr);
+        const QList<QQuickItem *> parts = scroll->findChildren<QQuickItem *>();
+        const auto bar = std::ranges::find_if(parts, [](QQuickItem *i) {
+            return i->inherits("QQuickScrollBar") && i->property("orientation").toInt() == Qt::Vertical;
+        });
+        ASSERT_NE(bar, parts.end());
+        EXPECT_EQ((*bar)->property("policy").toInt() == 2, s.settingsScroll) << "the bar stays on while it scrolls";
+        EXPECT_EQ(scroll->property("contentHeight").toReal() > scroll->height(), s.settingsScroll);
+        EXPECT_TRUE(inWindow(scroll));
+        EXPECT_EQ(window->height() > 460 + 28, s.screen.height() > 400) << "what room there is is used";
+        app.hidePanel();
+    }
+}
+
 // Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc closes the innermost thing
 // (a menu, the account editor) first and the panel when no control used it, wherever the focus is.
 TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)

@@ -71,10 +71,11 @@ Window {
             y: 14
             width: frame.width - 28
             height: frame.height - 28
-            // The settings panel has a fixed height and scrolls; the other panes size to
-            // content, and the dashboard's feed gives way when the screen is short.
-            implicitHeight: window.app.navigation.pane === "settings" && !window.app.update.isBlocked
-                            ? 460 : (loader.item ? loader.item.implicitHeight : 0)
+            // Every pane sizes to its content up to what the screen has room for; then the
+            // dashboard's body and the settings' tab scroll.
+            // Settings keep at least 460, so switching to a short tab does not make it jump.
+            implicitHeight: !loader.item ? 0 : window.app.navigation.pane === "settings" && !window.app.update.isBlocked
+                            ? Math.max(460, loader.item.implicitHeight) : loader.item.implicitHeight
 
             Loader {
                 id: loader

@@ -231,14 +231,19 @@ void QuorvaneApp::togglePanel(const QRect &trayGeometry, const QPoint &clickPoin
         screen = QGuiApplication::primaryScreen();
     const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, panelWidth, m_window->height());
     // The window's height binds to this, so the size read below is already capped.
-    if (const int capped = std::max(200, area.height() - 2 * gapFromBar); capped != m_maxPanelHeight) {
-        m_maxPanelHeight = capped;
-        Q_EMIT maxPanelHeightChanged();
-    }
+    fitPanelTo(area);
     const QSize size(m_window->width(), std::max(1, m_window->height()));
     // Wayland compositors place windows themselves; the position is only a wish there. The
     // shadow's transparent margin may overlap the bar: the visible gap is what counts.
     showPanelAt(panelGeometry(trayGeometry, clickPoint, size, area, gapFromBar - m_frameMargin).topLeft());
+}
+
+void QuorvaneApp::fitPanelTo(const QRect &area)
+{
+    if (const int capped = std::max(200, area.height() - 2 * gapFromBar); capped != m_maxPanelHeight) {
+        m_maxPanelHeight = capped;
+        Q_EMIT maxPanelHeightChanged();
+    }
 }
 
 void QuorvaneApp::showPanelAt(const QPoint &topLeft)

@@ -86,6 +86,8 @@ public:
     // Shows the panel next to the tray item, or hides it when it is open.
     void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
     void showPanelAt(const QPoint &topLeft);
+    // Caps the panel's height to what `area`, the free part of a screen, has room for.
+    void fitPanelTo(const QRect &area);
     // Shows the panel (raising it when it is open): where the tray item was not clicked, such as
     // a second launch or a notification.
     void openPanel();
