@@ -1,6 +1,7 @@
 #include "QuorvaneApp.h"
 
 #include "platform/Notifications.h"
+#include "platform/ScreenPresses.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
 #include "shell/TrayPresentation.h"
@@ -10,10 +11,8 @@
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QQuickItem>
 #include <QScreen>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -122,6 +121,8 @@ bool QuorvaneApp::start()
     if (!m_window)
         return false;
     m_window->installEventFilter(this);
+    m_presses = std::make_unique<ScreenPresses>();
+    connect(m_presses.get(), &ScreenPresses::pressed, this, &QuorvaneApp::closeOnPressOutside);
     connect(m_window, &QQuickWindow::frameSwapped, this, [this] { m_firstFrame.finish(); }, Qt::SingleShotConnection);
     applyPreferences();
     // The demo is for trying the app: on a setup with accounts of the user's own it would mix
@@ -226,6 +227,13 @@ void QuorvaneApp::togglePanel(const QRect &trayGeometry, const QPoint &clickPoin
         hidePanel();
         return;
     }
+    // A press on the tray item while the panel was open has closed it already: the activation
+    // that follows the same click must not open it again.
+    const QRect item = trayGeometry.isValid() ? trayGeometry : QRect(clickPoint, QSize(1, 1)).adjusted(-24, -24, 24, 24);
+    if (m_closedByPress.isValid() && m_closedByPress.elapsed() < 1500 && item.contains(m_closingPress)) {
+        m_closedByPress.invalidate();
+        return;
+    }
     QScreen *screen = QGuiApplication::screenAt(clickPoint);
     if (!screen)
         screen = QGuiApplication::primaryScreen();
@@ -256,33 +264,31 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
     m_window->show();
     startUpdateChecks();
     // The headless platform of tests and screenshots has no stacking order to change.
-    if (QGuiApplication::platformName() != u"offscreen"_s) {
+    if (QGuiApplication::platformName() != u"offscreen"_s)
         m_window->raise();
-        grabInput(10);
-    }
+    // Nothing is grabbed: a press elsewhere is seen without it, and the desktop's shortcuts
+    // keep working while the panel is open. Esc reaches the panel through the focus.
     m_window->requestActivate();
 }
 
-void QuorvaneApp::grabInput(int attemptsLeft)
+void QuorvaneApp::closeOnPressOutside(const QPoint &globalPosition)
 {
-    // Like a menu: the pointer and keyboard come to the panel while it is open, so a click
-    // anywhere else or Esc closes it even where no window manager moves the focus. The host's
-    // own menu may still hold the grab for a moment after "Open Quorvane": try again shortly.
-    if (!m_window || !m_window->isVisible() || attemptsLeft <= 0)
+    // An ordinary window stays when another is used.
+    if (m_windowed || !m_window || !m_window->isVisible())
         return;
-    if (m_window->setMouseGrabEnabled(true) && m_window->setKeyboardGrabEnabled(true))
+    // The shadow's transparent margin is not part of the panel the user sees.
+    const QMargins shadow(m_frameMargin, m_frameMargin, m_frameMargin, m_frameMargin);
+    if (m_window->geometry().marginsRemoved(shadow).contains(globalPosition))
         return;
-    QTimer::singleShot(100, this, [this, attemptsLeft] { grabInput(attemptsLeft - 1); });
+    hidePanel();
+    m_closingPress = globalPosition;
+    m_closedByPress.start();
 }
 
 void QuorvaneApp::hidePanel()
 {
     if (!m_window)
         return;
-    if (QGuiApplication::platformName() != u"offscreen"_s) { // nothing was grabbed there
-        m_window->setKeyboardGrabEnabled(false);
-        m_window->setMouseGrabEnabled(false);
-    }
     m_wasActive = false;
     m_window->hide();
 }
@@ -291,15 +297,9 @@ bool QuorvaneApp::eventFilter(QObject *watched, QEvent *event)
 {
     // An ordinary window closes by its close button and stays when another is used.
     if (watched == m_window && !m_windowed) {
-        // A menu-bar panel closes when the user clicks elsewhere.
-        if (event->type() == QEvent::MouseButtonPress) {
-            const auto *press = static_cast<QMouseEvent *>(event);
-            // Under the grab, presses outside the window arrive here with outside positions.
-            if (!QRectF(QPointF(0, 0), m_window->size()).contains(press->position())) {
-                hidePanel();
-                return true;
-            }
-        } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
+        // A menu-bar panel closes when the user clicks elsewhere (seen by the screen's presses)
+        // or uses another window (the focus leaves it).
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
                    && !m_deliveringEscape) {
             // What is innermost takes Esc first: an open popup, an editor (as Cancel). An Esc
             // that no control used closes the panel, wherever the focus is.

@@ -14,6 +14,7 @@
 #include "viewmodels/UpdateModel.h"
 #include "update/UpdateChecker.h"
 
+#include <QElapsedTimer>
 #include <QLocale>
 #include <QObject>
 #include <QPointer>
@@ -38,6 +39,8 @@ struct AppOptions
 
 // The application entry: owns the engine and the update checker for the life of the
 // process, the view models, the tray item and the panel window.
+class ScreenPresses;
+
 class QuorvaneApp : public QObject
 {
     Q_OBJECT
@@ -115,7 +118,7 @@ protected:
 private:
     void updateTray();
     void applyPreferences();
-    void grabInput(int attemptsLeft);
+    void closeOnPressOutside(const QPoint &globalPosition);
     void startUpdateChecks();
 
     // Finished when the panel's first frame is drawn, or at start when the panel stays shut: the
@@ -136,6 +139,9 @@ private:
     std::unique_ptr<DrillDownModel> m_drillDown;
     std::unique_ptr<AtRiskModel> m_atRisk;
     std::unique_ptr<TrayItem> m_tray;
+    std::unique_ptr<ScreenPresses> m_presses;
+    QElapsedTimer m_closedByPress; // when a press outside last closed the panel, and where
+    QPoint m_closingPress;
     std::unique_ptr<LoginItem> m_loginItem;
     QQmlApplicationEngine m_qml;
     QPointer<QQuickWindow> m_window;
