@@ -1,6 +1,7 @@
 import QtQuick
 import Quorvane
 import QtQuick.Window
+import QtQuick.Controls.Basic
 
 // The panel window: frameless, on top, 440 wide; its height follows the pane up to what the
 // screen has room for. Where no tray host shows the item it is an ordinary, framed window. Where a compositor runs, the panel has rounded corners and a soft
@@ -37,6 +38,13 @@ Window {
     palette.toolTipBase: Appearance.popup
     palette.toolTipText: Appearance.primary
     palette.placeholderText: Appearance.tertiary
+
+    // Tooltips keep clear of the shadow's transparent margin, inside the panel the user sees.
+    Binding {
+        target: frame.ToolTip.toolTip
+        property: "margins"
+        value: window.margin + 6
+    }
 
     // The shadow: stacked outlines fading outwards.
     Repeater {
