@@ -219,6 +219,10 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         app.accounts()->editor()->setStripeRestrictedKey(u"rk_test_saved"_s);
         app.accounts()->editor()->save();
         EXPECT_EQ(app.navigation()->paneName(), u"dashboard"); // Save returns to the dashboard
+        ASSERT_TRUE(waitUntil([&] { return app.engine()->lastError().has_value() && !app.engine()->isLoading(); }));
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(app.trayPresentation().toolTipTitle.contains(u"Last refresh failed: Acme has no key — edit it (and more)"))
+            << app.trayPresentation().toolTipTitle.toStdString();
         app.navigation()->showSettings(u"accounts"_s);
         app.accounts()->addAccount(u"paypal"_s);
         QCoreApplication::processEvents();

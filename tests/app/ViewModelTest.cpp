@@ -323,6 +323,12 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
     EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"false false false");
+    // The banner leads to the refused key's editor.
+    EXPECT_EQ(dashboard.errorSummary(), u"Stripe rejected the key for Acme — edit it");
+    QList<QUuid> edited;
+    QObject::connect(&dashboard, &DashboardModel::accountEditRequested, [&](const QUuid &id) { edited.append(id); });
+    dashboard.actOnError();
+    EXPECT_EQ(edited, QList<QUuid>{e.accounts()[0].id});
 }
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)

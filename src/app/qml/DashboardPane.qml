@@ -187,18 +187,38 @@ ColumnLayout {
                             wrapMode: Text.Wrap
                             size: 11
                         }
-                        IconButton {
-                            Layout.alignment: Qt.AlignTop
-                            symbol: errorBanner.expanded ? "chevron.up" : "chevron.down"
-                            symbolSize: 9
-                            tip: errorBanner.expanded ? "Hide details" : "Show details"
+                    }
+                    // What to do about it, and what the line above leaves out.
+                    RowLayout {
+                        Layout.leftMargin: 18
+                        spacing: 10
+                        PushButton {
+                            objectName: "errorAction"
+                            text: pane.dashboard.errorActionText
+                            onClicked: pane.dashboard.actOnError()
+                        }
+                        Clickable {
+                            id: detailsToggle
+                            visible: pane.dashboard.errorDetails.length > 0
+                            implicitWidth: detailsText.implicitWidth
+                            implicitHeight: 26
+                            hoverEnabled: true
                             onClicked: errorBanner.expanded = !errorBanner.expanded
+                            contentItem: UiText {
+                                id: detailsText
+                                text: errorBanner.expanded ? "Hide details" : "Details"
+                                size: 11
+                                verticalAlignment: Text.AlignVCenter
+                                font.underline: detailsToggle.hovered
+                                color: Appearance.accent
+                            }
                         }
                     }
                     UiText {
-                        visible: errorBanner.expanded
+                        visible: errorBanner.expanded && pane.dashboard.errorDetails.length > 0
                         Layout.fillWidth: true
-                        text: pane.dashboard.lastError
+                        Layout.leftMargin: 18
+                        text: pane.dashboard.errorDetails
                         textFormat: Text.PlainText
                         wrapMode: Text.WrapAnywhere
                         font.family: "monospace"

@@ -66,6 +66,10 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
     connect(m_drillDown.get(), &DrillDownModel::kindRequested, &m_navigation, &Navigation::showDrillDown);
+    connect(m_dashboard.get(), &DashboardModel::accountEditRequested, this, [this](const QUuid &accountId) {
+        m_navigation.showSettings(u"accounts"_s);
+        m_accounts->editAccount(accountId);
+    });
     connect(&m_navigation, &Navigation::paneChanged, this, [this] {
         if (m_navigation.current().kind == AppPane::Case::DrillDown)
             m_drillDown->setKind(m_navigation.current().drillDownKind);
@@ -101,7 +105,7 @@ bool QuorvaneApp::start()
         connect(m_tray.get(), &TrayItem::quitRequested, this, &QuorvaneApp::quit);
         for (auto signal : {&RevenueEngine::menubarLabelChanged, &RevenueEngine::lastRefreshedChanged,
                             &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
-                            &RevenueEngine::accountsChanged})
+                            &RevenueEngine::accountsChanged, &RevenueEngine::lastErrorChanged})
             connect(m_engine.get(), signal, this, &QuorvaneApp::updateTray);
         updateTray();
         m_tray->show();
@@ -155,7 +159,7 @@ TrayPresentation QuorvaneApp::trayPresentation() const
     return ::trayPresentation(m_engine->menubarLabel(),
                               Formatting::rangeMenuLabel(m_engine->preferences().selectedRange),
                               m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
-                              m_updateChecker->isBlocked());
+                              m_updateChecker->isBlocked(), m_dashboard->error().summary);
 }
 
 QString QuorvaneApp::trayLabel() const

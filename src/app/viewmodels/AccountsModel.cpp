@@ -134,6 +134,13 @@ void AccountsModel::edit(int row)
         openEditor(m_accounts.at(row));
 }
 
+void AccountsModel::editAccount(const QUuid &accountId)
+{
+    for (qsizetype row = 0; row < m_accounts.size(); ++row)
+        if (m_accounts.at(row).id == accountId)
+            edit(static_cast<int>(row));
+}
+
 void AccountsModel::setEnabled(int row, bool enabled)
 {
     if (row < 0 || row >= m_accounts.size())

@@ -46,6 +46,7 @@ public:
     // "stripe" or "paypal".
     Q_INVOKABLE void addAccount(const QString &provider);
     Q_INVOKABLE void edit(int row);
+    void editAccount(const QUuid &accountId);
     Q_INVOKABLE void setEnabled(int row, bool enabled);
     // Removing asks first: the row shows the question until it is confirmed or cancelled, and
     // only a confirmed removal deletes the account and its stored key.
