@@ -397,11 +397,17 @@ TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
     EXPECT_TRUE(engine.accounts().isEmpty());
     editor->setStripeRestrictedKey(u" rk_test_123 "_s);
     editor->setName(u"  Acme  "_s);
+    editor->setWebsite(u" https://www.Acme.io/x"_s);
     EXPECT_EQ(editor->titleText(), u"Acme");
     editor->save();
     EXPECT_EQ(accounts.editor(), nullptr);
     ASSERT_EQ(engine.accounts().size(), 1);
     EXPECT_EQ(engine.accounts()[0].stripeRestrictedKey, u"rk_test_123"); // pasted keys are trimmed
+    EXPECT_EQ(engine.accounts()[0].websiteDomain, u"acme.io"_s);
+    const struct { const char *typed, *domain; } websites[] = {{" https://www.Acme.io/pricing ", "acme.io"},
+        {"shop.example.com", "shop.example.com"}, {"", ""}, {"not a site", ""}, {"localhost", ""}};
+    for (const auto &w : websites)
+        EXPECT_EQ(AccountEditor::websiteDomain(QString::fromUtf8(w.typed)), QString::fromUtf8(w.domain)) << w.typed;
     EXPECT_EQ(storage().loadAccounts().size(), 1);
 
     accounts.addAccount(u"paypal"_s);
