@@ -234,7 +234,11 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         QCoreApplication::processEvents();
         app.navigation()->showAchievements();
         app.achievements()->toggleEditing();
+        app.achievements()->setDrafts(u"abc"_s, {}, {});
         QCoreApplication::processEvents();
+        app.achievements()->toggleEditing(); // refused, with its reason beside the draft
+        EXPECT_TRUE(app.achievements()->editing());
+        EXPECT_FALSE(app.achievements()->draftProblems().constFirst().isEmpty());
         app.navigation()->showDrillDown(u"new"_s);
         QCoreApplication::processEvents();
         EXPECT_EQ(app.accounts()->editor(), nullptr); // drafts do not survive leaving the pane
