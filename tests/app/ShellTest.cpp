@@ -100,6 +100,15 @@ TEST(Symbols, EveryNameResolvesToABundledIcon)
         EXPECT_TRUE(inked); // drawn, and in the asked colour
     }
     EXPECT_FALSE(Symbols::resourcePath(u"no.such.symbol").has_value());
+    // "fill" symbols are drawn filled, with the marks inside cut out (points on Lucide's 24 grid).
+    const struct { const char *name; QPoint at; bool inked; } fills[] = {
+        {"star.fill", {12, 12}, true}, {"exclamationmark.triangle.fill", {8, 18}, true},
+        {"exclamationmark.triangle.fill", {12, 11}, false}, {"xmark.circle.fill", {6, 12}, true},
+        {"xmark.circle.fill", {12, 12}, false}, {"trophy.fill", {12, 6}, true}, {"eye", {12, 12}, false}};
+    for (const auto &f : fills) {
+        const QImage image = Symbols::render(QString::fromLatin1(f.name), Qt::red, QSize(96, 96));
+        EXPECT_EQ(qAlpha(image.pixel(f.at * 4 + QPoint(2, 2))) > 128, f.inked) << f.name << " at " << f.at.x() << "," << f.at.y();
+    }
 }
 
 TEST(Fonts, OutfitIsTheApplicationFont)
