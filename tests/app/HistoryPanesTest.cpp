@@ -44,7 +44,7 @@ TEST(AchievementsLogic, CaptionsAndNextMilestones)
 
     // The milestone is the next above the record; the bar is the current period's way to it.
     const AchievementsState s{.bestDayUSD = 100'000, .bestWeekUSD = 999, .bestMonthUSD = 56'488}; // every day milestone reached
-    auto rows = AchievementsLogic::nextUp(s, {3000, 999.9, 12'000}, prefs);
+    auto rows = AchievementsLogic::nextUp(s, {3000, 999.4, 12'000}, prefs);
     ASSERT_EQ(rows.size(), 2);
     EXPECT_EQ(rows[0].period, AchievementPeriod::Week);
     EXPECT_EQ(rows[0].title + u' ' + rows[0].periodName, u"$1,000 in a week"_s);
@@ -53,6 +53,8 @@ TEST(AchievementsLogic, CaptionsAndNextMilestones)
     EXPECT_EQ(rows[1].title, u"$100,000"_s) << "one money form across the pane, not $100K beside $5000";
     EXPECT_EQ(rows[1].toGo, u"This month $12,000 · $88,000 to go"_s);
     EXPECT_DOUBLE_EQ(rows[1].fraction, 0.12) << "this month, not the best month";
+    rows = AchievementsLogic::nextUp({}, {60, 0, 0}, prefs);
+    EXPECT_EQ(rows[0].title + u' ' + rows[0].toGo, u"$100 Today $60 · $40 to go"_s) << "$50 is reached today, records or not";
 
     // A typed record that would not be stored says why instead of being dropped on Save.
     const struct { const char *typed; double record; const char *problem; } drafts[] = {

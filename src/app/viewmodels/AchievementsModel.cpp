@@ -56,10 +56,11 @@ QList<NextUp> nextUp(const AchievementsState &state, const std::array<double, 3>
 {
     QList<NextUp> rows;
     for (AchievementPeriod period : {AchievementPeriod::Day, AchievementPeriod::Week, AchievementPeriod::Month}) {
-        const auto threshold = BestRecords::nextThreshold(period, best(state, period));
+        // A milestone the current period has passed is reached, even before the records say so.
+        const double now = std::max(current.at(static_cast<size_t>(period)), 0.0);
+        const auto threshold = BestRecords::nextThreshold(period, std::max(best(state, period), now));
         if (!threshold)
             continue;
-        const double now = std::max(current.at(static_cast<size_t>(period)), 0.0);
         const double fraction = std::clamp(now / *threshold, 0.0, 1.0);
         rows.append({.period = period,
                      .threshold = *threshold,
@@ -67,9 +68,8 @@ QList<NextUp> nextUp(const AchievementsState &state, const std::array<double, 3>
                      .title = Formatting::formatMoneyWhole(*threshold, preferences),
                      .periodName = periodName(period),
                      .percent = QString::number(static_cast<int>(fraction * 100)) + u'%',
-                     // Down and up to whole units: never "$0 to go" short of the milestone.
-                     .toGo = u"%1 %2 · %3 to go"_s.arg(currentName(period),
-                                                        Formatting::formatMoneyWhole(std::floor(now), preferences),
+                     // Up to whole units: never "$0 to go" short of the milestone.
+                     .toGo = u"%1 %2 · %3 to go"_s.arg(currentName(period), Formatting::formatMoneyWhole(now, preferences),
                                                         Formatting::formatMoneyWhole(std::ceil(std::max(*threshold - now, 0.0)), preferences))});
     }
     return rows;
