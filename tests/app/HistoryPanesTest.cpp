@@ -7,6 +7,8 @@
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 
 using namespace Qt::StringLiterals;
@@ -91,8 +93,17 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     EXPECT_EQ(readFile(file).count("\r\n"), 3);
     ASSERT_TRUE(model.writeCsv(u"events"_s, file));
     EXPECT_EQ(readFile(file).count("\r\n"), 4) << "every kind of the range, the 60-day-old event left out";
+    EXPECT_EQ(model.exportStatus(), u"Saved out.csv in "_s + QDir::toNativeSeparators(dir.path()));
+    QStringList shown;
+    QObject::connect(&model, &DrillDownModel::showInFolderRequested, [&](const QString &path) { shown << path; });
+    model.showSavedFile();
+    EXPECT_EQ(shown, QStringList{QFileInfo(file).absoluteFilePath()});
     EXPECT_FALSE(model.writeCsv(u"events"_s, dir.filePath(u"missing/out.csv"_s)));
     EXPECT_TRUE(model.exportStatus().startsWith(u"Couldn't save out.csv: "_s));
+    EXPECT_EQ(model.savedFile(), u""_s) << "nothing to show after a failed save";
+    // The dialog starts in the first of Documents, Downloads and home that exists.
+    EXPECT_EQ(DrillDownLogic::exportFolder({dir.filePath(u"missing"_s), dir.path()}), dir.path());
+    EXPECT_EQ(DrillDownLogic::exportFolder({QString(), dir.filePath(u"missing"_s)}), QDir::homePath());
 
     Preferences prefs = e.preferences();
     prefs.privacyMode = true;

@@ -9,6 +9,7 @@
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDir>
 #include <QGuiApplication>
@@ -259,6 +260,24 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         QCoreApplication::processEvents();
     }
     EXPECT_EQ(console.text(), "");
+}
+
+// The save dialog takes the focus, which closes the panel; closing the dialog brings it back on
+// the pane it showed.
+TEST_F(AppFixture, ThePanelComesBackAfterTheSaveDialog)
+{
+    QuorvaneApp app(appOptions());
+    ASSERT_TRUE(app.start());
+    app.showPanelAt(QPoint(0, 0));
+    app.navigation()->showDrillDown(u"churn"_s);
+    app.drillDown()->exportCsv(u"customers"_s);
+    app.hidePanel();
+    const QWidgetList dialogs = QApplication::topLevelWidgets();
+    const auto dialog = std::ranges::find_if(dialogs, [](QWidget *w) { return w->inherits("QFileDialog") && w->isVisible(); });
+    ASSERT_NE(dialog, dialogs.end());
+    (*dialog)->close();
+    EXPECT_TRUE(app.window()->isVisible());
+    EXPECT_EQ(app.navigation()->paneName(), u"drillDown");
 }
 
 // Without any tray host the program would be invisible: the panel opens once by itself.

@@ -2,6 +2,7 @@
 
 #include "platform/Notifications.h"
 #include "platform/ScreenPresses.h"
+#include "platform/ShowInFolder.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
 #include "shell/TrayPresentation.h"
@@ -66,6 +67,9 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
     connect(m_drillDown.get(), &DrillDownModel::kindRequested, &m_navigation, &Navigation::showDrillDown);
+    // The save dialog may have taken the panel's focus and closed it: it comes back where it was.
+    connect(m_drillDown.get(), &DrillDownModel::exportDialogClosed, this, &QuorvaneApp::reopenPanel);
+    connect(m_drillDown.get(), &DrillDownModel::showInFolderRequested, this, &Platform::showInFolder);
     connect(m_dashboard.get(), &DashboardModel::accountEditRequested, this, [this](const QUuid &accountId) {
         m_navigation.showSettings(u"accounts"_s);
         m_accounts->editAccount(accountId);
@@ -272,6 +276,19 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
         m_window->raise();
     // Nothing is grabbed: a press elsewhere is seen without it, and the desktop's shortcuts
     // keep working while the panel is open. Esc reaches the panel through the focus.
+    m_window->requestActivate();
+}
+
+void QuorvaneApp::reopenPanel()
+{
+    if (!m_window)
+        return;
+    if (!m_window->isVisible()) {
+        m_wasActive = false;
+        m_window->show(); // where it was, on the pane it showed
+    }
+    if (QGuiApplication::platformName() != u"offscreen"_s)
+        m_window->raise();
     m_window->requestActivate();
 }
 

@@ -94,6 +94,8 @@ public:
     // Shows the panel (raising it when it is open): where the tray item was not clicked, such as
     // a second launch or a notification.
     void openPanel();
+    // Shows the panel again where it was and on the pane it showed (after a dialog of its own).
+    void reopenPanel();
     // The panel on the dashboard with the event's row open.
     void openEvent(const QString &eventId);
     bool windowed() const { return m_windowed; }
