@@ -75,5 +75,5 @@ bool ScreenPresses::nativeEventFilter(const QByteArray &eventType, void *message
     // A raw press carries no position: the pointer is where it was pressed.
     if (isButtonPress(static_cast<const xcb_input_raw_button_press_event_t *>(message)))
         Q_EMIT pressed(QCursor::pos());
-    return true; // selected by nothing but this
+    return false; // Qt passes over raw events it did not ask for
 }
