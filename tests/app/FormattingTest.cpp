@@ -1,6 +1,6 @@
 #include "model/CurrencyConverter.h"
 #include "viewmodels/ChartModel.h"
-#include "shell/TrayPresentation.h"
+#include "shell/TrayProblem.h"
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 
@@ -224,9 +224,14 @@ TEST(Formatting, ErrorSummarySaysWhatToDoAndDetailsAddTheRest)
          u"Quorvane · $12 · Today · Last refresh failed: Stripe rejected the key for Acme — edit it"_s},
         {"two", u"Can't reach Stripe for A — check the connection\nB has no key — edit it"_s,
          u"Quorvane · $12 · Today · Last refresh failed: Can't reach Stripe for A — check the connection (and more)"_s}};
-    for (const auto &t : tray)
-        EXPECT_EQ(trayPresentation(u"$12"_s, u"Today"_s, true, false, t.problem),
-                  (TrayPresentation{u"$12"_s, t.title})) << t.name;
+    for (const auto &t : tray) {
+        TrayPresentation shown;
+        shown.label = u"$12"_s;
+        shown.toolTipTitle = u"Quorvane · $12 · Today"_s;
+        const TrayPresentation withProblem = withRefreshProblem(shown, t.problem);
+        EXPECT_EQ(withProblem.toolTipTitle, t.title) << t.name;
+        EXPECT_EQ(withProblem.label, u"$12") << "the label stays the figure";
+    }
 }
 
 TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)

@@ -231,8 +231,8 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         EXPECT_EQ(app.navigation()->paneName(), u"dashboard"); // Save returns to the dashboard
         ASSERT_TRUE(waitUntil([&] { return app.engine()->lastError().has_value() && !app.engine()->isLoading(); }));
         QCoreApplication::processEvents();
-        EXPECT_TRUE(app.trayPresentation().toolTipTitle.contains(u"Last refresh failed: Acme has no key — edit it (and more)"))
-            << app.trayPresentation().toolTipTitle.toStdString();
+        EXPECT_TRUE(app.shownInTray().toolTipTitle.contains(u"Last refresh failed: Acme has no key — edit it (and more)"))
+            << app.shownInTray().toolTipTitle.toStdString();
         app.navigation()->showSettings(u"accounts"_s);
         app.accounts()->addAccount(u"paypal"_s);
         QCoreApplication::processEvents();

@@ -6,6 +6,7 @@
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
 #include "shell/TrayPresentation.h"
+#include "shell/TrayProblem.h"
 #include "viewmodels/Formatting.h"
 
 #include <QCoreApplication>
@@ -146,7 +147,7 @@ void QuorvaneApp::updateTray()
 {
     if (!m_tray)
         return;
-    const TrayPresentation shown = trayPresentation();
+    const TrayPresentation shown = shownInTray();
     m_tray->setLabel(shown.label);
     m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle, {});
 }
@@ -163,7 +164,12 @@ TrayPresentation QuorvaneApp::trayPresentation() const
     return ::trayPresentation(m_engine->menubarLabel(),
                               Formatting::rangeMenuLabel(m_engine->preferences().selectedRange),
                               m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
-                              m_updateChecker->isBlocked(), m_dashboard->error().summary);
+                              m_updateChecker->isBlocked());
+}
+
+TrayPresentation QuorvaneApp::shownInTray() const
+{
+    return withRefreshProblem(trayPresentation(), m_dashboard->error().summary);
 }
 
 QString QuorvaneApp::trayLabel() const

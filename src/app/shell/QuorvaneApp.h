@@ -106,6 +106,8 @@ public:
     // "Update" while this version is blocked, else the running figure.
     QString trayLabel() const;
     TrayPresentation trayPresentation() const;
+    // What the tray item shows: the above, and a failed refresh in its tooltip.
+    TrayPresentation shownInTray() const;
     QImage trayIcon() const;
 
     Q_INVOKABLE void quit();

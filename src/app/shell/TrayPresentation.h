@@ -14,7 +14,5 @@ struct TrayPresentation
 
 // `figure` is the engine's running figure for `rangeLabel`; `hasData` says whether revenue was
 // ever loaded: before that a "$0" would be a claim, so the item shows a dash. While this
-// version is blocked the item only says "Update". `problem`, the last refresh's failure in
-// plain words, is added to the tooltip: hosts that show no label show the title alone.
-TrayPresentation trayPresentation(const QString &figure, const QString &rangeLabel, bool hasData, bool updateBlocked,
-                                  const QString &problem = {});
+// version is blocked the item only says "Update".
+TrayPresentation trayPresentation(const QString &figure, const QString &rangeLabel, bool hasData, bool updateBlocked);
