@@ -430,6 +430,13 @@ TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
     }
     EXPECT_EQ(app.engine()->accounts().size(), 2);
     EXPECT_EQ(app.navigation()->paneName(), u"dashboard");
+    app.navigation()->showSettings(u"accounts"_s);
+    app.accounts()->askToRemove(0);
+    QCoreApplication::processEvents();
+    press(Qt::Key_Escape); // the removal question takes the first Esc, as Cancel
+    EXPECT_EQ(app.accounts()->removalQuestion(), u"");
+    EXPECT_EQ(app.engine()->accounts().size(), 2);
+    EXPECT_TRUE(window->isVisible());
     press(Qt::Key_Escape);
     EXPECT_FALSE(window->isVisible());
 }
