@@ -1,5 +1,6 @@
 #include "model/CurrencyConverter.h"
 #include "viewmodels/ChartModel.h"
+#include "shell/TrayProblem.h"
 #include "viewmodels/ErrorSummary.h"
 #include "viewmodels/Formatting.h"
 #include "viewmodels/MrrChartModel.h"
@@ -188,29 +189,52 @@ TEST(Formatting, NegatedAmountsNeverSignAZero)
         EXPECT_EQ(negated(QString::fromUtf8(c.text)), QString::fromUtf8(c.expected)) << c.text;
 }
 
-TEST(Formatting, ErrorSummaryKeepsTheProviderMessageAndLeavesBodiesToDetails)
+// The banner says in plain words what to do; the details add what it leaves out (status, the
+// provider's code and message, the network's wording), never the same line again.
+TEST(Formatting, ErrorSummarySaysWhatToDoAndDetailsAddTheRest)
 {
     const QString stripeBody
         = uR"({"error": {"code": "api_key_expired", "message": "Expired API Key provided: rk_live_****Key", "type": "invalid_request_error"}})"_s;
-    const struct { const char *name; QString lastError, summary; } cases[] = {
-        {"Stripe JSON body", u"[Acme] Stripe HTTP 401: "_s + stripeBody,
-         u"[Acme] Stripe HTTP 401: Expired API Key provided: rk_live_****Key"_s},
-        {"PayPal description", uR"([Shop] PayPal HTTP 401: {"error":"invalid_client","error_description":"Client Authentication failed"})"_s,
-         u"[Shop] PayPal HTTP 401: Client Authentication failed"_s},
-        {"markup without message", u"[Acme] Stripe HTTP 502: <html><body>Bad gateway</body></html>"_s,
-         u"[Acme] Stripe HTTP 502"_s},
-        {"transport error", u"[Acme] Connection refused"_s, u"[Acme] Connection refused"_s},
-        {"two accounts", u"[A] Host not found · [B] Stripe HTTP 500: {}"_s, u"[A] Host not found\n[B] Stripe HTTP 500"_s},
-        {"too long", u"[A] "_s + QString(300, u'x'), u"[A] "_s + QString(135, u'x') + u'…'},
-        {"nothing", QString(), QString()},
+    const QHash<QString, QString> providers{{u"Acme"_s, u"Stripe"_s}, {u"Shop"_s, u"PayPal"_s}};
+    const struct { const char *name; QString lastError, summary, details, edit; } cases[] = {
+        {"refused Stripe key", u"[Acme] Stripe HTTP 401: "_s + stripeBody, u"Stripe rejected the key for Acme — edit it"_s,
+         u"Acme: HTTP 401 · api_key_expired · Expired API Key provided: rk_live_****Key"_s, u"Acme"_s},
+        {"refused PayPal credentials", uR"([Shop] PayPal HTTP 401: {"error":"invalid_client","error_description":"Client Authentication failed"})"_s,
+         u"PayPal rejected the credentials for Shop — edit it"_s, u"Shop: HTTP 401 · invalid_client · Client Authentication failed"_s, u"Shop"_s},
+        {"server error with a markup page", u"[Acme] Stripe HTTP 502: <html><body>Bad gateway</body></html>"_s,
+         u"Stripe had a problem answering for Acme — try again"_s, u"Acme: HTTP 502"_s, {}},
+        {"transport error names the account's provider", u"[Shop] Host api-m.paypal.com not found"_s,
+         u"Can't reach PayPal for Shop — check the connection"_s, u"Shop: Host api-m.paypal.com not found"_s, {}},
+        {"missing key", u"[Acme] No Stripe API key configured"_s, u"Acme has no key — edit it"_s, {}, u"Acme"_s},
+        {"throttled listing", u"[Acme] charges fetch HTTP 429: Too many requests"_s,
+         u"Stripe is limiting requests for Acme — try again in a minute"_s, u"Acme: HTTP 429 · Too many requests"_s, {}},
+        {"two accounts: the first refused one is edited", u"[Acme] Connection refused · [Shop] PayPal HTTP 403: {}"_s,
+         u"Can't reach Stripe for Acme — check the connection\nPayPal rejected the credentials for Shop — edit it"_s,
+         u"Acme: Connection refused\nShop: HTTP 403"_s, u"Shop"_s},
+        {"nothing", QString(), QString(), QString(), {}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        const ErrorSummary summary = summarizeError(c.lastError);
-        EXPECT_EQ(summary.summary, c.summary);
-        EXPECT_EQ(summary.details.isEmpty(), c.lastError.isEmpty());
+        const ErrorSummary error = summarizeError(c.lastError, providers);
+        EXPECT_EQ(error.summary, c.summary);
+        EXPECT_EQ(error.details, c.details);
+        EXPECT_EQ(error.accountToEdit, c.edit);
     }
-    EXPECT_TRUE(summarizeError(u"[Acme] Stripe HTTP 401: "_s + stripeBody).details.contains(u"api_key_expired"_s));
+    // The tray's tooltip carries the first line of it; hosts that draw no label show only that.
+    const struct { const char *name; QString problem, title; } tray[] = {
+        {"no error", {}, u"Quorvane · $12 · Today"_s},
+        {"one", u"Stripe rejected the key for Acme — edit it"_s,
+         u"Quorvane · $12 · Today · Last refresh failed: Stripe rejected the key for Acme — edit it"_s},
+        {"two", u"Can't reach Stripe for A — check the connection\nB has no key — edit it"_s,
+         u"Quorvane · $12 · Today · Last refresh failed: Can't reach Stripe for A — check the connection (and more)"_s}};
+    for (const auto &t : tray) {
+        TrayPresentation shown;
+        shown.label = u"$12"_s;
+        shown.toolTipTitle = u"Quorvane · $12 · Today"_s;
+        const TrayPresentation withProblem = withRefreshProblem(shown, t.problem);
+        EXPECT_EQ(withProblem.toolTipTitle, t.title) << t.name;
+        EXPECT_EQ(withProblem.label, u"$12") << "the label stays the figure";
+    }
 }
 
 TEST(Formatting, UnknownCurrenciesAreCountedNotSilentlyZero)

@@ -10,6 +10,8 @@
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
+#include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QRegularExpression>
 
@@ -44,15 +46,30 @@ TEST(AchievementsLogic, CaptionsAndNextMilestones)
     Preferences prefs;
     EXPECT_EQ(AchievementsLogic::caption(300, 300, prefs), (AchievementsLogic::Caption{u"New best"_s, true}));
     EXPECT_EQ(AchievementsLogic::caption(0, 0, prefs), (AchievementsLogic::Caption{u"First record"_s, false}));
-    EXPECT_EQ(AchievementsLogic::caption(10, 300, prefs).text, u"Best $300"_s);
+    EXPECT_EQ(AchievementsLogic::caption(10, 3672, prefs).text, u"Best $3,672"_s);
 
-    const AchievementsState s{.bestDayUSD = 100'000, .bestWeekUSD = 999}; // every day milestone reached
-    auto rows = AchievementsLogic::nextUp(s, prefs);
+    // The milestone is the next above the record; the bar is the current period's way to it.
+    const AchievementsState s{.bestDayUSD = 100'000, .bestWeekUSD = 999, .bestMonthUSD = 56'488}; // every day milestone reached
+    auto rows = AchievementsLogic::nextUp(s, {3000, 999.4, 12'000}, prefs);
     ASSERT_EQ(rows.size(), 2);
     EXPECT_EQ(rows[0].period, AchievementPeriod::Week);
+    EXPECT_EQ(rows[0].title + u' ' + rows[0].periodName, u"$1,000 in a week"_s);
     EXPECT_EQ(rows[0].percent, u"99%"_s) << "truncated, not rounded";
-    EXPECT_EQ(rows[0].toGo, u"$1 to go"_s);
-    EXPECT_EQ(rows[1].fraction, 0);
+    EXPECT_EQ(rows[0].toGo, u"This week $999 · $1 to go"_s);
+    EXPECT_EQ(rows[1].title, u"$100,000"_s) << "one money form across the pane, not $100K beside $5000";
+    EXPECT_EQ(rows[1].toGo, u"This month $12,000 · $88,000 to go"_s);
+    EXPECT_DOUBLE_EQ(rows[1].fraction, 0.12) << "this month, not the best month";
+    rows = AchievementsLogic::nextUp({}, {60, 0, 0}, prefs);
+    EXPECT_EQ(rows[0].title + u' ' + rows[0].toGo, u"$100 Today $60 · $40 to go"_s) << "$50 is reached today, records or not";
+
+    // A typed record that would not be stored says why instead of being dropped on Save.
+    const struct { const char *typed; double record; const char *problem; } drafts[] = {
+        {"", 500, ""}, {"1,250", 500, ""}, {"500", 500, ""}, {"abc", 500, "Not an amount: type a number such as 1,250"},
+        {"-3", 500, "Not an amount: type a number such as 1,250"},
+        {"499", 500, "Below the record of $500: records are only raised"}};
+    for (const auto &d : drafts)
+        EXPECT_EQ(AchievementsLogic::draftProblem(QString::fromUtf8(d.typed), d.record, prefs), QString::fromUtf8(d.problem))
+            << d.typed;
 }
 
 TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
@@ -80,8 +97,17 @@ TEST_F(AppFixture, DrillDownListsCustomersAndWritesCsv)
     EXPECT_EQ(readFile(file).count("\r\n"), 3);
     ASSERT_TRUE(model.writeCsv(u"events"_s, file));
     EXPECT_EQ(readFile(file).count("\r\n"), 4) << "every kind of the range, the 60-day-old event left out";
+    EXPECT_EQ(model.exportStatus(), u"Saved out.csv in "_s + QDir::toNativeSeparators(dir.path()));
+    QStringList shown;
+    QObject::connect(&model, &DrillDownModel::showInFolderRequested, [&](const QString &path) { shown << path; });
+    model.showSavedFile();
+    EXPECT_EQ(shown, QStringList{QFileInfo(file).absoluteFilePath()});
     EXPECT_FALSE(model.writeCsv(u"events"_s, dir.filePath(u"missing/out.csv"_s)));
     EXPECT_TRUE(model.exportStatus().startsWith(u"Couldn't save out.csv: "_s));
+    EXPECT_EQ(model.savedFile(), u""_s) << "nothing to show after a failed save";
+    // The dialog starts in the first of Documents, Downloads and home that exists.
+    EXPECT_EQ(DrillDownLogic::exportFolder({dir.filePath(u"missing"_s), dir.path()}), dir.path());
+    EXPECT_EQ(DrillDownLogic::exportFolder({QString(), dir.filePath(u"missing"_s)}), QDir::homePath());
 
     Preferences prefs = e.preferences();
     prefs.privacyMode = true;

@@ -15,6 +15,9 @@
 #include <QStandardPaths>
 #include <QDBusConnectionInterface>
 
+#include <xcb/xcb.h>
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -247,6 +250,31 @@ TEST_F(AppFixture, RealIndicatorHostShowsLabelIconAndOpensThePanel)
     const QString farX = icon.center().x() < 640 ? u"1200"_s : u"80"_s; // away from the panel
     xdotool(env, {u"mousemove"_s, farX, u"780"_s, u"click"_s, u"1"_s});
     EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 5000)) << "a click outside left the panel open";
+
+    // Nothing is grabbed while it is open: another client (the desktop's Alt+Tab, a screenshot
+    // tool, a host's menu) takes the keyboard and the pointer, and a press on the bare root
+    // window, delivered to that client, still closes the panel.
+    ASSERT_TRUE(openFromMenu());
+    const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t *)> other(
+        xcb_connect(qPrintable(u":"_s + displayNumber), nullptr), xcb_disconnect);
+    ASSERT_EQ(xcb_connection_has_error(other.get()), 0);
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(other.get())).data->root;
+    const std::unique_ptr<xcb_grab_keyboard_reply_t, void (*)(void *)> keyboard(
+        xcb_grab_keyboard_reply(other.get(), xcb_grab_keyboard(other.get(), 0, root, XCB_CURRENT_TIME,
+                                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC), nullptr), std::free);
+    const std::unique_ptr<xcb_grab_pointer_reply_t, void (*)(void *)> pointer(
+        xcb_grab_pointer_reply(other.get(), xcb_grab_pointer(other.get(), 0, root, XCB_EVENT_MASK_BUTTON_PRESS,
+                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME), nullptr),
+        std::free);
+    ASSERT_TRUE(keyboard && pointer);
+    EXPECT_EQ(keyboard->status, XCB_GRAB_STATUS_SUCCESS) << "the panel holds the keyboard";
+    EXPECT_EQ(pointer->status, XCB_GRAB_STATUS_SUCCESS) << "the panel holds the pointer";
+    EXPECT_TRUE(panelShown());
+    xdotool(env, {u"mousemove"_s, farX, u"780"_s, u"click"_s, u"1"_s});
+    EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 5000)) << "a press on the root window left the panel open";
+    xcb_ungrab_pointer(other.get(), XCB_CURRENT_TIME);
+    xcb_ungrab_keyboard(other.get(), XCB_CURRENT_TIME);
+    xcb_flush(other.get());
 
     // A middle click is the host's SecondaryActivate: it opens the panel directly.
     xdotool(env, {u"mousemove"_s, iconX, iconY, u"click"_s, u"2"_s});

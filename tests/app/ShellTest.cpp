@@ -10,6 +10,7 @@
 #include "support/TestUtil.h"
 #include "viewmodels/GeneralSettingsModel.h"
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDir>
 #include <QGuiApplication>
@@ -121,6 +122,15 @@ TEST(Symbols, EveryNameResolvesToABundledIcon)
         EXPECT_TRUE(inked); // drawn, and in the asked colour
     }
     EXPECT_FALSE(Symbols::resourcePath(u"no.such.symbol").has_value());
+    // "fill" symbols are drawn filled, with the marks inside cut out (points on Lucide's 24 grid).
+    const struct { const char *name; QPoint at; bool inked; } fills[] = {
+        {"star.fill", {12, 12}, true}, {"exclamationmark.triangle.fill", {8, 18}, true},
+        {"exclamationmark.triangle.fill", {12, 11}, false}, {"xmark.circle.fill", {6, 12}, true},
+        {"xmark.circle.fill", {12, 12}, false}, {"trophy.fill", {12, 6}, true}, {"eye", {12, 12}, false}};
+    for (const auto &f : fills) {
+        const QImage image = Symbols::render(QString::fromLatin1(f.name), Qt::red, QSize(96, 96));
+        EXPECT_EQ(qAlpha(image.pixel(f.at * 4 + QPoint(2, 2))) > 128, f.inked) << f.name << " at " << f.at.x() << "," << f.at.y();
+    }
 }
 
 TEST(Fonts, OutfitIsTheApplicationFont)
@@ -233,11 +243,17 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
             EXPECT_EQ(app.window()->width(), QuorvaneApp::panelWidth);
         }
         app.navigation()->showSettings(u"accounts"_s);
+        app.accounts()->askToRemove(0);
+        QCoreApplication::processEvents();
         app.accounts()->addAccount(u"stripe"_s);
         QCoreApplication::processEvents();
         app.accounts()->editor()->setStripeRestrictedKey(u"rk_test_saved"_s);
         app.accounts()->editor()->save();
         EXPECT_EQ(app.navigation()->paneName(), u"dashboard"); // Save returns to the dashboard
+        ASSERT_TRUE(waitUntil([&] { return app.engine()->lastError().has_value() && !app.engine()->isLoading(); }));
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(app.shownInTray().toolTipTitle.contains(u"Last refresh failed: Acme has no key — edit it (and more)"))
+            << app.shownInTray().toolTipTitle.toStdString();
         app.navigation()->showSettings(u"accounts"_s);
         app.accounts()->addAccount(u"paypal"_s);
         QCoreApplication::processEvents();
@@ -251,7 +267,11 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         QCoreApplication::processEvents();
         app.navigation()->showAchievements();
         app.achievements()->toggleEditing();
+        app.achievements()->setDrafts(u"abc"_s, {}, {});
         QCoreApplication::processEvents();
+        app.achievements()->toggleEditing(); // refused, with its reason beside the draft
+        EXPECT_TRUE(app.achievements()->editing());
+        EXPECT_FALSE(app.achievements()->draftProblems().constFirst().isEmpty());
         app.navigation()->showDrillDown(u"new"_s);
         QCoreApplication::processEvents();
         EXPECT_EQ(app.accounts()->editor(), nullptr); // drafts do not survive leaving the pane
@@ -263,6 +283,24 @@ TEST_F(AppFixture, MainWindowLoadsEveryPaneWithoutWarnings)
         QCoreApplication::processEvents();
     }
     EXPECT_EQ(console.text(), "");
+}
+
+// The save dialog takes the focus, which closes the panel; closing the dialog brings it back on
+// the pane it showed.
+TEST_F(AppFixture, ThePanelComesBackAfterTheSaveDialog)
+{
+    QuorvaneApp app(appOptions());
+    ASSERT_TRUE(app.start());
+    app.showPanelAt(QPoint(0, 0));
+    app.navigation()->showDrillDown(u"churn"_s);
+    app.drillDown()->exportCsv(u"customers"_s);
+    app.hidePanel();
+    const QWidgetList dialogs = QApplication::topLevelWidgets();
+    const auto dialog = std::ranges::find_if(dialogs, [](QWidget *w) { return w->inherits("QFileDialog") && w->isVisible(); });
+    ASSERT_NE(dialog, dialogs.end());
+    (*dialog)->close();
+    EXPECT_TRUE(app.window()->isVisible());
+    EXPECT_EQ(app.navigation()->paneName(), u"drillDown");
 }
 
 // Without any tray host the program would be invisible: the panel opens once by itself.
@@ -282,6 +320,60 @@ TEST_F(AppFixture, PanelOpensAtStartOnlyWhenNoTrayHostShowsTheItem)
     app.openPanel();
     EXPECT_TRUE(app.window()->isVisible());
     EXPECT_EQ(app.trayLabel(), u"—"); // nothing loaded yet: no "$0"
+}
+
+// On a short screen (1080 px at twice the scale leaves 540) the chart gives way and the body
+// scrolls, so the footer stays in reach; settings scroll with a bar, and take a tall screen's room.
+TEST_F(AppFixture, ShortScreensKeepTheFooterAndSettingsInReach)
+{
+    const Account acme{.name = u"Acme"_s};
+    ASSERT_TRUE(storage().saveAccounts({acme}));
+    QList<PaymentEvent> feed;
+    for (int i = 0; i < 12; ++i)
+        feed.append(event(QString::number(i), daysAgo(0.1 + i), RevenueKind::New, 49, acme.id));
+    ASSERT_TRUE(storage().saveFeed(feed));
+    QuorvaneApp app(appOptions());
+    ASSERT_TRUE(app.start());
+    QQuickWindow *window = app.window();
+    const std::function<QQuickItem *(QQuickItem *, const char *)> find = [&](QQuickItem *root, const char *name) {
+        for (QQuickItem *child : root->childItems())
+            if (QQuickItem *hit = child->objectName() == QLatin1StringView(name) ? child : find(child, name))
+                return hit;
+        return static_cast<QQuickItem *>(nullptr);
+    };
+    const auto item = [&](const char *name) { return find(window->contentItem(), name); };
+    const auto inWindow = [&](QQuickItem *i) {
+        return i && i->isVisible() && QRectF(QPointF(0, 0), window->size()).contains(i->mapRectToScene(i->boundingRect()));
+    };
+    const struct { const char *name; QRect screen; bool chartGivesWay, scrolls, settingsScroll; } screens[] = {
+        {"1080 px at 2x", {0, 0, 960, 540}, true, false, true},
+        {"768 px at 2x", {0, 0, 683, 384}, true, true, true},
+        {"1200 px at 1x", {0, 0, 1920, 1200}, false, false, false}};
+    for (const auto &s : screens) {
+        SCOPED_TRACE(s.name);
+        app.fitPanelTo(s.screen);
+        app.showPanelAt(QPoint(0, 0));
+        ASSERT_TRUE(waitUntil([&] { return app.engine()->feed().size() == 12 && item("settingsButton"); }));
+        QCoreApplication::processEvents();
+        EXPECT_LE(window->height(), s.screen.height());
+        EXPECT_TRUE(inWindow(item("settingsButton")));
+        EXPECT_EQ(item("dashboardBody")->property("scrolls").toBool(), s.scrolls);
+        EXPECT_EQ(item("revenueChart")->height() < 140, s.chartGivesWay);
+        app.navigation()->showSettings(u"general"_s);
+        QCoreApplication::processEvents();
+        QQuickItem *scroll = item("settingsScroll");
+        ASSERT_NE(scroll, nullptr);
+        const QList<QQuickItem *> parts = scroll->findChildren<QQuickItem *>();
+        const auto bar = std::ranges::find_if(parts, [](QQuickItem *i) {
+            return i->inherits("QQuickScrollBar") && i->property("orientation").toInt() == Qt::Vertical;
+        });
+        ASSERT_NE(bar, parts.end());
+        EXPECT_EQ((*bar)->property("policy").toInt() == 2, s.settingsScroll) << "the bar stays on while it scrolls";
+        EXPECT_EQ(scroll->property("contentHeight").toReal() > scroll->height(), s.settingsScroll);
+        EXPECT_TRUE(inWindow(scroll));
+        EXPECT_EQ(window->height() > 460 + 28, s.screen.height() > 400) << "what room there is is used";
+        app.hidePanel();
+    }
 }
 
 // Tab reaches the tiles and the feed rows, each drawn with a ring; Enter works as Space; Esc closes the innermost thing
@@ -361,6 +453,13 @@ TEST_F(AppFixture, KeyboardReachesEveryControlAndEscClosesInnermostFirst)
     }
     EXPECT_EQ(app.engine()->accounts().size(), 2);
     EXPECT_EQ(app.navigation()->paneName(), u"dashboard");
+    app.navigation()->showSettings(u"accounts"_s);
+    app.accounts()->askToRemove(0);
+    QCoreApplication::processEvents();
+    press(Qt::Key_Escape); // the removal question takes the first Esc, as Cancel
+    EXPECT_EQ(app.accounts()->removalQuestion(), u"");
+    EXPECT_EQ(app.engine()->accounts().size(), 2);
+    EXPECT_TRUE(window->isVisible());
     press(Qt::Key_Escape);
     EXPECT_FALSE(window->isVisible());
 }

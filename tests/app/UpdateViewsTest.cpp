@@ -38,7 +38,7 @@ TEST(UpdateViews, TextsFollowTheLastAnswer)
         EXPECT_EQ(model.currentVersionText(), u"Current: v1.2"_s);
     }
     UpdateChecker off({std::nullopt, u"1.2"_s, std::make_shared<VirtualClock>(), false});
-    EXPECT_EQ(UpdateModel(&off).statusText(), u"Update checks are switched off in this build."_s);
+    EXPECT_EQ(UpdateModel(&off).statusText(), u"Quorvane does not check for updates by itself."_s);
 }
 
 TEST_F(AppFixture, ABlockedVersionShowsOnlyTheUpdateRequiredView)

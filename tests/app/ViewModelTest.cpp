@@ -328,6 +328,12 @@ TEST_F(AppFixture, HeadlineWarnsOnlyWhenAConnectedAccountFailedToLoad)
     QCoro::waitFor(e.refresh());
     EXPECT_EQ(dashboard.headlineState(), u"unavailable") << "the account's load failed";
     EXPECT_EQ(column(*dashboard.tiles(), "loading").join(u' '), u"false false false");
+    // The banner leads to the refused key's editor.
+    EXPECT_EQ(dashboard.errorSummary(), u"Stripe rejected the key for Acme — edit it");
+    QList<QUuid> edited;
+    QObject::connect(&dashboard, &DashboardModel::accountEditRequested, [&](const QUuid &id) { edited.append(id); });
+    dashboard.actOnError();
+    EXPECT_EQ(edited, QList<QUuid>{e.accounts()[0].id});
 }
 
 TEST(Accounts, ValidationTrimsAndComparesInLowerCase)
@@ -396,11 +402,17 @@ TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
     EXPECT_TRUE(engine.accounts().isEmpty());
     editor->setStripeRestrictedKey(u" rk_test_123 "_s);
     editor->setName(u"  Acme  "_s);
+    editor->setWebsite(u" https://www.Acme.io/x"_s);
     EXPECT_EQ(editor->titleText(), u"Acme");
     editor->save();
     EXPECT_EQ(accounts.editor(), nullptr);
     ASSERT_EQ(engine.accounts().size(), 1);
     EXPECT_EQ(engine.accounts()[0].stripeRestrictedKey, u"rk_test_123"); // pasted keys are trimmed
+    EXPECT_EQ(engine.accounts()[0].websiteDomain, u"acme.io"_s);
+    const struct { const char *typed, *domain; } websites[] = {{" https://www.Acme.io/pricing ", "acme.io"},
+        {"shop.example.com", "shop.example.com"}, {"", ""}, {"not a site", ""}, {"localhost", ""}};
+    for (const auto &w : websites)
+        EXPECT_EQ(AccountEditor::websiteDomain(QString::fromUtf8(w.typed)), QString::fromUtf8(w.domain)) << w.typed;
     EXPECT_EQ(storage().loadAccounts().size(), 1);
 
     accounts.addAccount(u"paypal"_s);
@@ -414,9 +426,24 @@ TEST_F(AppFixture, AccountsPaneAddsEditsDisablesAndRemoves)
     accounts.edit(0);
     EXPECT_EQ(accounts.editor()->titleText(), u"Acme");
     accounts.closeEditor();
-    accounts.remove(0);
+    const QModelIndex row = accounts.index(0);
+    for (const bool confirmed : {false, true}) { // asked first; only a confirmed removal deletes
+        accounts.askToRemove(0);
+        EXPECT_TRUE(row.data(AccountsModel::RemovalPendingRole).toBool());
+        EXPECT_EQ(accounts.removalQuestion(), u"Remove Acme? Its key is deleted from this computer.");
+        EXPECT_EQ(storage().loadAccounts().size(), 1);
+        confirmed ? accounts.confirmRemoval() : accounts.cancelRemoval();
+        EXPECT_EQ(accounts.removalQuestion(), u"");
+    }
     EXPECT_TRUE(accounts.isEmpty());
     EXPECT_TRUE(storage().loadAccounts().isEmpty());
+    const struct { AccountProvider provider; const char *name; bool keyring; const char *asked; } questions[] = {
+        {AccountProvider::PayPal, "Design Shop", true, "Remove Design Shop? Its client secret is deleted from the keyring."},
+        {AccountProvider::Stripe, "Acme", true, "Remove Acme? Its key is deleted from the keyring."},
+        {AccountProvider::Demo, "Demo business", true, "Remove Demo business? Its made-up figures leave the dashboard."}};
+    for (const auto &q : questions)
+        EXPECT_EQ(AccountsModel::removalQuestion({.name = QString::fromUtf8(q.name), .provider = q.provider}, q.keyring),
+                  QString::fromUtf8(q.asked));
 }
 
 TEST_F(AppFixture, GeneralPaneWritesEveryChangeAndBoundsTheStepper)

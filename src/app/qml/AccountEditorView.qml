@@ -57,6 +57,12 @@ ColumnLayout {
         text: view.editor.name
         onTextEdited: view.editor.name = text
     }
+    Field {
+        Layout.fillWidth: true
+        placeholderText: "Website (optional, for the icon)"
+        text: view.editor.website
+        onTextEdited: view.editor.website = text
+    }
 
     ColumnLayout {
         visible: view.editor.isStripe
@@ -79,7 +85,7 @@ ColumnLayout {
                 id: linkRow
                 spacing: 4
                 Symbol { name: "arrow.up.right.square"; size: 12; color: Appearance.accent }
-                UiText { text: "Click here to create a read-only API key."; size: 11; color: Appearance.accent }
+                UiText { text: "Create a restricted key: read access, plus invoice retries."; size: 11; color: Appearance.accent }
             }
         }
         UiText { text: "1. Scroll down and click 'Create key'"; size: 10; color: Appearance.secondary }

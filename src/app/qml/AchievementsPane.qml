@@ -25,9 +25,13 @@ ColumnLayout {
         BackButton { onClicked: pane.navigation.showDashboard() }
         UiText { Layout.fillWidth: true; text: "Achievements"; size: 12; font.weight: Font.DemiBold; horizontalAlignment: Text.AlignHCenter }
         Clickable {
+            objectName: "editRecords"
             implicitWidth: editRow.implicitWidth + 10
             implicitHeight: 22
             hoverEnabled: true
+            // A draft that would not be stored says why beside it; Save waits for it.
+            enabled: !pane.model.editing || pane.model.canSave
+            opacity: enabled ? 1 : 0.4
             onClicked: pane.model.toggleEditing()
             background: Rectangle { radius: 5; color: parent.hovered ? Appearance.control : "transparent" }
             contentItem: RowLayout {
@@ -87,10 +91,14 @@ ColumnLayout {
                 { title: "Best Week", draft: "weekDraft", picker: pane.model.weekDate },
                 { title: "Best Month", draft: "monthDraft", picker: pane.model.monthDate }
             ]
-            delegate: RowLayout {
+            delegate: GridLayout {
                 required property var modelData
+                required property int index
+                readonly property string problem: pane.model.draftProblems[index] || ""
                 Layout.fillWidth: true
-                spacing: 6
+                columns: 4
+                columnSpacing: 6
+                rowSpacing: 2
                 UiText { text: modelData.title; size: 11; Layout.preferredWidth: 74 }
                 UiText { text: pane.model.currencySymbol; size: 12; color: Appearance.secondary }
                 Field {
@@ -103,10 +111,21 @@ ColumnLayout {
                     background: Rectangle {
                         radius: 10
                         color: Appearance.control
-                        border.color: parent.activeFocus ? Appearance.accent : Appearance.hairline
+                        border.color: parent.activeFocus ? Appearance.accent : parent.parent.problem.length > 0 ? Appearance.red : Appearance.hairline
                     }
                 }
                 DatePickerButton { picker: modelData.picker }
+                UiText {
+                    visible: parent.problem.length > 0
+                    Layout.column: 2
+                    Layout.row: 1
+                    Layout.columnSpan: 2
+                    Layout.fillWidth: true
+                    wrapMode: Text.WordWrap
+                    text: parent.problem
+                    size: 9
+                    color: Appearance.red
+                }
             }
         }
         UiText {

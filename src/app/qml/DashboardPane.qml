@@ -17,6 +17,33 @@ ColumnLayout {
 
     spacing: 10
 
+    // Everything above the footer. When the screen is short the chart and the feed give way
+    // first; what still does not fit scrolls here, so the footer below always stays in reach.
+    Flickable {
+        id: body
+        objectName: "dashboardBody"
+        readonly property bool scrolls: contentHeight > height + 1
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        // Room for the tiles' and rows' focus rings, which are drawn just outside them.
+        Layout.leftMargin: -4
+        Layout.rightMargin: -4
+        Layout.preferredHeight: column.implicitHeight + 8
+        Layout.minimumHeight: Math.min(column.implicitHeight + 8, 120)
+        contentWidth: width
+        contentHeight: column.height + 8
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar { policy: body.scrolls ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff }
+
+        ColumnLayout {
+            id: column
+            x: 4
+            y: 4
+            width: body.width - 8 - (body.scrolls ? 8 : 0)
+            height: Math.max(body.height - 8, Layout.minimumHeight)
+            spacing: 10
+
     // Headline.
     ColumnLayout {
         Layout.fillWidth: true
@@ -161,18 +188,38 @@ ColumnLayout {
                     wrapMode: Text.Wrap
                     size: 11
                 }
-                IconButton {
-                    Layout.alignment: Qt.AlignTop
-                    symbol: errorBanner.expanded ? "chevron.up" : "chevron.down"
-                    symbolSize: 9
-                    tip: errorBanner.expanded ? "Hide details" : "Show details"
+                    }
+                    // What to do about it, and what the line above leaves out.
+                    RowLayout {
+                        Layout.leftMargin: 18
+                        spacing: 10
+                        PushButton {
+                            objectName: "errorAction"
+                            text: pane.dashboard.errorActionText
+                            onClicked: pane.dashboard.actOnError()
+                        }
+                        Clickable {
+                            id: detailsToggle
+                            visible: pane.dashboard.errorDetails.length > 0
+                            implicitWidth: detailsText.implicitWidth
+                            implicitHeight: 26
+                            hoverEnabled: true
                     onClicked: errorBanner.expanded = !errorBanner.expanded
+                            contentItem: UiText {
+                                id: detailsText
+                                text: errorBanner.expanded ? "Hide details" : "Details"
+                                size: 11
+                                verticalAlignment: Text.AlignVCenter
+                                font.underline: detailsToggle.hovered
+                                color: Appearance.accent
+                            }
                 }
             }
             UiText {
-                visible: errorBanner.expanded
+                        visible: errorBanner.expanded && pane.dashboard.errorDetails.length > 0
                 Layout.fillWidth: true
-                text: pane.dashboard.lastError
+                        Layout.leftMargin: 18
+                        text: pane.dashboard.errorDetails
                 textFormat: Text.PlainText
                 wrapMode: Text.WrapAnywhere
                 font.family: "monospace"
@@ -433,8 +480,14 @@ ColumnLayout {
         }
 
         RevenueChartView {
+                    objectName: "revenueChart"
             visible: !pane.dashboard.isRangeDataIncomplete
             Layout.fillWidth: true
+                    // Gives way on a short screen, down to a strip that still shows the trend.
+                    Layout.fillHeight: true
+                    Layout.minimumHeight: 64
+                    Layout.preferredHeight: 140
+                    Layout.maximumHeight: 140
             model: pane.dashboard.chart
         }
 
@@ -477,7 +530,7 @@ ColumnLayout {
             Layout.fillWidth: true
             // Takes what the screen leaves once header and footer have their room, and scrolls.
             Layout.fillHeight: true
-            Layout.minimumHeight: Math.min(contentHeight, 60)
+                    Layout.minimumHeight: Math.min(contentHeight, 110)
             Layout.preferredHeight: Math.min(contentHeight, 340)
             clip: true
             boundsBehavior: Flickable.StopAtBounds
@@ -487,6 +540,8 @@ ColumnLayout {
                 feed: pane.dashboard.feed
                 onOpenLink: link => pane.openLink(link)
             }
+        }
+    }
         }
     }
 
@@ -514,6 +569,7 @@ ColumnLayout {
         }
         IconButton {
             symbol: "arrow.clockwise"
+            tip: "Refresh now"
             enabled: !pane.dashboard.isLoading
             onClicked: pane.dashboard.refresh()
         }
@@ -528,11 +584,14 @@ ColumnLayout {
             onClicked: pane.dashboard.togglePrivacy()
         }
         IconButton {
+            objectName: "settingsButton"
             symbol: "gearshape"
+            tip: "Settings"
             onClicked: pane.navigation.showSettings("general")
         }
         IconButton {
             symbol: "power"
+            tip: "Quit Quorvane"
             onClicked: pane.quitRequested()
         }
     }

@@ -80,13 +80,34 @@ ColumnLayout {
         spacing: 2
         UiText { text: pane.model.totalText; size: 26; font.weight: Font.DemiBold }
         UiText { text: pane.model.summaryLine; size: 10; color: Appearance.secondary }
-        UiText {
+        RowLayout {
             visible: pane.model.exportStatus.length > 0
             Layout.fillWidth: true
-            text: pane.model.exportStatus
-            textFormat: Text.PlainText
-            size: 9
-            color: Appearance.secondary
+            spacing: 8
+            UiText {
+                Layout.fillWidth: true
+                text: pane.model.exportStatus
+                textFormat: Text.PlainText
+                elide: Text.ElideMiddle
+                size: 9
+                color: Appearance.secondary
+            }
+            Clickable {
+                id: showInFolder
+                objectName: "showInFolder"
+                visible: pane.model.savedFile.length > 0
+                implicitWidth: showInFolderText.implicitWidth
+                implicitHeight: 16
+                hoverEnabled: true
+                onClicked: pane.model.showSavedFile()
+                contentItem: UiText {
+                    id: showInFolderText
+                    text: "Show in folder"
+                    size: 9
+                    font.underline: showInFolder.hovered
+                    color: Appearance.accent
+                }
+            }
         }
     }
 

@@ -19,7 +19,8 @@ ColumnLayout {
         onToggled: v => pane.settings.showFailed = v
     }
     SettingRow { title: "Refunds"; checked: pane.settings.showRefunds; onToggled: v => pane.settings.showRefunds = v }
-    SettingRow { title: "Payouts"; checked: pane.settings.showPayouts; onToggled: v => pane.settings.showPayouts = v }
+    // No switch for payouts: no account produces payout events, and a switch that changes
+    // nothing would only mislead.
     SettingRow { title: "New subscriptions"; checked: pane.settings.showNewSubscriptions; onToggled: v => pane.settings.showNewSubscriptions = v }
     SettingRow { title: "Canceled subscriptions"; checked: pane.settings.showCanceledSubscriptions; onToggled: v => pane.settings.showCanceledSubscriptions = v }
 

@@ -1,6 +1,7 @@
 import QtQuick
 import Quorvane
 import QtQuick.Window
+import QtQuick.Controls.Basic
 
 // The panel window: frameless, on top, 440 wide; its height follows the pane up to what the
 // screen has room for. Where no tray host shows the item it is an ordinary, framed window. Where a compositor runs, the panel has rounded corners and a soft
@@ -38,6 +39,13 @@ Window {
     palette.toolTipText: Appearance.primary
     palette.placeholderText: Appearance.tertiary
 
+    // Tooltips keep clear of the shadow's transparent margin, inside the panel the user sees.
+    Binding {
+        target: frame.ToolTip.toolTip
+        property: "margins"
+        value: window.margin + 6
+    }
+
     // The shadow: stacked outlines fading outwards.
     Repeater {
         model: window.margin > 0 ? 8 : 0
@@ -71,10 +79,11 @@ Window {
             y: 14
             width: frame.width - 28
             height: frame.height - 28
-            // The settings panel has a fixed height and scrolls; the other panes size to
-            // content, and the dashboard's feed gives way when the screen is short.
-            implicitHeight: window.app.navigation.pane === "settings" && !window.app.update.isBlocked
-                            ? 460 : (loader.item ? loader.item.implicitHeight : 0)
+            // Every pane sizes to its content up to what the screen has room for; then the
+            // dashboard's body and the settings' tab scroll.
+            // Settings keep at least 460, so switching to a short tab does not make it jump.
+            implicitHeight: !loader.item ? 0 : window.app.navigation.pane === "settings" && !window.app.update.isBlocked
+                            ? Math.max(460, loader.item.implicitHeight) : loader.item.implicitHeight
 
             Loader {
                 id: loader

@@ -6,7 +6,6 @@ import Quorvane
 RevenueChart {
     id: chart
     implicitHeight: 140
-    height: 140
     textColor: Appearance.secondary
     gridColor: Appearance.hairline
     font.family: Appearance.fontFamily

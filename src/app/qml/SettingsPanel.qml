@@ -3,7 +3,8 @@ import Quorvane
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 
-// Back button, the three tabs and the active tab's content in a scroll area; 460 high.
+// Back button, the three tabs and the active tab's content in a scroll area, as tall as the tab
+// needs where the screen has the room; the scroll bar shows whenever the tab does not fit.
 ColumnLayout {
     id: panel
     required property Navigation navigation
@@ -11,6 +12,8 @@ ColumnLayout {
     required property AccountsModel accounts
     property UpdateModel update
     property string activeTab: navigation.settingsTab
+    // The tab's width, clear of the scroll bar while it shows.
+    readonly property real tabWidth: scroll.availableWidth - (scroll.ScrollBar.vertical.policy === ScrollBar.AlwaysOn ? 10 : 0)
     signal quitRequested()
     signal openLink(url link)
 
@@ -62,13 +65,17 @@ ColumnLayout {
 
     ScrollView {
         id: scroll
+        objectName: "settingsScroll"
         Layout.fillWidth: true
         Layout.fillHeight: true
+        Layout.minimumHeight: 80
+        Layout.preferredHeight: contentHeight
         contentWidth: availableWidth
         clip: true
+        ScrollBar.vertical.policy: contentHeight > availableHeight ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
 
         Loader {
-            width: scroll.availableWidth
+            width: panel.tabWidth
             sourceComponent: panel.activeTab === "accounts" ? accountsTab : panel.activeTab === "about" ? aboutTab : generalTab
         }
     }
@@ -76,7 +83,7 @@ ColumnLayout {
     Component {
         id: generalTab
         GeneralPane {
-            width: scroll.availableWidth
+            width: panel.tabWidth
             settings: panel.general
             onQuitRequested: panel.quitRequested()
         }
@@ -84,13 +91,13 @@ ColumnLayout {
     Component {
         id: accountsTab
         AccountsPane {
-            width: scroll.availableWidth
+            width: panel.tabWidth
             accounts: panel.accounts
             onOpenLink: link => panel.openLink(link)
         }
     }
     Component {
         id: aboutTab
-        AboutPane { width: scroll.availableWidth; update: panel.update }
+        AboutPane { width: panel.tabWidth; update: panel.update }
     }
 }

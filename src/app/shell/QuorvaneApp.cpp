@@ -3,19 +3,20 @@
 #include "model/CurrencyConverter.h"
 #include "mrr/MrrTracker.h"
 #include "platform/Notifications.h"
+#include "platform/ScreenPresses.h"
+#include "platform/ShowInFolder.h"
 #include "shell/PanelPlacement.h"
 #include "shell/Symbols.h"
 #include "shell/TrayPresentation.h"
+#include "shell/TrayProblem.h"
 #include "viewmodels/Formatting.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QQuickItem>
 #include <QScreen>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -65,10 +66,18 @@ QuorvaneApp::QuorvaneApp(AppOptions options, QObject *parent)
     connect(m_engine.get(), &RevenueEngine::preferencesChanged, this, &QuorvaneApp::applyPreferences);
     // Leaving a pane discards its drafts: an open editor does not survive navigation.
     connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::closeEditor);
+    connect(&m_navigation, &Navigation::paneChanged, m_accounts.get(), &AccountsModel::cancelRemoval);
     // Saving is done with settings: the dashboard shows the new account's first refresh.
     connect(m_accounts.get(), &AccountsModel::accountSaved, &m_navigation, &Navigation::showDashboard);
     connect(&m_navigation, &Navigation::paneChanged, m_achievements.get(), &AchievementsModel::discardEditing);
     connect(m_drillDown.get(), &DrillDownModel::kindRequested, &m_navigation, &Navigation::showDrillDown);
+    // The save dialog may have taken the panel's focus and closed it: it comes back where it was.
+    connect(m_drillDown.get(), &DrillDownModel::exportDialogClosed, this, &QuorvaneApp::reopenPanel);
+    connect(m_drillDown.get(), &DrillDownModel::showInFolderRequested, this, &Platform::showInFolder);
+    connect(m_dashboard.get(), &DashboardModel::accountEditRequested, this, [this](const QUuid &accountId) {
+        m_navigation.showSettings(u"accounts"_s);
+        m_accounts->editAccount(accountId);
+    });
     connect(&m_navigation, &Navigation::paneChanged, this, [this] {
         if (m_navigation.current().kind == AppPane::Case::DrillDown)
             m_drillDown->setKind(m_navigation.current().drillDownKind);
@@ -104,7 +113,7 @@ bool QuorvaneApp::start()
         connect(m_tray.get(), &TrayItem::quitRequested, this, &QuorvaneApp::quit);
         for (auto signal : {&RevenueEngine::menubarLabelChanged, &RevenueEngine::lastRefreshedChanged,
                             &RevenueEngine::feedChanged, &RevenueEngine::preferencesChanged,
-                            &RevenueEngine::accountsChanged})
+                            &RevenueEngine::accountsChanged, &RevenueEngine::lastErrorChanged})
             connect(m_engine.get(), signal, this, &QuorvaneApp::updateTray);
         connect(m_engine->mrr(), &MrrTracker::stateChanged, this, &QuorvaneApp::updateTray);
         updateTray();
@@ -125,6 +134,8 @@ bool QuorvaneApp::start()
     if (!m_window)
         return false;
     m_window->installEventFilter(this);
+    m_presses = std::make_unique<ScreenPresses>();
+    connect(m_presses.get(), &ScreenPresses::pressed, this, &QuorvaneApp::closeOnPressOutside);
     connect(m_window, &QQuickWindow::frameSwapped, this, [this] { m_firstFrame.finish(); }, Qt::SingleShotConnection);
     applyPreferences();
     // The demo is for trying the app: on a setup with accounts of the user's own it would mix
@@ -140,7 +151,7 @@ void QuorvaneApp::updateTray()
 {
     if (!m_tray)
         return;
-    const TrayPresentation shown = trayPresentation();
+    const TrayPresentation shown = shownInTray();
     m_tray->setLabel(shown.label);
     m_tray->setToolTip(m_engine->showsDemo() ? shown.toolTipTitle + u" \u00B7 demo data"_s : shown.toolTipTitle,
                        shown.toolTipText);
@@ -173,6 +184,11 @@ TrayPresentation QuorvaneApp::trayPresentation() const
                               .goalEta = m_mrr->hasGoal() ? m_mrr->goalLine() : QString()};
     return ::trayPresentation(figures, m_engine->lastRefreshed().has_value() || !m_engine->feed().isEmpty(),
                               m_updateChecker->isBlocked());
+}
+
+TrayPresentation QuorvaneApp::shownInTray() const
+{
+    return withRefreshProblem(trayPresentation(), m_dashboard->error().summary);
 }
 
 QString QuorvaneApp::trayLabel() const
@@ -244,19 +260,31 @@ void QuorvaneApp::togglePanel(const QRect &trayGeometry, const QPoint &clickPoin
         hidePanel();
         return;
     }
+    // A press on the tray item while the panel was open has closed it already: the activation
+    // that follows the same click must not open it again.
+    const QRect item = trayGeometry.isValid() ? trayGeometry : QRect(clickPoint, QSize(1, 1)).adjusted(-24, -24, 24, 24);
+    if (m_closedByPress.isValid() && m_closedByPress.elapsed() < 1500 && item.contains(m_closingPress)) {
+        m_closedByPress.invalidate();
+        return;
+    }
     QScreen *screen = QGuiApplication::screenAt(clickPoint);
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, panelWidth, m_window->height());
     // The window's height binds to this, so the size read below is already capped.
-    if (const int capped = std::max(200, area.height() - 2 * gapFromBar); capped != m_maxPanelHeight) {
-        m_maxPanelHeight = capped;
-        Q_EMIT maxPanelHeightChanged();
-    }
+    fitPanelTo(area);
     const QSize size(m_window->width(), std::max(1, m_window->height()));
     // Wayland compositors place windows themselves; the position is only a wish there. The
     // shadow's transparent margin may overlap the bar: the visible gap is what counts.
     showPanelAt(panelGeometry(trayGeometry, clickPoint, size, area, gapFromBar - m_frameMargin).topLeft());
+}
+
+void QuorvaneApp::fitPanelTo(const QRect &area)
+{
+    if (const int capped = std::max(200, area.height() - 2 * gapFromBar); capped != m_maxPanelHeight) {
+        m_maxPanelHeight = capped;
+        Q_EMIT maxPanelHeightChanged();
+    }
 }
 
 void QuorvaneApp::showPanelAt(const QPoint &topLeft)
@@ -269,33 +297,44 @@ void QuorvaneApp::showPanelAt(const QPoint &topLeft)
     m_window->show();
     startUpdateChecks();
     // The headless platform of tests and screenshots has no stacking order to change.
-    if (QGuiApplication::platformName() != u"offscreen"_s) {
+    if (QGuiApplication::platformName() != u"offscreen"_s)
         m_window->raise();
-        grabInput(10);
-    }
+    // Nothing is grabbed: a press elsewhere is seen without it, and the desktop's shortcuts
+    // keep working while the panel is open. Esc reaches the panel through the focus.
     m_window->requestActivate();
 }
 
-void QuorvaneApp::grabInput(int attemptsLeft)
+void QuorvaneApp::reopenPanel()
 {
-    // Like a menu: the pointer and keyboard come to the panel while it is open, so a click
-    // anywhere else or Esc closes it even where no window manager moves the focus. The host's
-    // own menu may still hold the grab for a moment after "Open Quorvane": try again shortly.
-    if (!m_window || !m_window->isVisible() || attemptsLeft <= 0)
+    if (!m_window)
         return;
-    if (m_window->setMouseGrabEnabled(true) && m_window->setKeyboardGrabEnabled(true))
+    if (!m_window->isVisible()) {
+        m_wasActive = false;
+        m_window->show(); // where it was, on the pane it showed
+    }
+    if (QGuiApplication::platformName() != u"offscreen"_s)
+        m_window->raise();
+    m_window->requestActivate();
+}
+
+void QuorvaneApp::closeOnPressOutside(const QPoint &globalPosition)
+{
+    // An ordinary window stays when another is used.
+    if (m_windowed || !m_window || !m_window->isVisible())
         return;
-    QTimer::singleShot(100, this, [this, attemptsLeft] { grabInput(attemptsLeft - 1); });
+    // The shadow's transparent margin is not part of the panel the user sees.
+    const QMargins shadow(m_frameMargin, m_frameMargin, m_frameMargin, m_frameMargin);
+    if (m_window->geometry().marginsRemoved(shadow).contains(globalPosition))
+        return;
+    hidePanel();
+    m_closingPress = globalPosition;
+    m_closedByPress.start();
 }
 
 void QuorvaneApp::hidePanel()
 {
     if (!m_window)
         return;
-    if (QGuiApplication::platformName() != u"offscreen"_s) { // nothing was grabbed there
-        m_window->setKeyboardGrabEnabled(false);
-        m_window->setMouseGrabEnabled(false);
-    }
     m_wasActive = false;
     m_window->hide();
 }
@@ -304,15 +343,9 @@ bool QuorvaneApp::eventFilter(QObject *watched, QEvent *event)
 {
     // An ordinary window closes by its close button and stays when another is used.
     if (watched == m_window && !m_windowed) {
-        // A menu-bar panel closes when the user clicks elsewhere.
-        if (event->type() == QEvent::MouseButtonPress) {
-            const auto *press = static_cast<QMouseEvent *>(event);
-            // Under the grab, presses outside the window arrive here with outside positions.
-            if (!QRectF(QPointF(0, 0), m_window->size()).contains(press->position())) {
-                hidePanel();
-                return true;
-            }
-        } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
+        // A menu-bar panel closes when the user clicks elsewhere (seen by the screen's presses)
+        // or uses another window (the focus leaves it).
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape
                    && !m_deliveringEscape) {
             // What is innermost takes Esc first: an open popup, an editor (as Cancel). An Esc
             // that no control used closes the panel, wherever the focus is.

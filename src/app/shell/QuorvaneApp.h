@@ -15,6 +15,7 @@
 #include "viewmodels/UpdateModel.h"
 #include "update/UpdateChecker.h"
 
+#include <QElapsedTimer>
 #include <QLocale>
 #include <QObject>
 #include <QPointer>
@@ -39,6 +40,8 @@ struct AppOptions
 
 // The application entry: owns the engine and the update checker for the life of the
 // process, the view models, the tray item and the panel window.
+class ScreenPresses;
+
 class QuorvaneApp : public QObject
 {
     Q_OBJECT
@@ -89,9 +92,13 @@ public:
     // Shows the panel next to the tray item, or hides it when it is open.
     void togglePanel(const QRect &trayGeometry, const QPoint &clickPoint);
     void showPanelAt(const QPoint &topLeft);
+    // Caps the panel's height to what `area`, the free part of a screen, has room for.
+    void fitPanelTo(const QRect &area);
     // Shows the panel (raising it when it is open): where the tray item was not clicked, such as
     // a second launch or a notification.
     void openPanel();
+    // Shows the panel again where it was and on the pane it showed (after a dialog of its own).
+    void reopenPanel();
     // The panel on the dashboard with the event's row open.
     void openEvent(const QString &eventId);
     bool windowed() const { return m_windowed; }
@@ -102,6 +109,8 @@ public:
     // "Update" while this version is blocked, else the running figure.
     QString trayLabel() const;
     TrayPresentation trayPresentation() const;
+    // What the tray item shows: the above, and a failed refresh in its tooltip.
+    TrayPresentation shownInTray() const;
     QImage trayIcon() const;
 
     Q_INVOKABLE void quit();
@@ -116,7 +125,7 @@ protected:
 private:
     void updateTray();
     void applyPreferences();
-    void grabInput(int attemptsLeft);
+    void closeOnPressOutside(const QPoint &globalPosition);
     void startUpdateChecks();
 
     // Finished when the panel's first frame is drawn, or at start when the panel stays shut: the
@@ -138,6 +147,9 @@ private:
     std::unique_ptr<AtRiskModel> m_atRisk;
     std::unique_ptr<MrrModel> m_mrr;
     std::unique_ptr<TrayItem> m_tray;
+    std::unique_ptr<ScreenPresses> m_presses;
+    QElapsedTimer m_closedByPress; // when a press outside last closed the panel, and where
+    QPoint m_closingPress;
     std::unique_ptr<LoginItem> m_loginItem;
     QQmlApplicationEngine m_qml;
     QPointer<QQuickWindow> m_window;

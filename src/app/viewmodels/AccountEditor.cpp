@@ -51,6 +51,23 @@ void AccountEditor::setName(const QString &name)
     assign(m_account.name, name);
 }
 
+void AccountEditor::setWebsite(const QString &typed)
+{
+    // Kept as typed while editing; reduced to the domain when saved.
+    assign(m_account.websiteDomain, typed.trimmed().isEmpty() ? std::nullopt : std::optional<QString>(typed));
+}
+
+QString AccountEditor::websiteDomain(const QString &typed)
+{
+    const QString text = typed.trimmed();
+    if (text.isEmpty() || text.contains(u' '))
+        return {};
+    QString host = QUrl::fromUserInput(text).host().toLower();
+    if (host.startsWith(u"www."_s))
+        host = host.mid(4);
+    return host.contains(u'.') ? host : QString();
+}
+
 void AccountEditor::setProviderIndex(int index)
 {
     assign(m_account.provider, index == 1 ? AccountProvider::PayPal : AccountProvider::Stripe);
@@ -104,7 +121,7 @@ QString AccountEditor::invalidReason(const Account &account)
         if (key.isEmpty())
             return u"Paste a restricted API key to save."_s;
         if (key.startsWith(u"sk_"_s))
-            return u"This is a secret key with full access. Create a read-only restricted key (rk_…) instead."_s;
+            return u"This is a secret key with full access. Create a restricted key (rk_…) instead."_s;
         if (key.startsWith(u"pk_"_s))
             return u"This is a publishable key. Paste a restricted key (rk_…) instead."_s;
         if (!key.startsWith(u"rk_"_s))
@@ -124,6 +141,10 @@ Account AccountEditor::trimmed(Account account)
     account.stripeRestrictedKey = account.stripeRestrictedKey.trimmed();
     account.paypalClientId = account.paypalClientId.trimmed();
     account.paypalSecret = account.paypalSecret.trimmed();
+    if (account.websiteDomain) {
+        const QString domain = websiteDomain(*account.websiteDomain);
+        account.websiteDomain = domain.isEmpty() ? std::nullopt : std::optional<QString>(domain);
+    }
     return account;
 }
 

@@ -19,6 +19,8 @@ class AccountEditor : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("Made by the accounts pane")
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
+    // Where the account's icon is looked up; optional (Stripe accounts name their own).
+    Q_PROPERTY(QString website READ website WRITE setWebsite NOTIFY changed)
     Q_PROPERTY(int providerIndex READ providerIndex WRITE setProviderIndex NOTIFY changed)
     Q_PROPERTY(bool isStripe READ isStripe NOTIFY changed)
     Q_PROPERTY(QString stripeRestrictedKey READ stripeRestrictedKey WRITE setStripeRestrictedKey NOTIFY changed)
@@ -45,6 +47,9 @@ public:
     // The account as it is stored: pasted credentials lose surrounding white space.
     static Account trimmed(Account account);
     static QString paypalHelpText(bool live);
+    // The bare domain of what was typed as a website ("https://www.Acme.io/x" is "acme.io"), or
+    // empty when it names none.
+    static QString websiteDomain(const QString &typed);
     // Where a saved key goes, said before the desktop asks anything: the keyring (which may
     // first have to be set up) or, without one, the private accounts file.
     static QString storageNote(bool usesKeyring, bool keyringNeedsSetup);
@@ -53,6 +58,8 @@ public:
 
     QString name() const { return m_account.name; }
     void setName(const QString &name);
+    QString website() const { return m_account.websiteDomain.value_or(QString()); }
+    void setWebsite(const QString &typed);
     int providerIndex() const { return m_account.provider == AccountProvider::Stripe ? 0 : 1; }
     void setProviderIndex(int index);
     bool isStripe() const { return m_account.provider == AccountProvider::Stripe; }

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QUrl>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -35,12 +36,25 @@ AccountsModel::AccountsModel(RevenueEngine *engine, QObject *parent)
     reload();
 }
 
+QString AccountsModel::removalQuestion(const Account &account, bool keyring)
+{
+    const QString name = account.name.isEmpty() ? u"this account"_s : account.name;
+    if (account.isDemo())
+        return u"Remove %1? Its made-up figures leave the dashboard."_s.arg(name);
+    const QString secret = account.provider == AccountProvider::PayPal ? u"client secret"_s : u"key"_s;
+    return u"Remove %1? Its %2 is deleted from %3."_s.arg(name, secret, keyring ? u"the keyring"_s : u"this computer"_s);
+}
+
 void AccountsModel::reload()
 {
     beginResetModel();
     m_accounts = m_engine->accounts();
+    // An account that went away by other means no longer waits for its confirmation.
+    if (m_pendingRemoval && std::ranges::none_of(m_accounts, [&](const Account &a) { return a.id == *m_pendingRemoval; }))
+        m_pendingRemoval.reset();
     endResetModel();
     Q_EMIT countChanged();
+    Q_EMIT removalChanged();
 }
 
 int AccountsModel::rowCount(const QModelIndex &parent) const
@@ -63,6 +77,7 @@ QVariant AccountsModel::data(const QModelIndex &index, int role) const
     case NeedsEventsScopeRole: return m_engine->missingEventScopeAccounts().contains(a.id);
     case EnabledRole: return a.enabled;
     case IconSourceRole: return iconSource(m_engine->storage(), a.id);
+    case RemovalPendingRole: return m_pendingRemoval == a.id;
     }
     return {};
 }
@@ -75,7 +90,8 @@ QHash<int, QByteArray> AccountsModel::roleNames() const
             {NeedsEventsScopeRole, "needsEventsScope"},
             {EnabledRole, "accountEnabled"},
             {IconSourceRole, "iconSource"},
-            {IsDemoRole, "isDemo"}};
+            {IsDemoRole, "isDemo"},
+            {RemovalPendingRole, "removalPending"}};
 }
 
 bool AccountsModel::isEmpty() const
@@ -118,6 +134,13 @@ void AccountsModel::edit(int row)
         openEditor(m_accounts.at(row));
 }
 
+void AccountsModel::editAccount(const QUuid &accountId)
+{
+    for (qsizetype row = 0; row < m_accounts.size(); ++row)
+        if (m_accounts.at(row).id == accountId)
+            edit(static_cast<int>(row));
+}
+
 void AccountsModel::setEnabled(int row, bool enabled)
 {
     if (row < 0 || row >= m_accounts.size())
@@ -127,10 +150,40 @@ void AccountsModel::setEnabled(int row, bool enabled)
     m_engine->upsertAccount(changed);
 }
 
-void AccountsModel::remove(int row)
+void AccountsModel::askToRemove(int row)
 {
-    if (row >= 0 && row < m_accounts.size())
-        m_engine->removeAccount(m_accounts.at(row));
+    if (row < 0 || row >= m_accounts.size())
+        return;
+    beginResetModel(); // one question at a time: another row's is withdrawn
+    m_pendingRemoval = m_accounts.at(row).id;
+    endResetModel();
+    Q_EMIT removalChanged();
+}
+
+void AccountsModel::confirmRemoval()
+{
+    const auto pending = std::ranges::find_if(m_accounts, [&](const Account &a) { return a.id == m_pendingRemoval; });
+    m_pendingRemoval.reset();
+    if (pending != m_accounts.end())
+        m_engine->removeAccount(*pending); // announces the new list, which resets the rows
+}
+
+void AccountsModel::cancelRemoval()
+{
+    if (!m_pendingRemoval)
+        return;
+    beginResetModel();
+    m_pendingRemoval.reset();
+    endResetModel();
+    Q_EMIT removalChanged();
+}
+
+QString AccountsModel::removalQuestion() const
+{
+    for (const Account &a : m_accounts)
+        if (a.id == m_pendingRemoval)
+            return removalQuestion(a, m_engine->usesKeyring());
+    return {};
 }
 
 void AccountsModel::closeEditor()

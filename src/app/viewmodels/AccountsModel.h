@@ -19,14 +19,18 @@ class AccountsModel : public QAbstractListModel
     QML_UNCREATABLE("Owned by the application")
     Q_PROPERTY(AccountEditor *editor READ editor NOTIFY editorChanged)
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY countChanged)
+    // What the row waiting for a confirmed removal asks, or empty while none waits.
+    Q_PROPERTY(QString removalQuestion READ removalQuestion NOTIFY removalChanged)
 
 public:
-    enum Role { NameRole = Qt::UserRole + 1, ProviderRole, ProviderSymbolRole, NeedsEventsScopeRole, EnabledRole, IconSourceRole, IsDemoRole };
+    enum Role { NameRole = Qt::UserRole + 1, ProviderRole, ProviderSymbolRole, NeedsEventsScopeRole, EnabledRole, IconSourceRole, IsDemoRole, RemovalPendingRole };
 
     // The editor's fallback title for `account` given the stored list.
     static QString nextAccountNumberTitle(const Account &account, const QList<Account> &accounts);
     // The cached icon of the account as an image URL, or empty while there is none.
     static QString iconSource(const Storage &storage, const QUuid &accountId);
+    // The question asked before `account` is removed: what goes with it, and where from.
+    static QString removalQuestion(const Account &account, bool keyring);
 
     explicit AccountsModel(RevenueEngine *engine, QObject *parent = nullptr);
 
@@ -42,8 +46,14 @@ public:
     // "stripe" or "paypal".
     Q_INVOKABLE void addAccount(const QString &provider);
     Q_INVOKABLE void edit(int row);
+    void editAccount(const QUuid &accountId);
     Q_INVOKABLE void setEnabled(int row, bool enabled);
-    Q_INVOKABLE void remove(int row);
+    // Removing asks first: the row shows the question until it is confirmed or cancelled, and
+    // only a confirmed removal deletes the account and its stored key.
+    Q_INVOKABLE void askToRemove(int row);
+    Q_INVOKABLE void confirmRemoval();
+    Q_INVOKABLE void cancelRemoval();
+    QString removalQuestion() const;
     // Back to the list without storing anything.
     Q_INVOKABLE void closeEditor();
 
@@ -52,6 +62,7 @@ Q_SIGNALS:
     // An account was saved from the editor (the shell returns to the dashboard).
     void accountSaved();
     void countChanged();
+    void removalChanged();
 
 private:
     void openEditor(const Account &account);
@@ -59,5 +70,6 @@ private:
     RevenueEngine *m_engine;
     QList<Account> m_accounts;
     QPointer<AccountEditor> m_editor;
+    std::optional<QUuid> m_pendingRemoval;
     std::function<bool()> m_keyringNeedsSetup;
 };

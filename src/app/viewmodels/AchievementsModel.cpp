@@ -13,9 +13,19 @@ namespace {
 QString periodName(AchievementPeriod period)
 {
     switch (period) {
-    case AchievementPeriod::Day: return u"Day"_s;
-    case AchievementPeriod::Week: return u"Week"_s;
-    case AchievementPeriod::Month: return u"Month"_s;
+    case AchievementPeriod::Day: return u"in a day"_s;
+    case AchievementPeriod::Week: return u"in a week"_s;
+    case AchievementPeriod::Month: return u"in a month"_s;
+    }
+    return {};
+}
+
+QString currentName(AchievementPeriod period)
+{
+    switch (period) {
+    case AchievementPeriod::Day: return u"Today"_s;
+    case AchievementPeriod::Week: return u"This week"_s;
+    case AchievementPeriod::Month: return u"This month"_s;
     }
     return {};
 }
@@ -38,25 +48,29 @@ Caption caption(double current, double best, const Preferences &preferences)
         return {u"New best"_s, true};
     if (best <= 0)
         return {u"First record"_s, false};
-    return {u"Best "_s + Formatting::formatMoney(best, preferences), false};
+    return {u"Best "_s + Formatting::formatMoneyWhole(best, preferences), false};
 }
 
-QList<NextUp> nextUp(const AchievementsState &state, const Preferences &preferences)
+QList<NextUp> nextUp(const AchievementsState &state, const std::array<double, 3> &current,
+                     const Preferences &preferences)
 {
     QList<NextUp> rows;
     for (AchievementPeriod period : {AchievementPeriod::Day, AchievementPeriod::Week, AchievementPeriod::Month}) {
-        const double value = best(state, period);
-        const auto threshold = BestRecords::nextThreshold(period, value);
+        // A milestone the current period has passed is reached, even before the records say so.
+        const double now = std::max(current.at(static_cast<size_t>(period)), 0.0);
+        const auto threshold = BestRecords::nextThreshold(period, std::max(best(state, period), now));
         if (!threshold)
             continue;
-        const double fraction = std::clamp(value / *threshold, 0.0, 1.0);
+        const double fraction = std::clamp(now / *threshold, 0.0, 1.0);
         rows.append({.period = period,
                      .threshold = *threshold,
                      .fraction = fraction,
-                     .title = Formatting::formatMoney(*threshold, preferences),
+                     .title = Formatting::formatMoneyWhole(*threshold, preferences),
                      .periodName = periodName(period),
                      .percent = QString::number(static_cast<int>(fraction * 100)) + u'%',
-                     .toGo = Formatting::formatMoney(std::max(*threshold - value, 0.0), preferences) + u" to go"_s});
+                     // Up to whole units: never "$0 to go" short of the milestone.
+                     .toGo = u"%1 %2 · %3 to go"_s.arg(currentName(period), Formatting::formatMoneyWhole(now, preferences),
+                                                        Formatting::formatMoneyWhole(std::ceil(std::max(*threshold - now, 0.0)), preferences))});
     }
     return rows;
 }
@@ -78,6 +92,18 @@ std::optional<double> parseDraft(QString text)
     if (!ok || !(value > 0) || !std::isfinite(value))
         return std::nullopt;
     return value;
+}
+
+QString draftProblem(const QString &text, double recordUSD, const Preferences &preferences)
+{
+    if (text.trimmed().isEmpty())
+        return {};
+    const auto amount = parseDraft(text);
+    if (!amount)
+        return u"Not an amount: type a number such as 1,250"_s;
+    if (inputUSD(*amount, preferences.dashboardCurrency) < recordUSD)
+        return u"Below the record of %1: records are only raised"_s.arg(Formatting::formatMoneyWhole(recordUSD, preferences));
+    return {};
 }
 
 AchievementsState applyDrafts(AchievementsState state, const std::array<Draft, 3> &drafts, const QString &currency,
@@ -125,7 +151,7 @@ QVariantList AchievementsModel::current() const
     for (const auto &[title, value, best] : cells) {
         const auto c = AchievementsLogic::caption(value, best, prefs);
         out.append(QVariantMap{{u"title"_s, title},
-                               {u"value"_s, Formatting::formatMoney(value, prefs)},
+                               {u"value"_s, Formatting::formatMoneyWhole(value, prefs)},
                                {u"caption"_s, c.text},
                                {u"isNewBest"_s, c.isNewBest}});
     }
@@ -135,7 +161,9 @@ QVariantList AchievementsModel::current() const
 QVariantList AchievementsModel::nextUpRows() const
 {
     QVariantList out;
-    for (const auto &row : AchievementsLogic::nextUp(m_engine->achievements(), m_engine->preferences())) {
+    const std::array<double, 3> current{m_engine->todayRevenueUSD(), m_engine->thisWeekRevenueUSD(),
+                                        m_engine->thisMonthRevenueUSD()};
+    for (const auto &row : AchievementsLogic::nextUp(m_engine->achievements(), current, m_engine->preferences())) {
         out.append(QVariantMap{{u"title"_s, row.title},
                                {u"period"_s, row.periodName},
                                {u"fraction"_s, row.fraction},
@@ -153,8 +181,9 @@ QVariantList AchievementsModel::unlocked() const
     QVariantList out;
     for (const Achievement &a : sorted) {
         const QDate day = m_engine->calendar().local(a.achievedAt).date();
-        out.append(QVariantMap{{u"title"_s, u"%1 %2"_s.arg(Formatting::formatMoney(a.thresholdUSD, prefs), toRaw(a.period))},
-                               {u"date"_s, m_locale.toString(day, u"d MMM yyyy"_s)}});
+        // The same date form as the record editor's pickers.
+        out.append(QVariantMap{{u"title"_s, u"%1 %2"_s.arg(Formatting::formatMoneyWhole(a.thresholdUSD, prefs), toRaw(a.period))},
+                               {u"date"_s, m_locale.toString(day, u"MMM d, yyyy"_s)}});
     }
     return out;
 }
@@ -165,8 +194,24 @@ QString AchievementsModel::currencySymbol() const
     return CurrencyConverter::symbol(code.toLower()).value_or(code.toUpper());
 }
 
+QStringList AchievementsModel::draftProblems() const
+{
+    const AchievementsState &s = m_engine->achievements();
+    const Preferences &prefs = m_engine->preferences();
+    return {AchievementsLogic::draftProblem(m_dayDraft, s.bestDayUSD, prefs),
+            AchievementsLogic::draftProblem(m_weekDraft, s.bestWeekUSD, prefs),
+            AchievementsLogic::draftProblem(m_monthDraft, s.bestMonthUSD, prefs)};
+}
+
+bool AchievementsModel::canSave() const
+{
+    return std::ranges::all_of(draftProblems(), &QString::isEmpty);
+}
+
 void AchievementsModel::toggleEditing()
 {
+    if (m_editing && !canSave())
+        return;
     if (m_editing)
         saveDrafts();
     else

@@ -28,19 +28,24 @@ struct NextUp
     AchievementPeriod period;
     double threshold = 0;
     double fraction = 0; // of the way there, 0...1
-    QString title;       // "$1K"
-    QString periodName;  // "Day", "Week", "Month"
+    QString title;       // "$1,000"
+    QString periodName;  // "in a day", "in a week", "in a month"
     QString percent;     // "42%"
-    QString toGo;        // "$580 to go"
+    QString toGo;        // "Today $420 · $580 to go"
 };
-// One row per period that still has a threshold above its record, in day, week, month order.
-QList<NextUp> nextUp(const AchievementsState &state, const Preferences &preferences);
+// One row per period that still has a milestone above its record, in day, week, month order:
+// how far the current day, week and month (`current`, in US dollars) are on the way to it.
+QList<NextUp> nextUp(const AchievementsState &state, const std::array<double, 3> &current,
+                     const Preferences &preferences);
 
 // Hand edits are typed in the dashboard currency and stored in US dollars.
 double inputAmount(double usd, const QString &currency);
 double inputUSD(double amount, const QString &currency);
 // "1,250" → 1250; empty, unreadable, zero or negative → none.
 std::optional<double> parseDraft(QString text);
+// Why a typed record would not be stored, in the user's words; empty when it would (or, left
+// empty, keeps the record as it is). `recordUSD` is the stored record.
+QString draftProblem(const QString &text, double recordUSD, const Preferences &preferences);
 
 struct Draft
 {
@@ -68,6 +73,9 @@ class AchievementsModel : public QObject
     Q_PROPERTY(QString dayDraft MEMBER m_dayDraft NOTIFY editingChanged)
     Q_PROPERTY(QString weekDraft MEMBER m_weekDraft NOTIFY editingChanged)
     Q_PROPERTY(QString monthDraft MEMBER m_monthDraft NOTIFY editingChanged)
+    // Per draft (day, week, month) why it would not be stored; Save waits until all are empty.
+    Q_PROPERTY(QStringList draftProblems READ draftProblems NOTIFY editingChanged)
+    Q_PROPERTY(bool canSave READ canSave NOTIFY editingChanged)
     Q_PROPERTY(DatePickerModel *dayDate READ dayDate CONSTANT)
     Q_PROPERTY(DatePickerModel *weekDate READ weekDate CONSTANT)
     Q_PROPERTY(DatePickerModel *monthDate READ monthDate CONSTANT)
@@ -80,12 +88,15 @@ public:
     QVariantList unlocked() const;
     bool editing() const { return m_editing; }
     QString currencySymbol() const;
+    QStringList draftProblems() const;
+    bool canSave() const;
     DatePickerModel *dayDate() { return &m_dates[0]; }
     DatePickerModel *weekDate() { return &m_dates[1]; }
     DatePickerModel *monthDate() { return &m_dates[2]; }
 
     // Not editing: fills the drafts from the records (left empty in privacy mode) and starts
-    // editing. Editing: saves the drafts through the engine and stops.
+    // editing. Editing: saves the drafts through the engine and stops, unless a draft would not
+    // be stored (its reason shows beside it).
     Q_INVOKABLE void toggleEditing();
     // Leaving the pane while editing drops the drafts.
     Q_INVOKABLE void discardEditing();

@@ -311,9 +311,38 @@ QString DashboardModel::lastError() const
     return m_engine->lastError().value_or(QString());
 }
 
+ErrorSummary DashboardModel::error() const
+{
+    QHash<QString, QString> providers;
+    for (const Account &account : m_engine->accounts())
+        providers.insert(account.name, account.provider == AccountProvider::PayPal ? u"PayPal"_s : u"Stripe"_s);
+    return summarizeError(lastError(), providers);
+}
+
 QString DashboardModel::errorSummary() const
 {
-    return summarizeError(lastError()).summary;
+    return error().summary;
+}
+
+QString DashboardModel::errorDetails() const
+{
+    return error().details;
+}
+
+QString DashboardModel::errorActionText() const
+{
+    return error().accountToEdit.isEmpty() ? u"Try again"_s : u"Edit account"_s;
+}
+
+void DashboardModel::actOnError()
+{
+    const QString name = error().accountToEdit;
+    for (const Account &account : m_engine->accounts())
+        if (!name.isEmpty() && account.name == name && !account.isDemo()) {
+            Q_EMIT accountEditRequested(account.id);
+            return;
+        }
+    refresh();
 }
 
 QString DashboardModel::feedEmptyText() const

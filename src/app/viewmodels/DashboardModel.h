@@ -6,6 +6,7 @@
 #include "viewmodels/ChartModel.h"
 #include "viewmodels/ChoiceListModel.h"
 #include "viewmodels/DatePickerModel.h"
+#include "viewmodels/ErrorSummary.h"
 #include "viewmodels/FeedModel.h"
 #include "viewmodels/TilesModel.h"
 
@@ -65,6 +66,9 @@ class DashboardModel : public QObject
     Q_PROPERTY(int feedCount READ feedCount NOTIFY changed)
     Q_PROPERTY(QString lastError READ lastError NOTIFY changed)
     Q_PROPERTY(QString errorSummary READ errorSummary NOTIFY changed)
+    Q_PROPERTY(QString errorDetails READ errorDetails NOTIFY changed)
+    // "Edit account" while a key was refused, else "Try again".
+    Q_PROPERTY(QString errorActionText READ errorActionText NOTIFY changed)
     Q_PROPERTY(QString feedEmptyText READ feedEmptyText NOTIFY changed)
     Q_PROPERTY(QString notesText READ notesText NOTIFY changed)
     Q_PROPERTY(bool privacyMode READ privacyMode NOTIFY changed)
@@ -109,6 +113,10 @@ public:
     int feedCount() const;
     QString lastError() const;
     QString errorSummary() const;
+    QString errorDetails() const;
+    QString errorActionText() const;
+    // The failed refresh in plain words, with the accounts' providers filled in.
+    ErrorSummary error() const;
     // Why the feed is empty: still pulling, a failed load, or nothing there.
     QString feedEmptyText() const;
     // Plain-words notes about data that was not used as it is: damaged files kept aside,
@@ -137,12 +145,15 @@ public:
     Q_INVOKABLE void removeDemo();
     Q_INVOKABLE void keepDemo();
     Q_INVOKABLE void cancelRefresh();
+    // The error banner's button: opens the refused account's editor, or refreshes again.
+    Q_INVOKABLE void actOnError();
     void selectRange(TimeRange range);
     void setCustomRange(QDate start, QDate end);
 
 Q_SIGNALS:
     void changed();
     void clockTicked();
+    void accountEditRequested(const QUuid &accountId);
 
 private:
     void recompute();

@@ -56,6 +56,14 @@ QString suggestedFileName(const QString &what, RevenueKind kind, QDate today)
     return u"%1-%2.csv"_s.arg(stem, today.toString(Qt::ISODate));
 }
 
+QString exportFolder(const QStringList &folders)
+{
+    for (const QString &folder : folders)
+        if (!folder.isEmpty() && QFileInfo(folder).isDir())
+            return folder;
+    return QDir::homePath();
+}
+
 std::optional<QString> writeFile(const QString &path, const QByteArray &bytes)
 {
     QSaveFile file(path);
@@ -233,7 +241,9 @@ void DrillDownModel::copyEmail(int row)
 void DrillDownModel::exportCsv(const QString &what)
 {
     delete m_dialog;
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QString folder = DrillDownLogic::exportFolder({QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation),
+                                                         QStandardPaths::writableLocation(QStandardPaths::DownloadLocation),
+                                                         QDir::homePath()});
     const QString name = DrillDownLogic::suggestedFileName(what, m_kind, m_engine->calendar().local(m_engine->now()).date());
     // Not modal and not parented to the panel: the panel is a tool window that closes
     // when it loses focus, and the dialog must outlive that.
@@ -242,6 +252,7 @@ void DrillDownModel::exportCsv(const QString &what)
     m_dialog->setDefaultSuffix(u"csv"_s);
     m_dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(m_dialog, &QFileDialog::fileSelected, this, [this, what](const QString &path) { writeCsv(what, path); });
+    connect(m_dialog, &QFileDialog::finished, this, &DrillDownModel::exportDialogClosed);
     m_dialog->open();
 }
 
@@ -252,8 +263,16 @@ bool DrillDownModel::writeCsv(const QString &what, const QString &path)
         : CsvExport::customers(m_engine->feed(), m_groups);
     const auto error = DrillDownLogic::writeFile(path, bytes);
     const QString file = QFileInfo(path).fileName();
-    setExportStatus(error ? u"Couldn't save %1: %2"_s.arg(file, *error) : u"Saved %1"_s.arg(file));
+    m_savedFile = error ? QString() : QFileInfo(path).absoluteFilePath();
+    setExportStatus(error ? u"Couldn't save %1: %2"_s.arg(file, *error)
+                          : u"Saved %1 in %2"_s.arg(file, QDir::toNativeSeparators(QFileInfo(path).absolutePath())));
     return !error;
+}
+
+void DrillDownModel::showSavedFile()
+{
+    if (!m_savedFile.isEmpty())
+        Q_EMIT showInFolderRequested(m_savedFile);
 }
 
 void DrillDownModel::setExportStatus(const QString &status)

@@ -24,6 +24,8 @@ QString summaryLine(qsizetype groups, qsizetype events);
 QString emptyText(RevenueKind kind);
 // "new-customers-2026-11-20.csv"
 QString suggestedFileName(const QString &what, RevenueKind kind, QDate today);
+// Where the save dialog starts: the first of `folders` (Documents, Downloads, home) that exists.
+QString exportFolder(const QStringList &folders);
 // Writes the whole file or nothing: none on success, else the reason.
 std::optional<QString> writeFile(const QString &path, const QByteArray &bytes);
 
@@ -43,6 +45,8 @@ class DrillDownModel : public QAbstractListModel
     Q_PROPERTY(QString emptyText READ emptyText NOTIFY changed)
     Q_PROPERTY(int groupCount READ groupCount NOTIFY changed)
     Q_PROPERTY(QString exportStatus READ exportStatus NOTIFY exportStatusChanged)
+    // The file the last export wrote, or empty: "Show in folder" leads to it.
+    Q_PROPERTY(QString savedFile READ savedFile NOTIFY exportStatusChanged)
     // Every kind, the shown one checked: the tiles open three, this leads to all five.
     Q_PROPERTY(ChoiceListModel *kinds READ kinds CONSTANT)
 
@@ -79,6 +83,8 @@ public:
     int groupCount() const { return static_cast<int>(m_groups.size()); }
     const QList<CustomerGroup> &groups() const { return m_groups; }
     QString exportStatus() const { return m_exportStatus; }
+    QString savedFile() const { return m_savedFile; }
+    Q_INVOKABLE void showSavedFile();
     ChoiceListModel *kinds() { return &m_kinds; }
 
     Q_INVOKABLE void copyEmail(int row);
@@ -93,6 +99,9 @@ Q_SIGNALS:
     void changed();
     void exportStatusChanged();
     void kindRequested(const QString &kind); // chosen among `kinds`: for the navigation to open
+    // The save dialog has closed, saved or not: the panel it may have hidden comes back.
+    void exportDialogClosed();
+    void showInFolderRequested(const QString &path);
 
 private:
     QList<qsizetype> rangeEvents(std::optional<RevenueKind> kind) const;
@@ -107,6 +116,7 @@ private:
     CopiedEmail m_copied;
     QHash<QString, QString> m_iconByAccountName;
     QString m_exportStatus;
+    QString m_savedFile;
     ChoiceListModel m_kinds;
     QPointer<QFileDialog> m_dialog;
 };

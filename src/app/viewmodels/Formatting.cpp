@@ -84,6 +84,17 @@ QString formatMoney(double usd, const Preferences &preferences)
     return CurrencyConverter::formatCompact(usd, preferences.dashboardCurrency);
 }
 
+QString formatMoneyWhole(double usd, const Preferences &preferences)
+{
+    const QString code = preferences.dashboardCurrency;
+    if (preferences.privacyMode)
+        return CurrencyConverter::mask(code);
+    const double native = usd / CurrencyConverter::rate(code.toLower()).value_or(1.0);
+    const QString prefix = CurrencyConverter::symbol(code.toLower()).value_or(code.toUpper() + u' ');
+    const QString digits = QLocale(QLocale::English).toString(static_cast<qint64>(std::llround(std::fabs(native))));
+    return (std::llround(native) < 0 ? u"-"_s : QString()) + prefix + digits;
+}
+
 QString negated(const QString &amountText)
 {
     bool anyDigit = false;

@@ -32,6 +32,9 @@ QString formatNative(double amount, const QLocale &locale);
 
 // The dashboard's money text: masked in privacy mode, else compact in the dashboard currency.
 QString formatMoney(double usd, const Preferences &preferences);
+// The same in whole units with grouped digits ("$25,000"), for a pane whose amounts are read
+// against each other; masked in privacy mode.
+QString formatMoneyWhole(double usd, const Preferences &preferences);
 
 // "-" before an amount text, unless the text shows a zero: a zero never carries a sign.
 QString negated(const QString &amountText);

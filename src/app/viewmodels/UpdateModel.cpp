@@ -34,7 +34,7 @@ QString UpdateModel::currentVersionText() const
 QString UpdateModel::statusText() const
 {
     if (!m_checker || !m_checker->isEnabled())
-        return u"Update checks are switched off in this build."_s;
+        return u"Quorvane does not check for updates by itself."_s;
     if (m_checker->isBlocked())
         return u"An update is required."_s;
     if (m_checker->hasOptionalUpdate())
