@@ -390,7 +390,8 @@ std::pair<QList<BillingSubscription>, QList<BillingInvoice>> DemoBusiness::billi
         }
         const QString itemId = DemoCatalog::stripeId("si"_L1, key({c.key, 9}));
         BillingPrice current = price;
-        current.unit_amount = DemoLifecycle::periodPrice(c, state->plan);
+        // The plan of the latest happening: an upgrade is paid, so the state's own plan may be older.
+        current.unit_amount = DemoLifecycle::periodPrice(c, life.back().plan);
         sub.items.append({itemId, current, 1});
         subscriptions.append(sub);
         for (const DemoHappening &h : life) {

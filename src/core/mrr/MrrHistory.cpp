@@ -3,6 +3,9 @@
 #include "mrr/MrrMath.h"
 #include "mrr/SubscriptionMrr.h"
 
+#include <QVarLengthArray>
+
+#include <algorithm>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -23,6 +26,7 @@ struct Prepared
 {
     struct PaidPeriod
     {
+        QString itemId;
         Date start;
         Date end;
         double monthlyUsd;
@@ -37,10 +41,11 @@ struct Prepared
     {
         paid.reserve(size_t(lines.size()));
         for (const MrrInvoiceLine &line : lines)
-            paid.push_back({line.periodStart, line.periodEnd,
+            paid.push_back({line.itemId, line.periodStart, line.periodEnd,
                             SubscriptionMrr::toUsd(SubscriptionMrr::perMonth(double(line.amount), line.interval,
                                                                              line.intervalCount),
                                                    line.currency)});
+        std::stable_sort(paid.begin(), paid.end(), [](const PaidPeriod &a, const PaidPeriod &b) { return a.start > b.start; });
     }
 
     double usdAt(Date at, bool countTrials, Date now) const
@@ -53,15 +58,20 @@ struct Prepared
             return SubscriptionMrr::monthlyMinorUnits(s, at, countTrials) * usdPerMinorUnit;
         if (s.trialEnd && at < *s.trialEnd)
             return countTrials ? SubscriptionMrr::termsMinorUnits(s, at) * usdPerMinorUnit : 0;
-        // What was paid for the period around `at`, one line per item; without a paid line,
-        // the terms the subscription has now.
+        // What was paid for the period around `at`: per item the line of the latest period
+        // that covers it (a renewal billed before the last period ended overlaps it, and a
+        // plan change starts a new period); without a paid line, the terms it has now.
+        // `paid` is newest period first, so the first covering line of an item is its latest.
+        QVarLengthArray<const QString *, 4> seen;
         double usd = 0;
-        bool covered = false;
-        for (const PaidPeriod &period : paid)
-            if (period.start <= at && at < period.end) {
-                covered = true;
-                usd += period.monthlyUsd;
-            }
+        for (const PaidPeriod &period : paid) {
+            if (!(period.start <= at && at < period.end)
+                || std::any_of(seen.cbegin(), seen.cend(), [&](const QString *id) { return *id == period.itemId; }))
+                continue;
+            seen.append(&period.itemId);
+            usd += period.monthlyUsd;
+        }
+        const bool covered = !seen.isEmpty();
         return covered ? usd : SubscriptionMrr::termsMinorUnits(s, at) * usdPerMinorUnit;
     }
 };

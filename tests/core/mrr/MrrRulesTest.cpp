@@ -1,4 +1,5 @@
 #include "mrr/MrrGoal.h"
+#include "mrr/MrrHistory.h"
 #include "mrr/MrrMath.h"
 #include "mrr/MrrSnapshots.h"
 #include "mrr/PayPalMrr.h"
@@ -226,4 +227,34 @@ TEST(MrrSnapshots, MonthsFromTheLastSnapshotOfEach)
     const QList<MrrMonth> expected{{day(1, 1), 120, 12, {}}, {day(2, 1), 120, 12, {}}, {day(3, 1), 155, 15, {}},
                                    {day(4, 1), 155, 15, {}}};
     EXPECT_EQ(months, expected);
+}
+
+// In the past a subscription is worth what its paid lines covering the day charged: per item
+// the latest period's line, since a renewal billed early overlaps the period before it.
+TEST(MrrHistory, PaidLinesPerItemLatestPeriodFirst)
+{
+    MrrSubscription s = subscription({item(9900)});
+    s.startDate = at.addingSeconds(-400 * 86400.0);
+    const auto line = [](const char *itemId, double startDays, double endDays, qint64 amount) {
+        MrrInvoiceLine out;
+        out.itemId = QString::fromLatin1(itemId);
+        out.periodStart = at.addingSeconds(startDays * 86400);
+        out.periodEnd = at.addingSeconds(endDays * 86400);
+        out.amount = amount;
+        out.currency = u"usd"_s;
+        return out;
+    };
+    const Date now = at.addingSeconds(90 * 86400.0);
+    const struct {
+        QList<MrrInvoiceLine> lines;
+        double usd;
+    } rows[] = {
+        {{line("si_a", -20, 10, 5000)}, 50},
+        {{line("si_a", -20, 10, 5000), line("si_a", -1, 29, 7000)}, 70}, // renewal billed a day early
+        {{line("si_a", -1, 29, 7000), line("si_a", -20, 10, 5000)}, 70},
+        {{line("si_a", -20, 10, 5000), line("si_b", -5, 25, 1500)}, 65}, // two items
+        {{line("si_a", -60, -30, 5000)}, 99},                             // none covers: today's terms
+    };
+    for (const auto &row : rows)
+        EXPECT_NEAR(MrrHistory::subscriptionUsdAt(s, row.lines, at, false, now), row.usd, 1e-9) << row.usd;
 }
