@@ -16,7 +16,8 @@ QCoro::Task<> RevenueEngine::loadCredentials()
     const auto probe = co_await store->read(u"probe"_s);
     if (!self)
         co_return;
-    bool usable = probe.status != SecretStore::Status::Unavailable;
+    m_keyringState = KeyringStatus::afterRead(m_keyringState, probe.status);
+    bool usable = m_keyringState == KeyringStatus::State::Serving;
     bool filled = false;
     bool plainInFile = false;
     const QList<Account> accounts = m_accounts;
@@ -30,7 +31,8 @@ QCoro::Task<> RevenueEngine::loadCredentials()
         const auto entry = co_await store->read(Credentials::keyOf(account));
         if (!self)
             co_return;
-        if (entry.status == SecretStore::Status::Unavailable) {
+        m_keyringState = KeyringStatus::afterRead(m_keyringState, entry.status);
+        if (m_keyringState != KeyringStatus::State::Serving) {
             usable = false;
             break;
         }
@@ -47,8 +49,12 @@ QCoro::Task<> RevenueEngine::loadCredentials()
     if (filled)
         Q_EMIT accountsChanged();
     Q_EMIT credentialsReadyChanged();
+    if (KeyringStatus::notice(m_keyringState))
+        Q_EMIT lastErrorChanged();
     if (usable && plainInFile)
         co_await persistAccounts();
+    if (self && usable)
+        co_await removePendingKeys(store, m_keyRemovals, KeyringStatus::entriesOf(m_accounts));
     if (self && m_env.startLoops) {
         triggerRefresh();
         // The loop's first run found no keys: list the at-risk subscriptions now.
@@ -68,7 +74,6 @@ QCoro::Task<> RevenueEngine::persistAccounts()
     do {
         m_persistAgain = false;
         const QList<Account> accounts = m_accounts;
-        const QStringList removals = std::exchange(m_credentialRemovals, {});
         // Keyring first: the file loses a key only once the keyring holds it.
         bool allStored = true;
         for (const Account &account : accounts) {
@@ -90,9 +95,13 @@ QCoro::Task<> RevenueEngine::persistAccounts()
             std::transform(file.begin(), file.end(), file.begin(), Credentials::stripped);
         else
             m_keyringUsable = false; // the private file keeps every key from now on
-        writeAccountsFile(file);
-        for (const QString &key : removals) {
-            co_await store->remove(key);
+        if (!allStored && m_keyringState != KeyringStatus::State::Refused) {
+            m_keyringState = KeyringStatus::State::Refused;
+            Q_EMIT lastErrorChanged();
+        }
+        // Entries of removed accounts go once the file no longer names their accounts.
+        if (writeAccountsFile(file)) {
+            co_await removePendingKeys(store, m_keyRemovals, KeyringStatus::entriesOf(accounts));
             if (!self)
                 co_return;
         }

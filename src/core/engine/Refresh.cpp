@@ -111,7 +111,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
             co_return;
         }
         if (!result.ok()) {
-            errorLines.append(u"[%1] %2"_s.arg(accountName(id), result.error()));
+            errorLines.append(
+                u"[%1] %2"_s.arg(accountName(id), KeyringStatus::accountError(m_keyringState, m_accounts, id, result.error())));
             continue;
         }
         newEvents.append(result.value().events);

@@ -81,7 +81,9 @@ void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
 
 std::optional<QString> RevenueEngine::lastError() const
 {
-    const std::optional<QString> saves = m_saveFailures.text();
+    std::optional<QString> saves = m_saveFailures.text();
+    if (const auto keyring = KeyringStatus::notice(m_keyringState))
+        saves = saves ? *saves + u" · "_s + *keyring : *keyring;
     if (!saves || !m_lastError)
         return saves ? saves : m_lastError;
     // First, so that the account lines after it still start with "[name]".
@@ -200,8 +202,12 @@ void RevenueEngine::upsertAccount(const Account &account)
 void RevenueEngine::removeAccount(const Account &account)
 {
     const auto removed = m_accounts.removeIf([&](const Account &a) { return a.id == account.id; });
-    if (removed > 0 && m_storedCredentials.remove(account.id))
-        m_credentialRemovals.append(Credentials::keyOf(account));
+    if (removed > 0 && m_env.secrets) {
+        // Queued whether or not the keyring answers now: it may hold an entry this run never
+        // read. A queue file that cannot be written keeps the entry in memory for this run.
+        m_storedCredentials.remove(account.id);
+        m_keyRemovals.add(Credentials::keyOf(account));
+    }
     saveAccounts();
     if (removed > 0) {
         Q_EMIT accountsChanged();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/EngineTypes.h"
+#include "engine/KeyringStatus.h"
 #include "engine/Notifier.h"
 #include "engine/NotifierBookkeeping.h"
 #include "engine/SaveFailures.h"
@@ -10,6 +11,7 @@
 #include "model/DailyBucket.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "storage/PendingKeyRemovals.h"
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
 #include "stripe/ListingSlices.h"
@@ -353,7 +355,8 @@ private:
     bool m_persisting = false;
     bool m_persistAgain = false;
     QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
-    QStringList m_credentialRemovals;             // keyring entries of removed accounts
+    PendingKeyRemovals m_keyRemovals{m_env.storage};
+    KeyringStatus::State m_keyringState = KeyringStatus::State::Absent;
 
     bool m_feedPending = false; // the stored feed is still being read
     bool m_historicalGapFilled = false;
