@@ -32,26 +32,23 @@ QStringList PendingKeyRemovals::entries() const
     return out;
 }
 
-Storage::Saved PendingKeyRemovals::add(const QString &entry) const
+void PendingKeyRemovals::add(const QString &entry) const
 {
     QStringList queued = saved();
     if (queued.contains(entry))
-        return Done{};
+        return;
     queued.append(entry);
-    Storage::Saved written = m_storage.writeAtomically(fileName, encoded(queued));
-    if (!written && !m_unsaved->contains(entry))
+    if (!m_storage.writeAtomically(fileName, encoded(queued)) && !m_unsaved->contains(entry))
         m_unsaved->append(entry);
-    return written;
 }
 
-Storage::Saved PendingKeyRemovals::drop(const QStringList &gone) const
+void PendingKeyRemovals::drop(const QStringList &gone) const
 {
     const auto isGone = [&](const QString &entry) { return gone.contains(entry); };
     m_unsaved->removeIf(isGone);
     QStringList queued = saved();
-    if (queued.removeIf(isGone) == 0)
-        return Done{};
-    return m_storage.writeAtomically(fileName, encoded(queued));
+    if (queued.removeIf(isGone) > 0 && !m_storage.writeAtomically(fileName, encoded(queued)))
+        return; // see the header: harmless, and tried again at the next start
 }
 
 QCoro::Task<> removePendingKeys(std::shared_ptr<SecretStore> store, PendingKeyRemovals queue, QStringList inUse)
@@ -63,8 +60,6 @@ QCoro::Task<> removePendingKeys(std::shared_ptr<SecretStore> store, PendingKeyRe
         if (gone)
             settled.append(entry);
     }
-    // A queue file that cannot be rewritten now still lists entries already gone: the next
-    // start asks the keyring to drop them again, which it takes as done.
     if (!settled.isEmpty())
         queue.drop(settled);
 }

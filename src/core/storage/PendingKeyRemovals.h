@@ -20,10 +20,11 @@ public:
     explicit PendingKeyRemovals(Storage storage) : m_storage(std::move(storage)) {}
 
     QStringList entries() const;
-    // Queues `entry`; the reason when the file could not take it.
-    Storage::Saved add(const QString &entry) const;
-    // Takes `entries` off the queue.
-    Storage::Saved drop(const QStringList &entries) const;
+    // Queues `entry`: in the file, else in memory for this run.
+    void add(const QString &entry) const;
+    // Takes `entries` off the queue. A file that cannot be rewritten still lists them: the
+    // next start asks the keyring to drop them again, which it takes as done.
+    void drop(const QStringList &entries) const;
 
 private:
     QStringList saved() const;
