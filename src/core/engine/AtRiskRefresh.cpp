@@ -121,12 +121,15 @@ QList<Account> accountsToScan(const QList<Account> &accounts)
 struct RevenueEngine::AtRiskListings
 {
     QList<AtRiskSub> collected;
+    QHash<QString, QString> failed; // by account id: what a listing of it said
     int done = 0;
 };
 
 QCoro::Task<> RevenueEngine::runAtRiskRefresh(CancellationToken token)
 {
-    const QList<Account> accounts = AtRiskRefresh::accountsToScan(m_accounts);
+    QList<Account> accounts = AtRiskRefresh::accountsToScan(m_accounts);
+    const double monotonicNow = m_env.clock->monotonicSeconds();
+    accounts.removeIf([&](const Account &a) { return !m_atRiskBackoff.isDue(a.id.toString(), monotonicNow); });
     if (accounts.isEmpty() || m_isLoadingAtRisk || !m_credentialsReady)
         co_return;
     QPointer<RevenueEngine> self(this);
@@ -143,7 +146,10 @@ QCoro::Task<> RevenueEngine::listAtRisk(QPointer<RevenueEngine> engine, Account 
     if (engine) {
         const std::shared_ptr<const StripeSource> source = engine->stripeSource(account);
         auto reply = co_await source->fetchSubscriptionsByStatus(status, token);
-        // A failed listing adds nothing; the next run tries again.
+        // A failed listing adds nothing; it is reported, and its account waits before the next try.
+        if (engine && !reply.ok())
+            listings->failed.insert(account.id.toString(),
+                                    u"[%1] At-risk subscriptions not listed: %2"_s.arg(account.name, reply.error().description()));
         if (engine && reply.ok()) {
             const Date now = engine->now();
             for (const ExpandedSubscription &sub : reply.value())
@@ -172,6 +178,15 @@ QCoro::Task<> RevenueEngine::refreshAtRiskSubs(QList<Account> accounts, Cancella
         co_await listing;
     if (!self || token.isCancelled())
         co_return;
+    const std::optional<QString> reported = m_atRiskBackoff.text();
+    for (const Account &account : std::as_const(accounts)) {
+        const QString id = account.id.toString();
+        const auto failed = listings.failed.constFind(id);
+        m_atRiskBackoff.record(id, failed == listings.failed.cend() ? std::nullopt : std::optional(*failed),
+                               m_env.clock->monotonicSeconds());
+    }
+    if (m_atRiskBackoff.text() != reported)
+        Q_EMIT lastErrorChanged();
     // An account removed or disabled while it was listed shows nothing.
     const QList<Account> scanned = AtRiskRefresh::accountsToScan(m_accounts);
     listings.collected.removeIf([&](const AtRiskSub &sub) {

@@ -81,13 +81,12 @@ void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
 
 std::optional<QString> RevenueEngine::lastError() const
 {
-    std::optional<QString> saves = m_saveFailures.text();
-    if (const auto keyring = KeyringStatus::notice(m_keyringState))
-        saves = saves ? *saves + u" · "_s + *keyring : *keyring;
-    if (!saves || !m_lastError)
-        return saves ? saves : m_lastError;
-    // First, so that the account lines after it still start with "[name]".
-    return *saves + u" · "_s + *m_lastError;
+    // Lines about one account start with "[name]" and come after the others.
+    QStringList parts;
+    for (const auto &part : {m_saveFailures.text(), KeyringStatus::notice(m_keyringState), m_atRiskBackoff.text(), m_lastError})
+        if (part)
+            parts.append(*part);
+    return parts.isEmpty() ? std::nullopt : std::optional<QString>(parts.join(u" · "_s));
 }
 
 bool RevenueEngine::noteSave(SaveFailures::File file, const Storage::Saved &saved)

@@ -14,6 +14,7 @@
 #include "storage/PendingKeyRemovals.h"
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
+#include "stripe/ListingBackoff.h"
 #include "stripe/ListingSlices.h"
 #include "stripe/StripeSubscriptions.h"
 #include "util/Cancellation.h"
@@ -105,6 +106,8 @@ public:
     static constexpr int feedRetentionDays = 95;
     static constexpr int historicalDeepLookbackDays = 90;
     static constexpr int atRiskRefreshSeconds = 300;
+    // An account whose at-risk listing keeps failing is asked at most this rarely.
+    static constexpr int atRiskLongestBackoffSeconds = 6 * 3600;
     static constexpr double retryMinInterval = 3.0;
     // A paid row stays in place this long before the listing drops it: the next click must not
     // land on the customer that moved up under the pointer.
@@ -356,6 +359,7 @@ private:
     bool m_persistAgain = false;
     QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
     PendingKeyRemovals m_keyRemovals{m_env.storage};
+    ListingBackoff m_atRiskBackoff{atRiskRefreshSeconds, atRiskLongestBackoffSeconds};
     KeyringStatus::State m_keyringState = KeyringStatus::State::Absent;
 
     bool m_feedPending = false; // the stored feed is still being read

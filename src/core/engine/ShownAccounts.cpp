@@ -63,6 +63,9 @@ void RevenueEngine::dropAtRiskOf(const QUuid &accountId)
         listed.insert(sub.id);
     if (m_retryResults.removeIf([&](auto it) { return !listed.contains(it.key()); }) > 0)
         Q_EMIT retryResultsChanged();
+    // A failed listing of an account no longer listed has nothing left to report or wait for.
+    if (m_atRiskBackoff.forget(accountId.toString()))
+        Q_EMIT lastErrorChanged();
 }
 
 void RevenueEngine::forgetAccount(const QUuid &accountId)

@@ -236,6 +236,9 @@ TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
 TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops)
 {
     stripe.setHandler("GET", "/v1/events", [](const RecordedRequest &) { return FakeResponse::hang(); });
+    stripe.setHandler("GET", "/v1/subscriptions", [](const RecordedRequest &) {
+        return FakeResponse::json(200, StripeBodies::page({}, false, u"/v1/subscriptions"_s)); // nothing at risk
+    });
     RevenueEngine &e = startWith({main});
     e.triggerRefresh();
     ASSERT_TRUE(waitUntil([&] { return stripe.requests().size() >= 2; }));
