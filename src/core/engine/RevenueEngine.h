@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/EngineTypes.h"
+#include "engine/FeedRetention.h"
 #include "engine/KeyringStatus.h"
 #include "engine/Notifier.h"
 #include "engine/NotifierBookkeeping.h"
@@ -360,6 +361,7 @@ private:
     QHash<QUuid, QByteArray> m_storedCredentials; // keyring entries known to be written
     PendingKeyRemovals m_keyRemovals{m_env.storage};
     ListingBackoff m_atRiskBackoff{atRiskRefreshSeconds, atRiskLongestBackoffSeconds};
+    FeedRetention::Reading m_clockAtStart = FeedRetention::read(*m_env.clock);
     KeyringStatus::State m_keyringState = KeyringStatus::State::Absent;
 
     bool m_feedPending = false; // the stored feed is still being read
