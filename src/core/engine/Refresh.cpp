@@ -113,7 +113,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
             co_return;
         }
         if (!result.ok()) {
-            errorLines.append(u"[%1] %2"_s.arg(accountName(id), result.error()));
+            errorLines.append(
+                u"[%1] %2"_s.arg(accountName(id), KeyringStatus::accountError(m_credentials->keyringState(), m_accounts, id, result.error())));
             continue;
         }
         newEvents.append(result.value().events);
@@ -180,13 +181,9 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
 
 Date RevenueEngine::retentionHorizon() const
 {
-    const auto horizonFrom = [this](Date anchor) {
-        return m_env.calendar.addingDays(m_env.calendar.startOfDay(anchor), -feedRetentionDays);
-    };
-    // A clock that would purge even the newest stored event reads far ahead (a wrong date for
-    // one refresh): the window is then measured from that event, so nothing is lost.
-    const Date horizon = horizonFrom(now());
-    return !m_feed.isEmpty() && m_feed.first().date < horizon ? horizonFrom(m_feed.first().date) : horizon;
+    return FeedRetention::horizon(*m_env.clock, m_clockAtStart,
+                                  m_feed.isEmpty() ? std::nullopt : std::optional(m_feed.first().date), feedRetentionDays,
+                                  m_env.calendar);
 }
 
 QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,

@@ -3,6 +3,7 @@
 #include "engine/AtRiskSubscriptions.h"
 #include "engine/CredentialSync.h"
 #include "engine/EngineTypes.h"
+#include "engine/FeedRetention.h"
 #include "engine/HistoricalFill.h"
 #include "engine/Notifier.h"
 #include "engine/Records.h"
@@ -15,8 +16,10 @@
 #include "model/DailyBucket.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "storage/PendingKeyRemovals.h"
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
+#include "stripe/ListingBackoff.h"
 #include "stripe/ListingSlices.h"
 #include "stripe/StripeSubscriptions.h"
 #include "util/Cancellation.h"
@@ -106,6 +109,7 @@ public:
     static constexpr int atRiskRefreshSeconds = AtRiskSubscriptions::refreshSeconds;
     static constexpr double retryMinInterval = AtRiskSubscriptions::retryMinInterval;
     static constexpr double paidShownSeconds = AtRiskSubscriptions::paidShownSeconds;
+    static constexpr int atRiskLongestBackoffSeconds = AtRiskSubscriptions::longestBackoffSeconds;
     static constexpr int minimumRefreshSeconds = 15;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
@@ -331,6 +335,7 @@ private:
     SaveFailures m_saveFailures;
     QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
     QHash<QUuid, qsizetype> m_skippedRecords;
+    FeedRetention::Reading m_clockAtStart = FeedRetention::read(*m_env.clock);
 
     bool m_feedPending = false; // the stored feed is still being read
     NotifierBookkeeping m_notifications;
