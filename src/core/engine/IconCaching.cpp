@@ -13,6 +13,7 @@ std::unique_ptr<IconCache> RevenueEngine::makeIconCache()
         return std::nullopt;
     };
     hooks.store = [this](const Account &account) { upsertAccount(account); };
+    hooks.stripeBudget = [this](const QString &restrictedKey) { return m_sources.budgetFor(restrictedKey); };
     auto cache = std::make_unique<IconCache>(m_env.storage, m_env.endpoints.stripeApi, m_env.endpoints.icons, hooks);
     // Re-publishing the accounts makes every view that shows them pick the new file up.
     connect(cache.get(), &IconCache::iconStored, this, &RevenueEngine::accountsChanged);

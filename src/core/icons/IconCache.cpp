@@ -60,7 +60,8 @@ QCoro::Task<> IconCache::ensureIconCached(Account account)
     }
 
     if (account.provider == AccountProvider::Stripe && (!domain || !account.stripeAccountId)) {
-        const StripeClient client(account, m_stripeApi);
+        const StripeClient client(account, m_stripeApi,
+                                  m_hooks.stripeBudget ? m_hooks.stripeBudget(account.stripeRestrictedKey) : nullptr);
         const auto info = co_await client.fetchAccountInfo(lifetime);
         if (!self || lifetime.isCancelled())
             co_return;

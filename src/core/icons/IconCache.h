@@ -8,6 +8,9 @@
 #include <QCoroTask>
 #include <QObject>
 #include <functional>
+#include <memory>
+
+class RequestBudget;
 
 // Fills the icons folder with one favicon per account, found from the account's web domain
 // (as entered, else its name when that is a domain, else the Stripe business profile). What it
@@ -23,6 +26,9 @@ public:
         std::function<std::optional<Account>(const QUuid &)> find;
         // Replaces the stored account with the same id and saves the accounts.
         std::function<void(const Account &)> store;
+        // The request budget of a Stripe key, shared with every other request made with it;
+        // none: look-ups start at once.
+        std::function<std::shared_ptr<RequestBudget>(const QString &restrictedKey)> stripeBudget;
     };
 
     IconCache(Storage storage, QUrl stripeApi, IconEndpoints endpoints, Hooks hooks, QObject *parent = nullptr);

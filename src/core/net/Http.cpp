@@ -3,6 +3,7 @@
 #include "json/JsonReader.h"
 
 #include <QCoreApplication>
+#include <QCoroSignal>
 #include <QCoroTimer>
 #include <QNetworkAccessManager>
 #include <QPointer>
@@ -10,6 +11,7 @@
 #include <QStringDecoder>
 #include <QTimer>
 #include <array>
+#include <numeric>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -20,12 +22,27 @@ namespace Http {
 
 namespace {
 
+// One request waiting for a lane; `session` is set when a lane is handed to it.
+struct LaneWaiter
+{
+    Waker waker;
+    int session = -1;
+};
+
+struct HostLanes
+{
+    std::array<int, sessionCount> inFlight{};
+    QList<std::shared_ptr<LaneWaiter>> waiting; // oldest first
+
+    int leastBusy() const { return int(std::min_element(inFlight.begin(), inFlight.end()) - inFlight.begin()); }
+    int total() const { return std::accumulate(inFlight.begin(), inFlight.end(), 0); }
+};
+
 struct SessionPool
 {
     std::array<QPointer<QNetworkAccessManager>, sessionCount> sessions{};
-    std::array<int, sessionCount> inFlight{};
-
-    int leastBusy() const { return int(std::min_element(inFlight.begin(), inFlight.end()) - inFlight.begin()); }
+    QHash<QString, HostLanes> hosts; // by scheme, host and port
+    int lanesPerHost = sessionCount * connectionsPerSession;
 };
 
 SessionPool &pool()
@@ -38,7 +55,91 @@ SessionPool &pool()
     return *sessions;
 }
 
+QString hostKey(const QUrl &url)
+{
+    return url.scheme() + u"://"_s + url.host() + u':' + QString::number(url.port(url.scheme() == u"https"_s ? 443 : 80));
+}
+
 } // namespace
+
+Lane::Lane(QString host, int session)
+    : m_host(std::move(host))
+    , m_session(session)
+{
+}
+
+Lane::Lane(Lane &&other) noexcept
+    : m_host(std::move(other.m_host))
+    , m_session(std::exchange(other.m_session, -1))
+{
+}
+
+Lane &Lane::operator=(Lane &&other) noexcept
+{
+    if (this != &other) {
+        Lane gone(std::move(*this));
+        m_host = std::move(other.m_host);
+        m_session = std::exchange(other.m_session, -1);
+    }
+    return *this;
+}
+
+Lane::~Lane()
+{
+    if (m_session < 0)
+        return;
+    HostLanes &lanes = pool().hosts[m_host];
+    // Handed on rather than freed: a request asking meanwhile must not jump the queue.
+    while (!lanes.waiting.isEmpty()) {
+        const std::shared_ptr<LaneWaiter> next = lanes.waiting.takeFirst();
+        if (next->waker.isWoken())
+            continue; // cancelled while waiting
+        next->session = m_session;
+        next->waker.wake(); // may resume the waiter here: `lanes` is not touched again
+        return;
+    }
+    --lanes.inFlight[m_session];
+}
+
+QNetworkAccessManager &Lane::session() const
+{
+    return *pool().sessions[m_session];
+}
+
+QCoro::Task<std::optional<Lane>> lane(QUrl url, CancellationToken token)
+{
+    if (token.isCancelled())
+        co_return std::nullopt;
+    const QString host = hostKey(url);
+    {
+        SessionPool &sessions = pool();
+        HostLanes &lanes = sessions.hosts[host];
+        if (lanes.waiting.isEmpty() && lanes.total() < sessions.lanesPerHost) {
+            const int chosen = lanes.leastBusy();
+            ++lanes.inFlight[chosen];
+            co_return Lane(host, chosen);
+        }
+    }
+    const auto waiter = std::make_shared<LaneWaiter>();
+    pool().hosts[host].waiting.append(waiter);
+    // Also when the frame goes unresumed: a lane handed to it goes on to the next in line.
+    auto giveUp = qScopeGuard([host, waiter] {
+        pool().hosts[host].waiting.removeOne(waiter);
+        if (waiter->session >= 0)
+            Lane handedOn(host, std::exchange(waiter->session, -1));
+    });
+    QObject::connect(token.state(), &CancellationState::cancelled, &waiter->waker, &Waker::wake);
+    co_await qCoro(&waiter->waker, &Waker::woke);
+    if (waiter->session < 0 || token.isCancelled())
+        co_return std::nullopt;
+    giveUp.dismiss();
+    co_return Lane(host, waiter->session);
+}
+
+void setLanesPerHost(int lanes)
+{
+    pool().lanesPerHost = std::max(1, lanes);
+}
 
 QNetworkAccessManager *newApplicationSession()
 {
@@ -78,12 +179,17 @@ QNetworkRequest makeRequest(const QUrl &url)
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body, CancellationToken token,
                                qint64 maxBody)
 {
-    SessionPool &sessions = pool();
-    const int chosen = sessions.leastBusy();
-    ++sessions.inFlight[chosen];
-    const auto done = qScopeGuard([&sessions, chosen] { --sessions.inFlight[chosen]; });
-    co_return co_await sendVia(*sessions.sessions[chosen], std::move(request), std::move(verb), std::move(body),
-                               std::move(token), maxBody);
+    const std::optional<Lane> held = co_await lane(request.url(), token);
+    if (!held) // cancelled: answered as such without a request
+        co_return co_await sendVia(sharedSession(), std::move(request), std::move(verb), {}, std::move(token), maxBody);
+    co_return co_await send(*held, std::move(request), std::move(verb), std::move(body), std::move(token), maxBody);
+}
+
+QCoro::Task<HttpResponse> send(const Lane &lane, QNetworkRequest request, QByteArray verb, QByteArray body,
+                               CancellationToken token, qint64 maxBody)
+{
+    co_return co_await sendVia(lane.session(), std::move(request), std::move(verb), std::move(body), std::move(token),
+                               maxBody);
 }
 
 QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkRequest request, QByteArray verb,

@@ -6,6 +6,7 @@
 #include <QCoroTask>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <optional>
 
 class QNetworkAccessManager;
 
@@ -36,6 +37,32 @@ inline constexpr qint64 maxBodyBytes = 32 * 1024 * 1024;
 // send() spreads requests over a few sessions: 36 connections per host in all.
 QNetworkAccessManager &sharedSession();
 inline constexpr int sessionCount = 6;
+inline constexpr int connectionsPerSession = 6;
+
+// A place on one of the sessions' connections to a host, held from before a request is
+// sent until its answer is in. Requests past the connections would otherwise wait inside
+// Qt and leave in a clump the moment connections free up; holding a lane first, a request
+// leaves as soon as it is sent, which is what a per-second budget needs to see.
+class Lane
+{
+public:
+    Lane(QString host, int session);
+    Lane(Lane &&other) noexcept;
+    Lane &operator=(Lane &&other) noexcept;
+    ~Lane(); // frees the place for the next request waiting for one
+    QNetworkAccessManager &session() const;
+
+private:
+    QString m_host;
+    int m_session = -1;
+};
+
+// Waits for a lane to the URL's host; none when `token` was cancelled first. Lanes are
+// handed out in the order they were asked for.
+QCoro::Task<std::optional<Lane>> lane(QUrl url, CancellationToken token);
+// How many requests to one host may be in flight at once; sessionCount times
+// connectionsPerSession unless set (at least 1). Set before the first request.
+void setLanesPerHost(int lanes);
 
 // A session with the defaults above, owned by the application object. It goes with the
 // application, network thread and all: a session kept to the end of the process would go on
@@ -46,6 +73,9 @@ QNetworkAccessManager *newApplicationSession();
 // Sends one request and waits for the whole body. Redirects are never followed, so
 // credentials stay with the host they were meant for. Bodies past `maxBody` fail cleanly.
 QCoro::Task<HttpResponse> send(QNetworkRequest request, QByteArray verb, QByteArray body = {},
+                               CancellationToken token = CancellationToken::none(), qint64 maxBody = maxBodyBytes);
+// The same on a lane already held.
+QCoro::Task<HttpResponse> send(const Lane &lane, QNetworkRequest request, QByteArray verb, QByteArray body = {},
                                CancellationToken token = CancellationToken::none(), qint64 maxBody = maxBodyBytes);
 // The same over another session, which must outlive the request.
 QCoro::Task<HttpResponse> sendVia(QNetworkAccessManager &session, QNetworkRequest request, QByteArray verb,

@@ -1,9 +1,13 @@
 #include "RequestBudget.h"
 
+#include <QCoroSignal>
+#include <QScopeGuard>
+
 RequestBudget::RequestBudget(int requestsPerSecond, std::shared_ptr<Clock> clock)
     : m_perSecond(std::max(0, requestsPerSecond))
     , m_clock(std::move(clock))
-    , m_pausedUntil(m_clock->monotonicSeconds())
+    , m_nextStart(m_clock->monotonicSeconds())
+    , m_pausedUntil(m_nextStart)
 {
 }
 
@@ -14,34 +18,53 @@ int RequestBudget::requestsPerSecondFor(const QString &restrictedKey)
     return live ? liveRequestsPerSecond : testRequestsPerSecond;
 }
 
-double RequestBudget::waitNeeded() const
-{
-    const double now = m_clock->monotonicSeconds();
-    double wait = std::max(0.0, m_pausedUntil - now);
-    if (m_perSecond > 0 && m_spent.size() >= m_perSecond)
-        wait = std::max(wait, m_spent[m_spent.size() - m_perSecond] + 1.0 - now);
-    return wait;
-}
-
 QCoro::Task<bool> RequestBudget::acquire(CancellationToken token)
 {
     // Callers hold the budget by a shared pointer for as long as they await this.
     const std::shared_ptr<Clock> clock = m_clock;
+    const double asked = clock->monotonicSeconds();
+    // One waiter at a time waits for the clock, the first in line.
+    const auto waiter = std::make_shared<Waker>();
+    if (!m_waiting.isEmpty())
+        QObject::connect(token.state(), &CancellationState::cancelled, waiter.get(), &Waker::wake);
+    m_waiting.append(waiter);
+    // Also when the frame goes unresumed: a waiter left in line would stop everyone behind it.
+    const auto leaveLine = qScopeGuard([this, waiter] {
+        const bool first = m_waiting.first() == waiter;
+        m_waiting.removeOne(waiter);
+        if (first && !m_waiting.isEmpty())
+            m_waiting.first()->wake();
+    });
+    if (m_waiting.first() != waiter)
+        co_await qCoro(waiter.get(), &Waker::woke);
     for (;;) {
         if (token.isCancelled())
             co_return false;
-        const double wait = waitNeeded();
-        if (wait < 0.001) // a clock's rounding, not a wait
-            break;
+        const double now = clock->monotonicSeconds();
+        const double turn = std::max(m_nextStart, m_pausedUntil);
+        if (turn - now < 0.0005) { // a timer's rounding, not a wait
+            // A turn waited for and taken late leaves the next one where it was, up to
+            // longestCatchUp back; one due before anyone asked counts from now.
+            const double interval = m_perSecond > 0 ? (1.0 + arrivalSpread) / m_perSecond : 0.0;
+            m_nextStart = (turn >= asked ? std::max(turn, now - longestCatchUp) : now) + interval;
+            co_return true;
+        }
+        const double wait = turn - now;
         co_await clock->sleep(wait, token);
     }
-    if (m_perSecond == 0)
-        co_return true;
-    const double now = m_clock->monotonicSeconds();
-    while (!m_spent.isEmpty() && m_spent.first() + 1.0 <= now)
-        m_spent.removeFirst();
-    m_spent.append(now);
-    co_return true;
+}
+
+QCoro::Task<bool> RequestBudget::waitOutPause(CancellationToken token)
+{
+    const std::shared_ptr<Clock> clock = m_clock;
+    for (;;) {
+        if (token.isCancelled())
+            co_return false;
+        const double wait = m_pausedUntil - clock->monotonicSeconds();
+        if (wait < 0.0005)
+            co_return true;
+        co_await clock->sleep(wait, token);
+    }
 }
 
 void RequestBudget::pause(double seconds)

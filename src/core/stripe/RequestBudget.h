@@ -9,13 +9,18 @@
 
 // How many requests one Stripe account may start per second. Stripe allows about 100 read
 // requests a second in live mode and 25 in test mode; the budget keeps to 80 % of that so
-// other tools on the same account still get through. Tokens: each request spends one and
-// gets it back one second later, so no second ever sees more starts than the budget.
+// other tools on the same account still get through. Starts are spread evenly, one every
+// (1 + arrivalSpread) / rate seconds, rather than a second's worth at once. A start made
+// late (a busy event loop) is made up for by the next ones, but by at most longestCatchUp:
+// then no sliding second sees more than the rate even when requests reach the server up
+// to arrivalSpread - longestCatchUp seconds later than they left, some sooner than others.
 class RequestBudget
 {
 public:
     static constexpr int liveRequestsPerSecond = 80;
     static constexpr int testRequestsPerSecond = 20;
+    static constexpr double arrivalSpread = 0.05;
+    static constexpr double longestCatchUp = 0.02;
 
     // 0 requests per second: no limit.
     RequestBudget(int requestsPerSecond, std::shared_ptr<Clock> clock);
@@ -26,21 +31,22 @@ public:
 
     int requestsPerSecond() const { return m_perSecond; }
 
-    // Waits for a token; false when `token` was cancelled first.
+    // Waits for this request's turn to start; false when `token` was cancelled first. Turns
+    // are given in the order asked for; ask just before the request leaves.
     QCoro::Task<bool> acquire(CancellationToken token);
     // Holds every request back for `seconds` from now, as a 429's Retry-After asks.
     void pause(double seconds);
+    // Waits until no pause holds requests back; false when `token` was cancelled first.
+    QCoro::Task<bool> waitOutPause(CancellationToken token);
 
     const std::shared_ptr<Clock> &clock() const { return m_clock; }
 
 private:
-    // Seconds until a token is free, 0 when one is.
-    double waitNeeded() const;
-
     int m_perSecond;
     std::shared_ptr<Clock> m_clock;
     // On the clock's monotonic seconds: a wall clock stepped back an hour must not hold
     // requests back for that hour.
-    QList<double> m_spent; // start times within the last second, oldest first
+    double m_nextStart; // the earliest start of a turn not yet given
     double m_pausedUntil;
+    QList<std::shared_ptr<Waker>> m_waiting; // in line for a start, the first one next
 };

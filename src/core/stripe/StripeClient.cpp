@@ -86,9 +86,18 @@ StripeClient::Reply<QByteArray> StripeClient::send(QByteArray verb, QString path
     double waited = 0.0;
     double backoff = 1.0;
     for (;;) {
-        if (!co_await budget->acquire(token))
+        // The turn is taken once the request has its connection, so it leaves when its turn
+        // says; a request paused for a 429 does not hold a connection other accounts could use.
+        const bool resumed = co_await budget->waitOutPause(token);
+        if (!resumed)
             co_return StripeError::cancelled(cancelledText);
-        response = co_await Http::send(request, verb, {}, token);
+        const std::optional<Http::Lane> lane = co_await Http::lane(url, token);
+        if (!lane)
+            co_return StripeError::cancelled(cancelledText);
+        const bool turn = co_await budget->acquire(token);
+        if (!turn)
+            co_return StripeError::cancelled(cancelledText);
+        response = co_await Http::send(*lane, request, verb, {}, token);
         if (response.status != 429 || verb != "GET")
             break;
         const std::optional<double> asked = retryAfterSeconds(response.retryAfter, budget->clock()->now());

@@ -22,7 +22,9 @@ QCoro::Task<> SystemClock::sleep(double seconds, CancellationToken token)
     Waker waker;
     QTimer timer;
     timer.setSingleShot(true);
-    timer.setTimerType(Qt::CoarseTimer);
+    // A coarse timer may be off by 5 %: fine for minutes, not for the turns of a request
+    // budget a few milliseconds apart.
+    timer.setTimerType(seconds < 1.0 ? Qt::PreciseTimer : Qt::CoarseTimer);
     QObject::connect(&timer, &QTimer::timeout, &waker, &Waker::wake);
     QObject::connect(token.state(), &CancellationState::cancelled, &waker, &Waker::wake);
     timer.start(static_cast<int>(std::clamp(seconds, 0.0, 86400.0) * 1000.0));

@@ -65,7 +65,6 @@ TEST_F(EngineFixture, SlicedLoadEqualsPageByPageLoad)
         stripe.clearRecords();
         EngineEnvironment env = environment();
         env.stripeMaxSlices = slices;
-        env.stripeRequestsPerSecond = 10'000;
         const auto load = QCoro::waitFor(start(env).loadFromStripe(account, Date::fromUnix(newest - 3600)));
         ASSERT_TRUE(load.ok()) << load.error().toStdString();
         QList<PaymentEvent> events = load.value().events;

@@ -1,6 +1,8 @@
 #include "icons/IconCache.h"
 #include "support/FakeHttpServer.h"
+#include "stripe/RequestBudget.h"
 #include "support/TestUtil.h"
+#include "support/VirtualClock.h"
 
 #include <QCoroTask>
 #include <gtest/gtest.h>
@@ -19,9 +21,12 @@ struct Rig
     FakeHttpServer web; // both favicon services and every site
     FakeHttpServer cdn; // another host that redirects lead to
     QList<Account> accounts;
+    std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
+    std::shared_ptr<RequestBudget> budget = std::make_shared<RequestBudget>(1, clock); // the key's, shared
     IconCache cache{Storage(dir.path()), stripe.baseUrl(), endpoints(),
                     {[this](const QUuid &id) { return accounts.value(0).id == id ? std::optional(accounts[0]) : std::nullopt; },
-                     [this](const Account &a) { accounts[0] = a; }}};
+                     [this](const Account &a) { accounts[0] = a; },
+                     [this](const QString &restrictedKey) { return restrictedKey == key ? budget : nullptr; }}};
 
     IconEndpoints endpoints() { return {true, web.baseUrl(), web.baseUrl(), web.baseUrl(), true}; }
 
@@ -165,6 +170,11 @@ TEST(IconCache, FindsTheDomainAndRemembersWhatItLearnt)
         EXPECT_EQ(rig.accounts.constFirst().websiteDomain, row.storedWebsite) << row.name;
         EXPECT_EQ(rig.accounts.constFirst().stripeAccountId, row.storedAccountId) << row.name;
         EXPECT_EQ(rig.stripe.requests().size(), row.stripeRequests) << row.name;
+        auto nextTurn = rig.budget->acquire({});
+        VirtualClock::settle();
+        EXPECT_EQ(rig.clock->sleepingCount(), row.stripeRequests) << row.name << ": the look-up took a turn of the key's budget";
+        rig.clock->advance(2);
+        QCoro::waitFor(nextTurn);
         EXPECT_EQ(rig.web.requests().isEmpty() ? QString() : QString::fromLatin1(rig.web.requests()[0].path), row.iconPath)
             << row.name;
         EXPECT_EQ(icon, row.iconAlreadyThere ? "old" : row.iconPath.isEmpty() ? QByteArray() : QByteArray(400, 'i')) << row.name;

@@ -4,6 +4,10 @@
 #include "support/StripeListing.h"
 #include "support/TestUtil.h"
 #include "support/VirtualClock.h"
+#include "net/Http.h"
+
+#include <QElapsedTimer>
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 using ListingSlices::Slice;
@@ -50,6 +54,24 @@ template<typename T>
 QCoro::Task<> storeInto(QCoro::Task<T> task, std::optional<T> &out)
 {
     out.emplace(co_await std::move(task));
+}
+
+// The most starts within any one second, the second starting at a start.
+int busiestSecond(const QList<double> &starts)
+{
+    int most = 0;
+    for (qsizetype i = 0; i < starts.size(); ++i)
+        most = std::max(most, int(std::count_if(starts.begin(), starts.end(),
+                                                [&](double t) { return t >= starts[i] && t < starts[i] + 1.0; })));
+    return most;
+}
+
+QCoro::Task<> noteStart(std::shared_ptr<RequestBudget> budget, CancellationToken token, int request,
+                        QList<std::pair<int, double>> &starts)
+{
+    const bool started = co_await budget->acquire(token);
+    if (started)
+        starts.append({request, budget->clock()->monotonicSeconds()});
 }
 
 // Refund events over a month; every tenth second holds three events, so page and slice
@@ -116,21 +138,21 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     clock->advance(0.01);
     EXPECT_EQ(acquired, true);
 
-    // Five a second: the sixth request waits for the first one's second to pass.
+    // One start every (1 + spread) / 5 seconds: the second request waits for its turn.
     server.setHandler("GET", "/v1/account", [](const RecordedRequest &) { return FakeResponse::json(200, "{}"); });
     const StripeClient budgeted(client().account(), server.baseUrl(), std::make_shared<RequestBudget>(5, clock));
-    std::vector<std::optional<Result<StripeAccountInfo, StripeError>>> infos(6);
+    std::vector<std::optional<Result<StripeAccountInfo, StripeError>>> infos(2);
     std::vector<QCoro::Task<>> lookups;
     for (auto &info : infos)
         lookups.push_back(storeInto(budgeted.fetchAccountInfo(), info));
-    ASSERT_TRUE(waitForRequests(5));
-    // A real wait: a sixth request sent at once may take a few turns of the event loop to arrive.
-    EXPECT_FALSE(waitUntil([&] { return server.requests().size() > 5; }, 300)) << "the sixth went out within the second";
-    clock->advance(1.0);
-    ASSERT_TRUE(waitForRequests(6));
+    ASSERT_TRUE(waitForRequests(1));
+    // A real wait: a second request sent at once may take a few turns of the event loop to arrive.
+    EXPECT_FALSE(waitUntil([&] { return server.requests().size() > 1; }, 300)) << "the second went out at once";
+    clock->advance((1.0 + RequestBudget::arrivalSpread) / 5);
+    ASSERT_TRUE(waitForRequests(2));
 
     // name, Retry-After, the waits (after each: one more request, the last one answered), the
-    // error (none: success), how long the account's next request waits
+    // error (none: success), the pause the account's next request waits out
     const QString limited = uR"(Stripe HTTP 429: {"error":{"type":"rate_limit_error"}})"_s;
     const std::tuple<const char *, QByteArray, QList<double>, QString, double> cases[] = {
         {"seconds", "7", {7.0}, {}, 0},
@@ -141,6 +163,7 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
     for (const auto &[name, retryAfter, advances, error, pause] : cases) {
         const bool ok = error.isEmpty();
         SCOPED_TRACE(name);
+        clock->advance(1); // the first request's turn has come
         server.clearRecords();
         server.setHandler("GET", "/v1/events", [&](const RecordedRequest &) {
             if (ok && server.requests().size() > 1)
@@ -168,7 +191,8 @@ TEST_F(StripeClientTest, RequestsKeepToTheBudgetAndWaitOutRateLimits)
         std::optional<Result<StripeAccountInfo, StripeError>> next;
         auto nextTask = storeInto(budgeted.fetchAccountInfo(), next);
         VirtualClock::settle();
-        EXPECT_EQ(clock->sleepingCount() > 0 ? clock->requestedSleeps().last() : 0.0, pause);
+        // Without a pause the next request still waits for its turn.
+        EXPECT_NEAR(clock->requestedSleeps().last(), std::max(pause, (1.0 + RequestBudget::arrivalSpread) / 5), 1e-9);
         clock->advance(pause + 1); // past the pause and the budget's second
         ASSERT_TRUE(waitUntil([&] { return next.has_value(); }, 3000));
     }
@@ -187,19 +211,83 @@ TEST(RequestBudget, WaitsOnTheMonotonicClockWhateverTheWallClockDoes)
     for (const auto &[name, step, pause] : rows) {
         SCOPED_TRACE(name);
         clock->advance(10); // a fresh second, no pause left
-        for (int i = 0; i < 2; ++i) {
-            std::optional<bool> spent;
-            auto task = storeInto(budget.acquire({}), spent);
-            VirtualClock::settle();
-            ASSERT_EQ(spent, true);
-        }
+        std::optional<bool> spent;
+        auto first = storeInto(budget.acquire({}), spent);
+        VirtualClock::settle();
+        ASSERT_EQ(spent, true);
         budget.pause(pause);
         clock->set(clock->now().addingSeconds(step));
-        std::optional<bool> third;
-        auto task = storeInto(budget.acquire({}), third);
-        clock->advance(std::max(pause, 1.0) - 0.01);
-        EXPECT_FALSE(third.has_value()) << "the budget's second is not over";
+        std::optional<bool> second;
+        auto task = storeInto(budget.acquire({}), second);
+        clock->advance(std::max(pause, (1.0 + RequestBudget::arrivalSpread) / 2) - 0.01);
+        EXPECT_FALSE(second.has_value()) << "the next turn has not come";
         clock->advance(0.02);
-        EXPECT_EQ(third, true);
+        EXPECT_EQ(second, true);
+    }
+}
+
+TEST(RequestBudget, TurnsComeEvenlyInTheOrderAsked)
+{
+    // requests per second, requests asked for at once, the one given up on while in line (-1: none)
+    const std::tuple<int, int, int> rows[] = {{5, 12, -1}, {20, 45, 7}, {80, 170, 0}};
+    for (const auto &[rate, count, givenUp] : rows) {
+        SCOPED_TRACE(rate);
+        auto clock = std::make_shared<VirtualClock>();
+        const auto budget = std::make_shared<RequestBudget>(rate, clock);
+        QList<std::pair<int, double>> starts;
+        std::vector<CancellationToken> tokens(count);
+        std::vector<QCoro::Task<>> waits;
+        for (int i = 0; i < count; ++i)
+            waits.push_back(noteStart(budget, tokens[i], i, starts));
+        VirtualClock::settle();
+        ASSERT_EQ(starts.size(), 1) << "the first request starts at once, the others wait";
+        if (givenUp >= 0)
+            tokens[givenUp].cancel();
+        clock->advance(count * 1.1 / rate);
+        ASSERT_EQ(starts.size(), count - (givenUp > 0 ? 1 : 0));
+        const double interval = (1.0 + RequestBudget::arrivalSpread) / rate;
+        QList<double> times;
+        for (qsizetype i = 0; i < starts.size(); ++i) {
+            times.append(starts[i].second);
+            EXPECT_EQ(starts[i].first, i + (givenUp > 0 && i >= givenUp ? 1 : 0)) << "out of order at " << i;
+            if (i > 0) // evenly: never sooner, and a request given up on holds no turn
+                EXPECT_NEAR(starts[i].second - starts[i - 1].second, interval, 1e-6) << i;
+        }
+        EXPECT_LE(busiestSecond(times), rate);
+        EXPECT_GE(busiestSecond(times), rate * 19 / 20) << "slower than the budget needs";
+    }
+}
+
+TEST_F(StripeClientTest, NoSecondAtTheServerSeesMoreThanTheBudget)
+{
+    // Four connections, the first requests answered late: requests asked for meanwhile pile
+    // up and must still reach the server one turn apart. Real time passes (about a second
+    // per row); only the server's own count is checked.
+    Http::setLanesPerHost(4);
+    const auto restore = qScopeGuard([] { Http::setLanesPerHost(Http::sessionCount * Http::connectionsPerSession); });
+    QElapsedTimer since;
+    QList<double> arrivals;
+    int lateAnswerMs = 0;
+    server.setHandler("GET", "/v1/account", [&](const RecordedRequest &) {
+        arrivals.append(double(since.nsecsElapsed()) / 1e9);
+        FakeResponse answer = FakeResponse::json(200, "{}");
+        answer.delayMs = arrivals.size() <= 4 ? lateAnswerMs : 0;
+        return answer;
+    });
+    for (const char *key : {"rk_live_51Abc", "sk_test_51Abc"}) {
+        SCOPED_TRACE(key);
+        const int rate = RequestBudget::requestsPerSecondFor(QString::fromLatin1(key));
+        lateAnswerMs = 15'750 / rate; // fifteen turns
+        arrivals.clear();
+        since.start();
+        const StripeClient budgeted(client(QString::fromLatin1(key)).account(), server.baseUrl(),
+                                    std::make_shared<RequestBudget>(rate, std::make_shared<SystemClock>()));
+        std::vector<std::optional<Result<StripeAccountInfo, StripeError>>> infos(rate + 8);
+        std::vector<QCoro::Task<>> lookups;
+        for (auto &info : infos)
+            lookups.push_back(storeInto(budgeted.fetchAccountInfo(), info));
+        ASSERT_TRUE(waitUntil([&] { return std::all_of(infos.begin(), infos.end(), [](auto &i) { return i.has_value(); }); }));
+        EXPECT_EQ(arrivals.size(), rate + 8);
+        EXPECT_LE(busiestSecond(arrivals), rate);
     }
 }
