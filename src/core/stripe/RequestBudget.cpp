@@ -6,8 +6,7 @@
 RequestBudget::RequestBudget(int requestsPerSecond, std::shared_ptr<Clock> clock)
     : m_perSecond(std::max(0, requestsPerSecond))
     , m_clock(std::move(clock))
-    , m_nextStart(m_clock->monotonicSeconds())
-    , m_pausedUntil(m_nextStart)
+    , m_pausedUntil(m_clock->monotonicSeconds())
 {
 }
 
@@ -22,7 +21,6 @@ QCoro::Task<bool> RequestBudget::acquire(CancellationToken token)
 {
     // Callers hold the budget by a shared pointer for as long as they await this.
     const std::shared_ptr<Clock> clock = m_clock;
-    const double asked = clock->monotonicSeconds();
     // One waiter at a time waits for the clock, the first in line.
     const auto waiter = std::make_shared<Waker>();
     if (!m_waiting.isEmpty())
@@ -41,12 +39,15 @@ QCoro::Task<bool> RequestBudget::acquire(CancellationToken token)
         if (token.isCancelled())
             co_return false;
         const double now = clock->monotonicSeconds();
-        const double turn = std::max(m_nextStart, m_pausedUntil);
+        // A full window frees a turn when its oldest start leaves it.
+        const bool full = m_perSecond > 0 && m_starts.size() >= m_perSecond;
+        const double turn = std::max(full ? m_starts.first() + 1.0 + arrivalSpread : now, m_pausedUntil);
         if (turn - now < 0.0005) { // a timer's rounding, not a wait
-            // A turn waited for and taken late leaves the next one where it was, up to
-            // longestCatchUp back; one due before anyone asked counts from now.
-            const double interval = m_perSecond > 0 ? (1.0 + arrivalSpread) / m_perSecond : 0.0;
-            m_nextStart = (turn >= asked ? std::max(turn, now - longestCatchUp) : now) + interval;
+            if (m_perSecond > 0) {
+                if (full)
+                    m_starts.removeFirst();
+                m_starts.append(std::max(now, turn));
+            }
             co_return true;
         }
         const double wait = turn - now;

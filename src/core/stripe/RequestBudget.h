@@ -5,22 +5,21 @@
 
 #include <QCoroTask>
 #include <QList>
+#include <optional>
 #include <memory>
 
 // How many requests one Stripe account may start per second. Stripe allows about 100 read
 // requests a second in live mode and 25 in test mode; the budget keeps to 80 % of that so
-// other tools on the same account still get through. Starts are spread evenly, one every
-// (1 + arrivalSpread) / rate seconds, rather than a second's worth at once. A start made
-// late (a busy event loop) is made up for by the next ones, but by at most longestCatchUp:
-// then no sliding second sees more than the rate even when requests reach the server up
-// to arrivalSpread - longestCatchUp seconds later than they left, some sooner than others.
+// other tools on the same account still get through. No window of 1 + arrivalSpread seconds
+// holds more than `rate` starts: a load of fewer requests than that goes at once, a longer
+// one at the rate, and no sliding second at the server sees more than the rate even when
+// requests reach it up to arrivalSpread seconds later than they left, some sooner than others.
 class RequestBudget
 {
 public:
     static constexpr int liveRequestsPerSecond = 80;
     static constexpr int testRequestsPerSecond = 20;
     static constexpr double arrivalSpread = 0.05;
-    static constexpr double longestCatchUp = 0.02;
 
     // 0 requests per second: no limit.
     RequestBudget(int requestsPerSecond, std::shared_ptr<Clock> clock);
@@ -46,7 +45,7 @@ private:
     std::shared_ptr<Clock> m_clock;
     // On the clock's monotonic seconds: a wall clock stepped back an hour must not hold
     // requests back for that hour.
-    double m_nextStart; // the earliest start of a turn not yet given
+    QList<double> m_starts; // the last `rate` turns' starts, oldest first
     double m_pausedUntil;
     QList<std::shared_ptr<Waker>> m_waiting; // in line for a start, the first one next
 };
