@@ -29,6 +29,13 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
             Q_EMIT menubarLabelChanged();
         }
     };
+    m_feedStore = std::make_unique<FeedStore>(
+        FeedStore::Neighbours{[this] { return m_accounts; }, [this] { return accountsDamaged(); },
+                              [this] { return m_preferences; }, [this] { return m_selectedAccountFilter; },
+                              [this](FeedStore::Stored stored) { takeStoredFeed(std::move(stored)); }},
+        m_env.calendar, m_env.clock);
+    connect(m_feedStore.get(), &FeedStore::feedChanged, this, &RevenueEngine::feedChanged);
+    connect(m_feedStore.get(), &FeedStore::dailyBucketsChanged, this, &RevenueEngine::dailyBucketsChanged);
     connect(this, &RevenueEngine::dailyBucketsChanged, this, relabel);
     connect(this, &RevenueEngine::preferencesChanged, this, relabel);
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
@@ -47,7 +54,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(m_credentials.get(), &CredentialSync::accountsFilled, this, &RevenueEngine::accountsChanged);
     connect(m_credentials.get(), &CredentialSync::readyChanged, this, &RevenueEngine::credentialsReadyChanged);
     m_records = std::make_unique<Records>(
-        Records::Neighbours{[this] { return m_accounts; }, [this] { return m_shownFeed; },
+        Records::Neighbours{[this] { return m_accounts; }, [this] { return m_feedStore->shown(); },
                             [this](const Storage::Saved &saved) { noteSave(SaveFailures::File::Achievements, saved); }},
         m_env.storage, m_env.calendar, m_env.clock);
     connect(m_records.get(), &Records::changed, this, &RevenueEngine::achievementsChanged);
@@ -85,7 +92,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
         m_env.notifier->requestAuthorizationIfNeeded();
     if (m_env.secrets)
         loadCredentials();
-    if (m_env.startLoops && !m_feedPending)
+    if (m_env.startLoops && !m_feedStore->isPending())
         startAutoRefresh(); // else once the feed is in
 }
 
@@ -113,6 +120,57 @@ void RevenueEngine::loadFromDisk()
     takeDamage(damaged);
 
     loadStoredFeed();
+}
+
+void RevenueEngine::loadStoredFeed()
+{
+    if (!m_env.readFeedInBackground) {
+        FeedStore::Stored stored = FeedStore::read(m_env.storage);
+        takeDamage(stored.damaged);
+        adoptStoredFeed(std::move(stored.events));
+        return;
+    }
+    // Until the feed is in, the engine counts as loading: refreshes wait for it, and the
+    // views show their loading state.
+    m_isLoading = true;
+    m_feedStore->readInBackground(m_env.storage, m_env.feedReadAfter);
+}
+
+void RevenueEngine::takeStoredFeed(FeedStore::Stored stored)
+{
+    // Handed over in one step: one change of every field, then the loops start.
+    if (!stored.damaged.isEmpty()) {
+        takeDamage(stored.damaged);
+        Q_EMIT damagedFilesChanged();
+    }
+    adoptStoredFeed(std::move(stored.events));
+    m_isLoading = false;
+    Q_EMIT feedChanged();
+    Q_EMIT dailyBucketsChanged();
+    Q_EMIT lastRefreshedChanged();
+    Q_EMIT isLoadingChanged();
+    if (m_env.startLoops)
+        startAutoRefresh();
+}
+
+void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
+{
+    if (!m_feedStore->adoptStored(std::move(stored))) // the owner announces the stored feed itself, once
+        return;
+    const QList<PaymentEvent> &feed = m_feedStore->stored();
+    // Events already on disk never produce a notification.
+    m_notifications.primeFromStoredFeed(feed);
+    for (const Date &synced : std::as_const(m_syncState))
+        if (!m_lastRefreshed || synced > *m_lastRefreshed)
+            m_lastRefreshed = synced;
+
+    // A stored feed covering less than 25 days was cut short (first run, long pause): load
+    // every account's whole bootstrap window again.
+    const Date horizon = m_env.calendar.addingDays(now(), -25);
+    if (feed.last().date > horizon && !m_accounts.isEmpty()) {
+        m_syncState.clear();
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    }
 }
 
 void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
@@ -149,7 +207,7 @@ void RevenueEngine::retryFailedSaves()
     if (m_saveFailures.isPending(File::Achievements))
         m_records->write();
     if (m_saveFailures.isPending(File::Feed))
-        noteSave(File::Feed, m_env.storage.saveFeed(m_feed));
+        noteSave(File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
     if (m_saveFailures.isPending(File::SyncState))
         noteSave(File::SyncState, m_env.storage.saveSyncState(m_syncState));
 }
@@ -189,7 +247,7 @@ QString RevenueEngine::menubarLabel() const
         return CurrencyConverter::mask(m_preferences.dashboardCurrency);
     // While the stored feed is still being read the totals are not known yet: "$0" would be
     // a wrong figure, not a pending one.
-    if (m_feedPending)
+    if (m_feedStore->isPending())
         return u"…"_s;
     if (m_preferences.menubarShowsMrr)
         return m_mrr->label(m_preferences.dashboardCurrency);
@@ -228,7 +286,7 @@ void RevenueEngine::upsertAccount(const Account &account)
     saveAccounts();
     Q_EMIT accountsChanged();
     if (visibilityChanged) {
-        showFeed(); // the stored events are shown or hidden; nothing is loaded again
+        m_feedStore->show(); // the stored events are shown or hidden; nothing is loaded again
         updateAchievements();
         if (!account.enabled)
             m_atRisk->dropAccount(account.id);
@@ -252,13 +310,33 @@ void RevenueEngine::removeAccount(const Account &account)
     }
 }
 
+// A removed account takes everything it brought with it at once: its events, days, at-risk
+// rows, sync state and notes.
+void RevenueEngine::forgetAccount(const QUuid &accountId)
+{
+    m_atRisk->dropAccount(accountId);
+    m_feedStore->set(m_feedStore->stored());
+    // A failed write leaves the events on disk; the next refresh writes the feed without them.
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
+    if (m_syncState.remove(accountId))
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    QHash<QUuid, qsizetype> skipped = m_skippedRecords;
+    skipped.remove(accountId);
+    assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
+    QSet<QUuid> missingScope = m_missingEventScopeAccounts;
+    missingScope.remove(accountId);
+    assign(m_missingEventScopeAccounts, missingScope, &RevenueEngine::missingEventScopeAccountsChanged);
+    if (m_selectedAccountFilter == accountId)
+        setSelectedAccountFilter(std::nullopt);
+}
+
 void RevenueEngine::adoptHistorical(const QList<GapFill::HistoricalEvent> &historical)
 {
     // Old revenue is never announced, also when a later refresh sees it again.
     for (const GapFill::HistoricalEvent &h : historical)
         m_notifications.markSeen(h.event.id);
-    setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
-    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
+    m_feedStore->set(GapFill::merge(m_feedStore->stored(), historical, retentionHorizon()));
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
     updateAchievements();
 }
 
@@ -342,8 +420,8 @@ void RevenueEngine::cancelCurrentRefresh()
     // Progress first, so whoever reacts to isLoading sees a consistent idle state.
     assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
     assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
-    assign(m_isLoading, m_feedPending, &RevenueEngine::isLoadingChanged);
-    if (!m_feedPending)
+    assign(m_isLoading, m_feedStore->isPending(), &RevenueEngine::isLoadingChanged);
+    if (!m_feedStore->isPending())
         startAutoRefresh();
 }
 
