@@ -146,7 +146,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         co_return;
     }
 
-    assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
+    m_files->setSkippedRecords(skipped);
     m_feedStore->set(FeedStore::merge(m_feedStore->stored(), newEvents, retentionHorizon(), superseded));
     // The sync state moves on only with the feed on disk: events that were not saved are
     // asked for again by the next cycle.

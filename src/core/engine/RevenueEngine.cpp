@@ -4,7 +4,6 @@
 #include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
 #include "mrr/MrrTracker.h"
-#include "storage/AccountsMerge.h"
 
 #include <QPointer>
 
@@ -17,6 +16,10 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
 {
     m_preferences = Preferences::defaults(now(), m_env.calendar);
     m_unavailableKinds = QSet<RevenueKind>(allRevenueKinds.begin(), allRevenueKinds.end());
+    m_files = std::make_unique<AccountFiles>(m_env.storage);
+    connect(m_files.get(), &AccountFiles::saveFailuresChanged, this, &RevenueEngine::lastErrorChanged);
+    connect(m_files.get(), &AccountFiles::accountsMerged, this, &RevenueEngine::accountsChanged);
+    connect(m_files.get(), &AccountFiles::skippedRecordsChanged, this, &RevenueEngine::skippedRecordsChanged);
     // No days before a stored feed or a load says there are any: a first launch whose loads
     // all fail shows nothing rather than 95 empty days.
 
@@ -49,7 +52,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
                                        [&](const Account &a) { return a.id == accountId; });
                 return it != m_accounts.end() && !Credentials::hasAny(*it) && Credentials::decodeInto(entry, *it);
             },
-            [this](const QList<Account> &fileForm) { writeAccountsFile(fileForm); }},
+            [this](const QList<Account> &fileForm) { m_files->writeAccounts(fileForm, m_accounts); }},
         m_env.secrets);
     connect(m_credentials.get(), &CredentialSync::accountsFilled, this, &RevenueEngine::accountsChanged);
     connect(m_credentials.get(), &CredentialSync::readyChanged, this, &RevenueEngine::credentialsReadyChanged);
@@ -85,7 +88,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(m_mrr.get(), &MrrTracker::goalReached, this, &RevenueEngine::announceMrrGoal);
     connect(this, &RevenueEngine::preferencesChanged, this, &RevenueEngine::applyMrrSettings);
     loadFromDisk();
-    takeDamage(m_mrr->damagedFiles());
+    m_files->takeDamage(m_mrr->damagedFiles());
     applyMrrSettings();
     m_menubarLabel = menubarLabel();
     if (m_env.notifier)
@@ -110,14 +113,13 @@ void RevenueEngine::loadFromDisk()
     storage.fileURL(); // creates the data folder on first launch
     storage.tightenFolder();
     QList<FileDamage> damaged;
-    m_accounts = storage.loadAccounts(&damaged);
-    m_accountIdsOnDisk = AccountsMerge::idsOf(m_accounts);
+    m_accounts = m_files->loadAccounts(&damaged);
     if (auto preferences = storage.loadPreferences(&damaged))
         m_preferences = *preferences;
     m_syncState = storage.loadSyncState(&damaged);
     if (auto achievements = storage.loadAchievements(&damaged))
         m_records->restore(*achievements);
-    takeDamage(damaged);
+    m_files->takeDamage(damaged);
 
     loadStoredFeed();
 }
@@ -126,7 +128,7 @@ void RevenueEngine::loadStoredFeed()
 {
     if (!m_env.readFeedInBackground) {
         FeedStore::Stored stored = FeedStore::read(m_env.storage);
-        takeDamage(stored.damaged);
+        m_files->takeDamage(stored.damaged);
         adoptStoredFeed(std::move(stored.events));
         return;
     }
@@ -140,7 +142,7 @@ void RevenueEngine::takeStoredFeed(FeedStore::Stored stored)
 {
     // Handed over in one step: one change of every field, then the loops start.
     if (!stored.damaged.isEmpty()) {
-        takeDamage(stored.damaged);
+        m_files->takeDamage(stored.damaged);
         Q_EMIT damagedFilesChanged();
     }
     adoptStoredFeed(std::move(stored.events));
@@ -173,72 +175,28 @@ void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
     }
 }
 
-void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
-{
-    m_damagedFiles += damaged;
-    for (const FileDamage &damage : damaged)
-        if (damage.blocksWrites)
-            m_env.storage.holdWrites(damage.file, damage.reason);
-}
-
 std::optional<QString> RevenueEngine::lastError() const
 {
-    const std::optional<QString> saves = m_saveFailures.text();
+    const std::optional<QString> saves = m_files->saveFailuresText();
     if (!saves || !m_lastError)
         return saves ? saves : m_lastError;
     // First, so that the account lines after it still start with "[name]".
     return *saves + u" · "_s + *m_lastError;
 }
 
-bool RevenueEngine::noteSave(SaveFailures::File file, const Storage::Saved &saved)
-{
-    if (m_saveFailures.record(file, saved))
-        Q_EMIT lastErrorChanged();
-    return saved.ok();
-}
-
 void RevenueEngine::retryFailedSaves()
 {
     using File = SaveFailures::File;
-    if (m_saveFailures.isPending(File::Accounts))
+    if (m_files->isPending(File::Accounts))
         saveAccounts();
-    if (m_saveFailures.isPending(File::Preferences))
-        noteSave(File::Preferences, m_env.storage.savePreferences(m_preferences));
-    if (m_saveFailures.isPending(File::Achievements))
+    if (m_files->isPending(File::Preferences))
+        m_files->savePreferences(m_preferences);
+    if (m_files->isPending(File::Achievements))
         m_records->write();
-    if (m_saveFailures.isPending(File::Feed))
+    if (m_files->isPending(File::Feed))
         noteSave(File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
-    if (m_saveFailures.isPending(File::SyncState))
+    if (m_files->isPending(File::SyncState))
         noteSave(File::SyncState, m_env.storage.saveSyncState(m_syncState));
-}
-
-bool RevenueEngine::writeAccountsFile(const QList<Account> &fileForm)
-{
-    auto written = m_env.storage.updateAccounts(fileForm, m_accountIdsOnDisk);
-    if (!noteSave(SaveFailures::File::Accounts, written ? Storage::Saved(Done{}) : Storage::Saved(written.error())))
-        return false;
-    // What the merge added came from another process; what it dropped, that process removed.
-    const QSet<QUuid> ours = AccountsMerge::idsOf(fileForm);
-    const QSet<QUuid> onDisk = AccountsMerge::idsOf(written.value());
-    m_accountIdsOnDisk = onDisk;
-    const qsizetype removed =
-        m_accounts.removeIf([&](const Account &a) { return ours.contains(a.id) && !onDisk.contains(a.id); });
-    const QSet<QUuid> current = AccountsMerge::idsOf(m_accounts);
-    bool added = false;
-    for (const Account &a : written.value())
-        if (!ours.contains(a.id) && !current.contains(a.id)) {
-            m_accounts.append(a);
-            added = true;
-        }
-    if (removed > 0 || added)
-        Q_EMIT accountsChanged();
-    return true;
-}
-
-bool RevenueEngine::accountsDamaged() const
-{
-    return std::any_of(m_damagedFiles.cbegin(), m_damagedFiles.cend(),
-                       [](const FileDamage &d) { return d.file == QLatin1StringView(Storage::accountsFile); });
 }
 
 QString RevenueEngine::menubarLabel() const
@@ -259,7 +217,7 @@ void RevenueEngine::setPreferences(const Preferences &preferences)
 {
     const bool changed = !(preferences == m_preferences);
     m_preferences = preferences;
-    noteSave(SaveFailures::File::Preferences, m_env.storage.savePreferences(m_preferences));
+    m_files->savePreferences(m_preferences);
     if (changed)
         Q_EMIT preferencesChanged();
 }
@@ -320,9 +278,7 @@ void RevenueEngine::forgetAccount(const QUuid &accountId)
     noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
     if (m_syncState.remove(accountId))
         noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
-    QHash<QUuid, qsizetype> skipped = m_skippedRecords;
-    skipped.remove(accountId);
-    assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
+    m_files->dropAccount(accountId);
     QSet<QUuid> missingScope = m_missingEventScopeAccounts;
     missingScope.remove(accountId);
     assign(m_missingEventScopeAccounts, missingScope, &RevenueEngine::missingEventScopeAccountsChanged);

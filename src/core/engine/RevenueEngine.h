@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/AccountFiles.h"
 #include "engine/AtRiskSubscriptions.h"
 #include "engine/CredentialSync.h"
 #include "engine/EngineTypes.h"
@@ -8,7 +9,6 @@
 #include "engine/Notifier.h"
 #include "engine/Records.h"
 #include "engine/NotifierBookkeeping.h"
-#include "engine/SaveFailures.h"
 #include "engine/StripeSources.h"
 #include "model/Account.h"
 #include "model/Achievement.h"
@@ -142,12 +142,12 @@ public:
     AtRiskSubscriptions &atRisk() const { return *m_atRisk; }
     bool isLoadingHistoricalGap() const { return m_historicalFill->isLoading(); }
     // Data files that did not read completely at start, and where their copies were kept.
-    const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
+    const QList<FileDamage> &damagedFiles() const { return m_files->damagedFiles(); }
     // Per account, the records its last successful load left out because they did not decode.
-    const QHash<QUuid, qsizetype> &skippedRecords() const { return m_skippedRecords; }
+    const QHash<QUuid, qsizetype> &skippedRecords() const { return m_files->skippedRecords(); }
     // True when the accounts file did not read completely: the feed then holds events of
     // accounts the engine does not know, and must not be cleared for want of accounts.
-    bool accountsDamaged() const;
+    bool accountsDamaged() const { return m_files->accountsDamaged(); }
     // False while the credentials are still being read from the keyring; refreshes wait.
     bool credentialsReady() const { return m_credentials->isReady(); }
     // Whether credentials go to the keyring (false: the accounts file keeps them).
@@ -268,15 +268,9 @@ private:
     void takeStoredFeed(FeedStore::Stored stored);
     void adoptStoredFeed(QList<PaymentEvent> stored);
     void saveAccounts();
-    // Writes the accounts file (in the form given: with or without credentials) merged with
-    // what another process wrote, and takes in that process's additions and removals.
-    bool writeAccountsFile(const QList<Account> &fileForm);
     // Records a save's outcome for the user and the retry; true when it was saved.
-    bool noteSave(SaveFailures::File file, const Storage::Saved &saved);
+    bool noteSave(SaveFailures::File file, const Storage::Saved &saved) { return m_files->noteSave(file, saved); }
     void retryFailedSaves();
-    // Damage found while loading: published, and files that could not be read are never
-    // written over.
-    void takeDamage(const QList<FileDamage> &damaged);
     QCoro::Task<> loadCredentials();
     void forgetAccount(const QUuid &accountId);
     struct CycleLoads;
@@ -317,10 +311,6 @@ private:
     int m_eventsRefreshDone = 0;
     int m_eventsRefreshTotal = 0;
     QSet<RevenueKind> m_unavailableKinds;
-    QList<FileDamage> m_damagedFiles;
-    SaveFailures m_saveFailures;
-    QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
-    QHash<QUuid, qsizetype> m_skippedRecords;
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
@@ -333,6 +323,7 @@ private:
     QString m_menubarLabel;
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
+    std::unique_ptr<AccountFiles> m_files;
     std::unique_ptr<FeedStore> m_feedStore;
     std::unique_ptr<CredentialSync> m_credentials;
     std::unique_ptr<Records> m_records;
