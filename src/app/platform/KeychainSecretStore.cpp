@@ -44,7 +44,10 @@ public:
         const QKeychain::Error error = co_await run(job);
         if (error == QKeychain::NoError)
             co_return ReadResult{Status::Ok, value};
-        co_return ReadResult{error == QKeychain::EntryNotFound ? Status::NotFound : Status::Unavailable, {}};
+        if (error == QKeychain::EntryNotFound)
+            co_return ReadResult{Status::NotFound, {}};
+        const bool refused = error == QKeychain::AccessDeniedByUser || error == QKeychain::AccessDenied;
+        co_return ReadResult{refused ? Status::Locked : Status::Unavailable, {}};
     }
 
     QCoro::Task<bool> write(QString key, QByteArray value) override

@@ -10,6 +10,8 @@
 #include "stripe/StripeError.h"
 #include "stripe/StripeSource.h"
 
+using namespace Qt::StringLiterals;
+
 AtRiskSubscriptions::AtRiskSubscriptions(Neighbours neighbours, const StripeSources &sources,
                                          std::shared_ptr<Clock> clock, QObject *parent)
     : QObject(parent)
@@ -48,12 +50,15 @@ QCoro::Task<> AtRiskSubscriptions::atRiskLoop(CancellationToken token)
 struct AtRiskSubscriptions::AtRiskListings
 {
     QList<AtRiskSub> collected;
+    QHash<QString, QString> failed; // by account id: what a listing of it said
     int done = 0;
 };
 
 QCoro::Task<> AtRiskSubscriptions::runRefresh(CancellationToken token)
 {
-    const QList<Account> accounts = AtRiskRefresh::accountsToScan(m_neighbours.accounts());
+    QList<Account> accounts = AtRiskRefresh::accountsToScan(m_neighbours.accounts());
+    const double monotonicNow = m_clock->monotonicSeconds();
+    accounts.removeIf([&](const Account &a) { return !m_backoff.isDue(a.id.toString(), monotonicNow); });
     if (accounts.isEmpty() || m_isLoading || !m_neighbours.credentialsReady())
         co_return;
     QPointer<AtRiskSubscriptions> self(this);
@@ -70,7 +75,10 @@ QCoro::Task<> AtRiskSubscriptions::listAtRisk(QPointer<AtRiskSubscriptions> self
     if (self) {
         const std::shared_ptr<const StripeSource> source = self->m_sources.sourceFor(account);
         auto reply = co_await source->fetchSubscriptionsByStatus(status, token);
-        // A failed listing adds nothing; the next run tries again.
+        // A failed listing adds nothing; it is reported, and its account waits before the next try.
+        if (self && !reply.ok())
+            listings->failed.insert(account.id.toString(),
+                                    u"[%1] At-risk subscriptions not listed: %2"_s.arg(account.name, reply.error().description()));
         if (self && reply.ok()) {
             const Date now = self->m_clock->now();
             for (const ExpandedSubscription &sub : reply.value())
@@ -99,6 +107,15 @@ QCoro::Task<> AtRiskSubscriptions::refreshAtRiskSubs(QList<Account> accounts, Ca
         co_await listing;
     if (!self || token.isCancelled())
         co_return;
+    const std::optional<QString> reported = m_backoff.text();
+    for (const Account &account : std::as_const(accounts)) {
+        const QString id = account.id.toString();
+        const auto failed = listings.failed.constFind(id);
+        m_backoff.record(id, failed == listings.failed.cend() ? std::nullopt : std::optional(*failed),
+                         m_clock->monotonicSeconds());
+    }
+    if (m_backoff.text() != reported)
+        Q_EMIT failureTextChanged();
     // An account removed or disabled while it was listed shows nothing.
     const QList<Account> scanned = AtRiskRefresh::accountsToScan(m_neighbours.accounts());
     listings.collected.removeIf([&](const AtRiskSub &sub) {
@@ -188,6 +205,9 @@ void AtRiskSubscriptions::dropAccount(const QUuid &accountId)
         listed.insert(sub.id);
     if (m_retryResults.removeIf([&](auto it) { return !listed.contains(it.key()); }) > 0)
         Q_EMIT retryResultsChanged();
+    // A failed listing of an account no longer listed has nothing left to report or wait for.
+    if (m_backoff.forget(accountId.toString()))
+        Q_EMIT failureTextChanged();
 }
 
 std::optional<QString> AtRiskSubscriptions::errorSentence(const QString &errorDescription)

@@ -3,6 +3,7 @@
 #include "engine/EngineTypes.h"
 #include "model/Account.h"
 #include "model/AtRiskSub.h"
+#include "stripe/ListingBackoff.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/TaskGroup.h"
@@ -25,6 +26,8 @@ class AtRiskSubscriptions : public QObject
 
 public:
     static constexpr int refreshSeconds = 300;
+    // An account whose listing keeps failing is asked at most this rarely.
+    static constexpr int longestBackoffSeconds = 6 * 3600;
     static constexpr double retryMinInterval = 3.0;
     // A paid row stays in place this long before the listing drops it: the next click must not
     // land on the customer that moved up under the pointer.
@@ -48,6 +51,8 @@ public:
     int refreshDone() const { return m_refreshDone; }
     int refreshTotal() const { return m_refreshTotal; }
     bool isLoading() const { return m_isLoading; }
+    // The listings that failed and when each is tried again, for the user.
+    std::optional<QString> failureText() const { return m_backoff.text(); }
     // What the at-risk subscriptions bring in a month, in US dollars.
     double monthlyTotalUSD() const;
 
@@ -77,6 +82,7 @@ Q_SIGNALS:
     void refreshDoneChanged();
     void refreshTotalChanged();
     void isLoadingChanged();
+    void failureTextChanged();
 
 private:
     template<typename T, typename Signal>
@@ -107,6 +113,7 @@ private:
     int m_refreshTotal = 0;
     bool m_isLoading = false;
     std::optional<double> m_lastRetryAttemptAt; // monotonic seconds
+    ListingBackoff m_backoff{refreshSeconds, longestBackoffSeconds};
     // Declared last so they go first: their tasks stop before the state they write back to.
     TaskGroup m_loop;       // the at-risk loop, and runs started outside it
     TaskGroup m_retryTasks; // invoice retries and the timers that lift a throttle

@@ -1,5 +1,5 @@
 // Credentials in the desktop keyring: read at start, moved there from the accounts file,
-// written there before the file loses them.
+// written there before the file loses them, and removed with their account.
 #include "CredentialSync.h"
 
 #include "engine/Credentials.h"
@@ -8,10 +8,12 @@
 
 using namespace Qt::StringLiterals;
 
-CredentialSync::CredentialSync(Neighbours neighbours, std::shared_ptr<SecretStore> store, QObject *parent)
+CredentialSync::CredentialSync(Neighbours neighbours, std::shared_ptr<SecretStore> store, const Storage &storage,
+                               QObject *parent)
     : QObject(parent)
     , m_neighbours(std::move(neighbours))
     , m_store(std::move(store))
+    , m_keyRemovals(storage)
     , m_ready(!m_store)
 {
 }
@@ -26,8 +28,12 @@ void CredentialSync::save()
 
 void CredentialSync::forget(const Account &account)
 {
-    if (m_storedCredentials.remove(account.id))
-        m_credentialRemovals.append(Credentials::keyOf(account));
+    if (!m_store)
+        return;
+    // Queued whether or not the keyring answers now: it may hold an entry this run never
+    // read. A queue file that cannot be written keeps the entry in memory for this run.
+    m_storedCredentials.remove(account.id);
+    m_keyRemovals.add(Credentials::keyOf(account));
 }
 
 QCoro::Task<> CredentialSync::load()
@@ -38,7 +44,8 @@ QCoro::Task<> CredentialSync::load()
     const auto probe = co_await store->read(u"probe"_s);
     if (!self)
         co_return;
-    bool usable = probe.status != SecretStore::Status::Unavailable;
+    m_keyringState = KeyringStatus::afterRead(m_keyringState, probe.status);
+    bool usable = m_keyringState == KeyringStatus::State::Serving;
     bool filled = false;
     bool plainInFile = false;
     const QList<Account> accounts = m_neighbours.accounts();
@@ -52,7 +59,8 @@ QCoro::Task<> CredentialSync::load()
         const auto entry = co_await store->read(Credentials::keyOf(account));
         if (!self)
             co_return;
-        if (entry.status == SecretStore::Status::Unavailable) {
+        m_keyringState = KeyringStatus::afterRead(m_keyringState, entry.status);
+        if (m_keyringState != KeyringStatus::State::Serving) {
             usable = false;
             break;
         }
@@ -67,8 +75,12 @@ QCoro::Task<> CredentialSync::load()
     if (filled)
         Q_EMIT accountsFilled();
     Q_EMIT readyChanged();
+    if (KeyringStatus::notice(m_keyringState))
+        Q_EMIT noticeChanged();
     if (usable && plainInFile)
         co_await persistAccounts();
+    if (self && usable)
+        co_await removePendingKeys(store, m_keyRemovals, KeyringStatus::entriesOf(m_neighbours.accounts()));
 }
 
 QCoro::Task<> CredentialSync::persistAccounts()
@@ -83,7 +95,6 @@ QCoro::Task<> CredentialSync::persistAccounts()
     do {
         m_persistAgain = false;
         const QList<Account> accounts = m_neighbours.accounts();
-        const QStringList removals = std::exchange(m_credentialRemovals, {});
         // Keyring first: the file loses a key only once the keyring holds it.
         bool allStored = true;
         for (const Account &account : accounts) {
@@ -105,9 +116,13 @@ QCoro::Task<> CredentialSync::persistAccounts()
             std::transform(file.begin(), file.end(), file.begin(), Credentials::stripped);
         else
             m_keyringUsable = false; // the private file keeps every key from now on
-        m_neighbours.writeFile(file);
-        for (const QString &key : removals) {
-            co_await store->remove(key);
+        if (!allStored && m_keyringState != KeyringStatus::State::Refused) {
+            m_keyringState = KeyringStatus::State::Refused;
+            Q_EMIT noticeChanged();
+        }
+        // Entries of removed accounts go once the file no longer names their accounts.
+        if (m_neighbours.writeFile(file)) {
+            co_await removePendingKeys(store, m_keyRemovals, KeyringStatus::entriesOf(accounts));
             if (!self)
                 co_return;
         }

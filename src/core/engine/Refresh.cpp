@@ -113,7 +113,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
             co_return;
         }
         if (!result.ok()) {
-            errorLines.append(u"[%1] %2"_s.arg(accountName(id), result.error()));
+            errorLines.append(
+                u"[%1] %2"_s.arg(accountName(id), KeyringStatus::accountError(m_credentials->keyringState(), m_accounts, id, result.error())));
             continue;
         }
         newEvents.append(result.value().events);
@@ -180,14 +181,10 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
 
 Date RevenueEngine::retentionHorizon() const
 {
-    const auto horizonFrom = [this](Date anchor) {
-        return m_env.calendar.addingDays(m_env.calendar.startOfDay(anchor), -feedRetentionDays);
-    };
-    // A clock that would purge even the newest stored event reads far ahead (a wrong date for
-    // one refresh): the window is then measured from that event, so nothing is lost.
-    const Date horizon = horizonFrom(now());
     const QList<PaymentEvent> &feed = m_feedStore->stored();
-    return !feed.isEmpty() && feed.first().date < horizon ? horizonFrom(feed.first().date) : horizon;
+    return FeedRetention::horizon(*m_env.clock, m_clockAtStart,
+                                  feed.isEmpty() ? std::nullopt : std::optional(feed.first().date), feedRetentionDays,
+                                  m_env.calendar);
 }
 
 void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)

@@ -52,10 +52,11 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
                                        [&](const Account &a) { return a.id == accountId; });
                 return it != m_accounts.end() && !Credentials::hasAny(*it) && Credentials::decodeInto(entry, *it);
             },
-            [this](const QList<Account> &fileForm) { m_files->writeAccounts(fileForm, m_accounts); }},
-        m_env.secrets);
+            [this](const QList<Account> &fileForm) { return m_files->writeAccounts(fileForm, m_accounts); }},
+        m_env.secrets, m_env.storage);
     connect(m_credentials.get(), &CredentialSync::accountsFilled, this, &RevenueEngine::accountsChanged);
     connect(m_credentials.get(), &CredentialSync::readyChanged, this, &RevenueEngine::credentialsReadyChanged);
+    connect(m_credentials.get(), &CredentialSync::noticeChanged, this, &RevenueEngine::lastErrorChanged);
     m_records = std::make_unique<Records>(
         Records::Neighbours{[this] { return m_accounts; }, [this] { return m_feedStore->shown(); },
                             [this](const Storage::Saved &saved) { noteSave(SaveFailures::File::Achievements, saved); }},
@@ -71,6 +72,7 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(m_atRisk.get(), &AtRiskSubscriptions::refreshDoneChanged, this, &RevenueEngine::atRiskRefreshDoneChanged);
     connect(m_atRisk.get(), &AtRiskSubscriptions::refreshTotalChanged, this, &RevenueEngine::atRiskRefreshTotalChanged);
     connect(m_atRisk.get(), &AtRiskSubscriptions::isLoadingChanged, this, &RevenueEngine::isLoadingAtRiskChanged);
+    connect(m_atRisk.get(), &AtRiskSubscriptions::failureTextChanged, this, &RevenueEngine::lastErrorChanged);
     m_historicalFill = std::make_unique<HistoricalFill>(
         HistoricalFill::Neighbours{
             [this] { return m_accounts; },
@@ -177,11 +179,12 @@ void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
 
 std::optional<QString> RevenueEngine::lastError() const
 {
-    const std::optional<QString> saves = m_files->saveFailuresText();
-    if (!saves || !m_lastError)
-        return saves ? saves : m_lastError;
-    // First, so that the account lines after it still start with "[name]".
-    return *saves + u" · "_s + *m_lastError;
+    // Lines about one account start with "[name]" and come after the others.
+    QStringList parts;
+    for (const auto &part : {m_files->saveFailuresText(), m_credentials->notice(), m_atRisk->failureText(), m_lastError})
+        if (part)
+            parts.append(*part);
+    return parts.isEmpty() ? std::nullopt : std::optional<QString>(parts.join(u" · "_s));
 }
 
 void RevenueEngine::retryFailedSaves()

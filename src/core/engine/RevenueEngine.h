@@ -5,6 +5,7 @@
 #include "engine/CredentialSync.h"
 #include "engine/EngineTypes.h"
 #include "engine/FeedStore.h"
+#include "engine/FeedRetention.h"
 #include "engine/HistoricalFill.h"
 #include "engine/Notifier.h"
 #include "engine/Records.h"
@@ -16,8 +17,10 @@
 #include "model/DailyBucket.h"
 #include "model/PaymentEvent.h"
 #include "model/Preferences.h"
+#include "storage/PendingKeyRemovals.h"
 #include "storage/SecretStore.h"
 #include "storage/Storage.h"
+#include "stripe/ListingBackoff.h"
 #include "stripe/ListingSlices.h"
 #include "stripe/StripeSubscriptions.h"
 #include "util/Cancellation.h"
@@ -107,6 +110,7 @@ public:
     static constexpr int atRiskRefreshSeconds = AtRiskSubscriptions::refreshSeconds;
     static constexpr double retryMinInterval = AtRiskSubscriptions::retryMinInterval;
     static constexpr double paidShownSeconds = AtRiskSubscriptions::paidShownSeconds;
+    static constexpr int atRiskLongestBackoffSeconds = AtRiskSubscriptions::longestBackoffSeconds;
     static constexpr int minimumRefreshSeconds = 15;
 
     explicit RevenueEngine(EngineEnvironment environment = {}, QObject *parent = nullptr);
@@ -311,6 +315,7 @@ private:
     int m_eventsRefreshDone = 0;
     int m_eventsRefreshTotal = 0;
     QSet<RevenueKind> m_unavailableKinds;
+    FeedRetention::Reading m_clockAtStart = FeedRetention::read(*m_env.clock);
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.

@@ -3,16 +3,13 @@
 #include "model/Account.h"
 
 #include <QFile>
+#include <cerrno>
 #include <QUrl>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#ifdef Q_OS_LINUX
-#include <sys/mman.h>
-#include <unistd.h>
-#endif
 
 using namespace Qt::StringLiterals;
 
@@ -261,31 +258,6 @@ QByteArray encodeFeed(const QList<PaymentEvent> &feed)
 
 namespace {
 
-// Hands the pages of a read-only file mapping back to the system once the reader is past
-// them, so a large feed never sits in memory twice (as file bytes and as events).
-class MappedPages
-{
-public:
-    explicit MappedPages(const char *begin) : m_begin(begin), m_released(begin) {}
-
-    void releaseBefore(const char *cursor)
-    {
-#ifdef Q_OS_LINUX
-        static const qsizetype page = sysconf(_SC_PAGESIZE);
-        const auto upTo = m_begin + (cursor - m_begin) / page * page;
-        if (upTo > m_released)
-            madvise(const_cast<char *>(m_released), upTo - m_released, MADV_DONTNEED);
-        m_released = std::max(m_released, upTo);
-#else
-        Q_UNUSED(cursor);
-#endif
-    }
-
-private:
-    const char *m_begin;
-    const char *m_released;
-};
-
 bool isSpace(char c)
 {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
@@ -312,8 +284,8 @@ constexpr qsizetype sliceBytes = 256 * 1024;
 // (less its closing comma) + "]" is a document of whole events; all slices decoding is the
 // whole array decoding, to the same events. A file cut otherwise (events broken over lines
 // by hand) or broken anywhere is read whole, which gives the verdict. Slicing bounds the
-// parser's index and the file's mapped pages to about a slice at a time.
-std::optional<QList<PaymentEvent>> decodeSlices(QByteArrayView bytes, MappedPages *pages)
+// parser's index to about a slice at a time.
+std::optional<QList<PaymentEvent>> decodeSlices(QByteArrayView bytes)
 {
     const char *begin = bytes.data();
     const char *end = begin + bytes.size();
@@ -354,8 +326,6 @@ std::optional<QList<PaymentEvent>> decodeSlices(QByteArrayView bytes, MappedPage
             return decodeWhole(bytes);
         if (at == inner && cut != innerEnd) // room for all events at the first slice's density
             out.reserve(qsizetype(double(out.size()) * double(innerEnd - inner) / double(cut - inner) * 1.02) + 16);
-        if (pages)
-            pages->releaseBefore(cut);
         if (cut == innerEnd)
             break;
         at = cut + 1;
@@ -367,24 +337,96 @@ std::optional<QList<PaymentEvent>> decodeSlices(QByteArrayView bytes, MappedPage
 
 std::optional<QList<PaymentEvent>> decodeFeed(QByteArrayView bytes)
 {
-    return decodeSlices(bytes, nullptr);
+    return decodeSlices(bytes);
 }
 
-std::optional<QList<PaymentEvent>> decodeFeedFile(QFile &file)
+namespace {
+
+// Appends up to `count` bytes of `file` to `bytes`; false on a read error, with errno set.
+bool readMore(QFile &file, QByteArray &bytes, qsizetype count)
+{
+    const qsizetype before = bytes.size();
+    bytes.resize(before + count);
+    errno = 0;
+    const qint64 got = file.read(bytes.data() + before, count);
+    bytes.resize(before + std::max<qint64>(got, 0));
+    return got >= 0;
+}
+
+bool isBlank(QByteArrayView bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), isSpace);
+}
+
+} // namespace
+
+FeedFileRead decodeFeedFile(QFile &file)
 {
     const qint64 size = file.size();
     if (size <= 0)
-        return std::nullopt;
-    // The file is only ever replaced by renaming a new one over it, never rewritten in
-    // place, so the mapped bytes stay as they were while they are read.
-    if (uchar *mapped = size < std::numeric_limits<qsizetype>::max() ? file.map(0, size) : nullptr) {
-        const char *begin = reinterpret_cast<const char *>(mapped);
-        MappedPages pages(begin);
-        auto events = decodeSlices(QByteArrayView(begin, qsizetype(size)), &pages);
-        file.unmap(mapped);
-        return events;
+        return {};
+    // The same slices as decodeSlices, taken as the file is read: a large feed is never held
+    // as bytes and events at once. Plain reads, not a mapping: a failing disk is then an error
+    // to report, not a SIGBUS. A file that does not slice cleanly is read whole.
+    const auto whole = [&file]() -> FeedFileRead {
+        QByteArray bytes;
+        if (!file.seek(0))
+            return {std::nullopt, errno ? errno : EIO};
+        while (!file.atEnd())
+            if (!readMore(file, bytes, sliceBytes))
+                return {std::nullopt, errno ? errno : EIO};
+        return {decodeWhole(bytes), 0};
+    };
+    JsonParser parser;
+    QList<PaymentEvent> out;
+    QByteArray pending, slice;
+    qint64 consumed = 0; // bytes of events behind
+    bool opened = false; // the array's "[" is behind
+    for (;;) {
+        if (!readMore(file, pending, sliceBytes))
+            return {std::nullopt, errno ? errno : EIO};
+        const bool atEnd = file.atEnd();
+        if (!opened) {
+            const qsizetype first = pending.indexOf('[');
+            if (first < 0 ? !isBlank(pending) || atEnd : !isBlank(QByteArrayView(pending).first(first)))
+                return whole();
+            if (first < 0)
+                continue;
+            pending.remove(0, first + 1);
+            opened = true;
+        }
+        qsizetype cut = pending.size();
+        if (!atEnd) {
+            cut = pending.size() < sliceBytes ? -1 : pending.lastIndexOf('\n');
+            if (cut < 0)
+                continue;
+        }
+        QByteArrayView part = QByteArrayView(pending).first(cut).trimmed();
+        if (atEnd) {
+            if (!part.endsWith(']'))
+                return whole();
+            part.chop(1);
+            part = part.trimmed();
+        } else if (!part.isEmpty()) {
+            if (!part.endsWith(','))
+                return whole();
+            part.chop(1);
+        }
+        if (!part.isEmpty()) {
+            slice.resize(0);
+            slice.reserve(part.size() + 2 + JsonParser::padding);
+            slice.append('[').append(part).append(']');
+            const QString error = parser.readArray(
+                slice, [&out](JsonReader &reader) { out.append(PaymentEvent::decode(reader, DateForm::Iso8601)); },
+                slice.capacity());
+            if (!error.isEmpty())
+                return whole();
+        }
+        if (atEnd)
+            return {std::move(out), 0};
+        if (consumed == 0) // room for all events at the first slice's density
+            out.reserve(qsizetype(double(out.size()) * double(size) / double(cut + 1) * 1.02) + 16);
+        consumed += cut + 1;
+        pending.remove(0, cut + 1);
     }
-    if (!file.seek(0))
-        return std::nullopt;
-    return decodeFeed(file.readAll());
 }

@@ -16,6 +16,12 @@ class QFile;
 QByteArray encodeFeed(const QList<PaymentEvent> &feed);
 std::optional<QList<PaymentEvent>> decodeFeed(QByteArrayView bytes);
 
-// decodeFeed over an open file, reading it through a memory mapping whose pages are given
-// back as the reader passes them: a large feed is never held as bytes and events at once.
-std::optional<QList<PaymentEvent>> decodeFeedFile(QFile &file);
+// decodeFeed over an open file, read a slice at a time: a large feed is never held as bytes
+// and events at once. A read error (EIO from a failing disk) is its errno, never a verdict
+// on the file's content.
+struct FeedFileRead
+{
+    std::optional<QList<PaymentEvent>> events;
+    int readError = 0;
+};
+FeedFileRead decodeFeedFile(QFile &file);

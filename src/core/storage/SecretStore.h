@@ -11,7 +11,8 @@
 class SecretStore
 {
 public:
-    enum class Status { Ok, NotFound, Unavailable };
+    // Locked: the keyring is there but would not open (a prompt refused or dismissed).
+    enum class Status { Ok, NotFound, Unavailable, Locked };
     struct ReadResult
     {
         Status status = Status::Unavailable;

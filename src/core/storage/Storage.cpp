@@ -309,7 +309,12 @@ QList<PaymentEvent> Storage::loadFeed(QList<FileDamage> *damaged) const
     if (opened.state != DataFile::Opened::State::Open)
         return {};
     qsizetype skipped = 0;
-    auto feed = decodeFeedFile(file);
+    FeedFileRead read = decodeFeedFile(file);
+    if (read.readError) {
+        reportUnreadable(feedFile, DataFile::reasonFor(read.readError), damaged);
+        return {};
+    }
+    auto feed = std::move(read.events);
     if (feed) {
         skipped = feed->removeIf(insaneAmount);
     } else if (file.seek(0)) {

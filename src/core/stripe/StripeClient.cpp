@@ -359,9 +359,24 @@ StripeClient::Reply<QList<ExpandedSubscription>> StripeClient::fetchSubscription
                       {u"expand[]"_s, u"data.customer"_s},
                       {u"expand[]"_s, u"data.latest_invoice"_s},
                       {u"expand[]"_s, u"data.latest_invoice.charge"_s}};
-    co_return co_await self.collectPages<ExpandedSubscriptionListResponse, ExpandedSubscription>(
-        u"/v1/subscriptions"_s, query, 0, token,
-        [](const ExpandedSubscription &subscription, QList<ExpandedSubscription> &out) { out.append(subscription); });
+    // Past the record bound nothing more is kept, so a page far larger than asked for cannot
+    // grow the list either.
+    bool overflowed = false;
+    auto keep = [&overflowed](const ExpandedSubscription &subscription, QList<ExpandedSubscription> &out) {
+        if (out.size() < atRiskRecordLimit)
+            out.append(subscription);
+        else
+            overflowed = true;
+    };
+    auto run = co_await self.pageRun<ExpandedSubscriptionListResponse, ExpandedSubscription>(
+        u"/v1/subscriptions"_s, query, std::nullopt, atRiskPageLimit, std::make_shared<int>(0), token, keep);
+    if (!run)
+        co_return run.error();
+    if (overflowed)
+        co_return StripeError::paging(u"more than %1 subscriptions are %2"_s.arg(QString::number(atRiskRecordLimit), status));
+    if (run->hasMore)
+        co_return StripeError::paging(u"the %1 subscriptions have more than %2 pages"_s.arg(status, QString::number(atRiskPageLimit)));
+    co_return std::move(run->part.records);
 }
 
 StripeClient::Reply<StripeAccountInfo> StripeClient::fetchAccountInfo(CancellationToken token) const

@@ -68,6 +68,11 @@ public:
     // beyond a 30-day window of any account, and a server that never ends a list would
     // otherwise be asked for ever.
     static constexpr int listingPageLimit = 2000;
+    // The subscriptions of one at-risk status end with an error past either bound: an account
+    // with thousands of failing subscriptions has a problem no list can show, and a server
+    // that never ends its list would otherwise fill memory.
+    static constexpr int atRiskPageLimit = 50;
+    static constexpr int atRiskRecordLimit = 5000;
     // How long a request waits in all for Stripe's rate limit before it fails with the 429.
     static constexpr double rateLimitWaitLimit = 30.0;
     // A longer Retry-After holds the account's requests back this long at most.
@@ -101,7 +106,8 @@ public:
     Reply<QList<RawCharge>> fetchSucceededChargesHistorical(Date since, std::optional<Date> until,
                                                             CancellationToken token = {}) const;
     // Every subscription in `status`, with its customer, latest invoice and that invoice's
-    // last charge expanded.
+    // last charge expanded; a Paging error past atRiskPageLimit pages or atRiskRecordLimit
+    // subscriptions.
     Reply<QList<ExpandedSubscription>> fetchSubscriptionsByStatus(QString status, CancellationToken token = {}) const;
     // Every subscription in any status with its customer and discounts expanded, paged by
     // `created` in slices side by side within the account's budget.

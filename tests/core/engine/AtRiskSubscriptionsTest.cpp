@@ -165,6 +165,18 @@ TEST_F(AtRiskSubscriptionsTest, ListsEveryAccountAndStatusAtOnceAndSkipsAFailing
     EXPECT_EQ(found, (QStringList{u"Main/sub_p"_s, u"Main/sub_q"_s, u"Main/sub_u"_s, u"Second/sub_p"_s, u"Second/sub_q"_s}));
     EXPECT_DOUBLE_EQ(e.monthlyTotalUSD(), 2 * 80 + 99);
     EXPECT_EQ(e.subs().constLast().sinceDate, Date::fromUnix(1'772'000'000)) << "the last attempt";
+    const QString error = e.failureText().value_or(QString());
+    EXPECT_TRUE(error.startsWith(u"[Second] At-risk subscriptions not listed: Stripe HTTP 500"_s)) << error.toStdString();
+    EXPECT_TRUE(error.endsWith(u"next try in 10 min"_s)) << error.toStdString();
+    // The failing account is asked again only after twice the usual interval; then the report goes.
+    failingKey.clear();
+    for (const auto &[wait, requests] : {std::pair{0.0, 3}, std::pair{600.0, 6}}) {
+        stripe.clearRecords();
+        clock->advance(wait);
+        QCoro::waitFor(e.runRefresh());
+        EXPECT_EQ(stripe.requestsTo("/v1/subscriptions").size(), requests) << wait;
+    }
+    EXPECT_FALSE(e.failureText());
 
     // Disabled accounts take their rows along, and with none enabled a run asks nothing.
     main.enabled = second.enabled = false;

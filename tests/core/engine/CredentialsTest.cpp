@@ -1,21 +1,25 @@
 #include "EngineFixture.h"
+#include "engine/Credentials.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // A keyring in memory that answers at once; `available` false is a desktop without one,
-// `refuseWrites` one that fails while storing.
+// `refuseWrites` and `refuseRemovals` one that fails while storing or removing, `locked` one
+// whose unlock prompt was refused.
 struct MemoryKeyring final : SecretStore
 {
     QHash<QString, QByteArray> entries;
     bool available = true;
     bool refuseWrites = false;
+    bool refuseRemovals = false;
+    bool locked = false;
 
     QCoro::Task<ReadResult> read(QString key) override
     {
-        if (!available)
-            co_return ReadResult{Status::Unavailable, {}};
+        if (!available || locked)
+            co_return ReadResult{available ? Status::Locked : Status::Unavailable, {}};
         const auto it = entries.constFind(key);
         co_return it == entries.cend() ? ReadResult{Status::NotFound, {}} : ReadResult{Status::Ok, *it};
     }
@@ -28,8 +32,10 @@ struct MemoryKeyring final : SecretStore
     }
     QCoro::Task<bool> remove(QString key) override
     {
+        if (!available || refuseRemovals)
+            co_return false;
         entries.remove(key);
-        co_return available;
+        co_return true;
     }
 };
 
@@ -65,6 +71,8 @@ TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLostAndGoWithTheirAccount)
         edited.stripeRestrictedKey = u"rk_live_new"_s;
         first->upsertAccount(edited);
         EXPECT_EQ(files.read(Storage::accountsFile)->contains("rk_live_new"), c.keyInFile);
+        EXPECT_EQ(first->lastError().value_or(QString()).contains(u"kept in Quorvane's accounts file"_s), c.refuseWrites)
+            << "a refused key is not moved to the file unsaid";
         first.reset();
 
         RevenueEngine second(env);
@@ -74,5 +82,49 @@ TEST_F(EngineFixture, KeysMoveToTheKeyringAndAreNeverLostAndGoWithTheirAccount)
         second.removeAccount(edited);
         EXPECT_TRUE(keyring->entries.isEmpty());
         EXPECT_TRUE(files.loadAccounts().isEmpty());
+    }
+}
+
+// A removal the keyring missed (away, or refusing it) is tried again at the next start. A
+// locked keyring is named, and the accounts file stays as it was.
+TEST_F(EngineFixture, KeyRemovalsOutliveTheKeyringsAbsenceAndALockedKeyringIsNamed)
+{
+    const struct { const char *name; bool available, refuseRemovals, locked; } rows[] = {
+        {"keyring away at removal", false, false, false},
+        {"removal refused", true, true, false},
+        {"keyring locked", true, false, true},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        QTemporaryDir folder;
+        const Storage files(folder.path());
+        const Account acme = stripeAccount(u"Acme"_s, u"rk_live_kept"_s);
+        ASSERT_TRUE(files.saveAccounts({Credentials::stripped(acme)}));
+        const QByteArray before = *files.read(Storage::accountsFile);
+        auto keyring = std::make_shared<MemoryKeyring>();
+        keyring->entries.insert(Credentials::keyOf(acme), Credentials::encode(acme));
+        keyring->available = row.available;
+        keyring->refuseRemovals = row.refuseRemovals;
+        keyring->locked = row.locked;
+        EngineEnvironment env = environment();
+        env.storage = files;
+        env.secrets = keyring;
+        {
+            RevenueEngine first(env);
+            if (row.locked) {
+                QCoro::waitFor(first.refresh());
+                EXPECT_EQ(*files.read(Storage::accountsFile), before);
+                const QString error = first.lastError().value_or(QString());
+                EXPECT_TRUE(error.startsWith(u"The keyring is locked: "_s)) << error.toStdString();
+                EXPECT_TRUE(error.endsWith(u"[Acme] The keyring is locked"_s)) << error.toStdString();
+            }
+            first.removeAccount(acme);
+            EXPECT_EQ(keyring->entries.size(), 1);
+        }
+        keyring->available = true;
+        keyring->refuseRemovals = keyring->locked = false;
+        const RevenueEngine second(env);
+        EXPECT_TRUE(second.accounts().isEmpty());
+        EXPECT_TRUE(keyring->entries.isEmpty()) << "removed at the next start";
     }
 }

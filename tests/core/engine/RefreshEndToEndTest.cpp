@@ -236,6 +236,9 @@ TEST_F(RefreshEndToEnd, AllAccountsFailingKeepsTheFeedAndReportsEachLine)
 TEST_F(RefreshEndToEnd, CancellingARunningCycleAppliesNothingAndRestartsTheLoops)
 {
     stripe.setHandler("GET", "/v1/events", [](const RecordedRequest &) { return FakeResponse::hang(); });
+    stripe.setHandler("GET", "/v1/subscriptions", [](const RecordedRequest &) {
+        return FakeResponse::json(200, StripeBodies::page({}, false, u"/v1/subscriptions"_s)); // nothing at risk
+    });
     RevenueEngine &e = startWith({main});
     e.triggerRefresh();
     ASSERT_TRUE(waitUntil([&] { return stripe.requests().size() >= 2; }));
@@ -363,7 +366,7 @@ TEST_F(RefreshEndToEnd, ABillingRunIsAnnouncedInAFewNotificationsAndOneSummaryTh
     EXPECT_EQ(notifier->rings, 1);
 }
 
-TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgottenOnceRight)
+TEST_F(RefreshEndToEnd, AWallClockSteppedForOneRefreshPurgesNothingAndIsForgottenOnceRight)
 {
     const Date today = clock->now();
     QList<PaymentEvent> stored;
@@ -371,12 +374,19 @@ TEST_F(RefreshEndToEnd, AWallClockFarAheadForOneRefreshPurgesNothingAndIsForgott
         stored.append(event(u"in_%1"_s.arg(day), today.addingSeconds(-day * 86400.0), RevenueKind::Recurring, 10, main.id));
     ASSERT_TRUE(storage().saveFeed(stored));
     RevenueEngine &e = startWith({main});
-    clock->set(today.addingSeconds(400 * 86400.0));
-    QCoro::waitFor(e.refresh());
-    EXPECT_EQ(e.feed(), stored);
-    EXPECT_EQ(storage().loadFeed(), stored);
+    // Ahead by less than the retention, back, then far ahead: each for one refresh, a minute
+    // apart so that the request budget refills.
+    for (const int stepDays : {60, -60, 400}) {
+        SCOPED_TRACE(stepDays);
+        clock->advance(60);
+        clock->set(today.addingSeconds(stepDays * 86400.0));
+        QCoro::waitFor(e.refresh());
+        EXPECT_EQ(e.feed(), stored);
+        EXPECT_EQ(storage().loadFeed(), stored);
+    }
 
     // Corrected: the sync state written 400 days ahead is dropped and the window loads again.
+    clock->advance(60);
     clock->set(today.addingSeconds(60));
     stripe.clearRecords();
     QCoro::waitFor(e.refresh());

@@ -2,6 +2,7 @@
 // file broken anywhere loses the whole feed.
 #include "storage/FeedCodec.h"
 
+#include <QTemporaryFile>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -51,6 +52,15 @@ QList<PaymentEvent> withWholeSeconds(QList<PaymentEvent> feed)
     return feed;
 }
 
+// The same bytes read from a file, a slice at a time.
+std::optional<QList<PaymentEvent>> decodeFile(const QByteArray &bytes)
+{
+    QTemporaryFile file;
+    if (!file.open() || file.write(bytes) != bytes.size() || !file.seek(0))
+        return QList<PaymentEvent>{event(u"the file could not be written"_s, 0)};
+    return decodeFeedFile(file).events;
+}
+
 } // namespace
 
 TEST(FeedCodec, ReadsBackWhatItWrites)
@@ -67,8 +77,10 @@ TEST(FeedCodec, ReadsBackWhatItWrites)
     QByteArray bytes = encodeFeed(large);
     ASSERT_GT(bytes.size(), 2 * 1024 * 1024);
     EXPECT_EQ(decodeFeed(bytes), large);
+    EXPECT_EQ(decodeFile(bytes), large);
     bytes.replace(bytes.lastIndexOf(R"("kind":"new")"), 12, R"("kind":"xyz")");
     EXPECT_FALSE(decodeFeed(bytes).has_value());
+    EXPECT_FALSE(decodeFile(bytes).has_value());
 }
 
 TEST(FeedCodec, JudgesHandWrittenFiles)
@@ -95,6 +107,7 @@ TEST(FeedCodec, JudgesHandWrittenFiles)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(decodeFeed(row.document).has_value(), row.decodes);
+        EXPECT_EQ(decodeFile(row.document), decodeFeed(row.document));
     }
 }
 
