@@ -40,8 +40,8 @@ QByteArray thirtyMegabytePage()
 {
     QJsonArray data;
     QJsonObject sub = StripeBodies::subscription({}, StripeBodies::Shape::Current);
-    sub.insert(u"description"_s, QString(4000, u'x'));
-    for (int i = 0; i < 7000; ++i) {
+    sub.insert(u"description"_s, QString(6500, u'x'));
+    for (int i = 0; i < 4500; ++i) {
         sub.insert(u"id"_s, u"sub_%1"_s.arg(i));
         data.append(sub);
     }
