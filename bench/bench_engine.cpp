@@ -80,7 +80,7 @@ void BM_MergeAndRebuildBuckets(benchmark::State &state)
     const QList<PaymentEvent> fresh = makeEvents(f.clock->now(), eventCount, "ev_").mid(0, eventCount / 2)
         + makeEvents(f.clock->now(), eventCount / 2, "new_");
     for (auto _ : state) {
-        QList<PaymentEvent> merged = RevenueEngine::mergeIntoFeed(feed, fresh, f.clock->now().addingSeconds(-95 * 86400.0));
+        QList<PaymentEvent> merged = FeedStore::merge(feed, fresh, f.clock->now().addingSeconds(-95 * 86400.0));
         benchmark::DoNotOptimize(merged.data());
     }
     state.counters["us_per_event"] = benchmark::Counter(static_cast<double>(state.iterations()) * eventCount,
@@ -167,7 +167,7 @@ void BM_ClassifyMergeRebuild(benchmark::State &state)
         events.reserve(invoices.size());
         for (const RawInvoice &inv : std::as_const(invoices))
             events.append(StripeClassifier::fromPaidInvoice(inv, account));
-        QList<PaymentEvent> merged = RevenueEngine::mergeIntoFeed(feed, events, f.clock->now().addingSeconds(-95 * 86400.0));
+        QList<PaymentEvent> merged = FeedStore::merge(feed, events, f.clock->now().addingSeconds(-95 * 86400.0));
         benchmark::DoNotOptimize(merged.data());
     }
     f.engine->rebuildBucketsFromFeed();

@@ -41,7 +41,7 @@ QCoro::Task<> RevenueEngine::loadForCycle(QPointer<RevenueEngine> engine, Accoun
 QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
 {
     // Until the keyring has answered, accounts have no keys: the first cycle runs when it has.
-    if (m_isLoading || !m_credentials->isReady() || m_feedPending)
+    if (m_isLoading || !m_credentials->isReady() || m_feedStore->isPending())
         co_return;
     retryFailedSaves();
 
@@ -56,8 +56,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
             co_return;
         // Nothing to show: no events and no days, not 95 empty ones. Disabled accounts keep
         // their stored events, hidden, for when they are enabled again.
-        setFeed(m_feed);
-        noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
+        m_feedStore->set(m_feedStore->stored());
+        noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
         co_return;
     }
 
@@ -122,7 +122,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         loadedKinds.unite(result.value().loadedKinds);
         if (result.value().skippedRecords > 0)
             skipped.insert(id, result.value().skippedRecords);
-        // An account removed while it loaded leaves no sync state behind (its events go in setFeed).
+        // An account removed while it loaded leaves no sync state behind (its events go in FeedStore::set).
         const bool known = std::any_of(m_accounts.cbegin(), m_accounts.cend(), [&](const Account &a) { return a.id == id; });
         if (known && !result.value().askAgainFromSameStart)
             syncUpdates.insert(id, now());
@@ -147,11 +147,11 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         co_return;
     }
 
-    assign(m_skippedRecords, skipped, &RevenueEngine::skippedRecordsChanged);
-    setFeed(mergeIntoFeed(m_feed, newEvents, retentionHorizon(), superseded));
+    m_files->setSkippedRecords(skipped);
+    m_feedStore->set(FeedStore::merge(m_feedStore->stored(), newEvents, retentionHorizon(), superseded));
     // The sync state moves on only with the feed on disk: events that were not saved are
     // asked for again by the next cycle.
-    if (noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed))) {
+    if (noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()))) {
         for (auto it = syncUpdates.cbegin(); it != syncUpdates.cend(); ++it)
             m_syncState.insert(it.key(), it.value());
         noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
@@ -160,7 +160,7 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
     updateAchievements();
     if (m_historicalFill->isDue())
         m_historicalFill->start();
-    m_mrr->startRefresh(m_accounts, m_shownFeed);
+    m_mrr->startRefresh(m_accounts, m_feedStore->shown());
     assign(m_lastRefreshed, std::optional<Date>(now()), &RevenueEngine::lastRefreshedChanged);
     assign(m_lastError, errorLines.isEmpty() ? std::optional<QString>() : std::optional<QString>(errorLines.join(u" · "_s)),
            &RevenueEngine::lastErrorChanged);
@@ -181,34 +181,10 @@ void RevenueEngine::closeCycle(Date start, quint64 generation)
 
 Date RevenueEngine::retentionHorizon() const
 {
+    const QList<PaymentEvent> &feed = m_feedStore->stored();
     return FeedRetention::horizon(*m_env.clock, m_clockAtStart,
-                                  m_feed.isEmpty() ? std::nullopt : std::optional(m_feed.first().date), feedRetentionDays,
+                                  feed.isEmpty() ? std::nullopt : std::optional(feed.first().date), feedRetentionDays,
                                   m_env.calendar);
-}
-
-QList<PaymentEvent> RevenueEngine::mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
-                                                 Date horizon, const QSet<QString> &superseded)
-{
-    QHash<QString, qsizetype> indexById;
-    indexById.reserve(feed.size() + newEvents.size());
-    QList<PaymentEvent> merged;
-    merged.reserve(feed.size() + newEvents.size());
-    const auto put = [&](const PaymentEvent &event) {
-        auto it = indexById.find(event.id);
-        if (it != indexById.end()) {
-            merged[*it] = event; // a newly loaded event replaces the stored one
-        } else {
-            indexById.insert(event.id, merged.size());
-            merged.append(event);
-        }
-    };
-    for (const PaymentEvent &e : feed)
-        put(e);
-    for (const PaymentEvent &e : newEvents)
-        put(e);
-    merged.removeIf([&](const PaymentEvent &e) { return e.date < horizon || superseded.contains(e.id); });
-    std::stable_sort(merged.begin(), merged.end(), [](const PaymentEvent &a, const PaymentEvent &b) { return a.date > b.date; });
-    return merged;
 }
 
 void RevenueEngine::notifyForNewEvents(const QList<PaymentEvent> &events)

@@ -4,7 +4,6 @@
 #include "icons/IconCache.h"
 #include "model/CurrencyConverter.h"
 #include "mrr/MrrTracker.h"
-#include "storage/AccountsMerge.h"
 
 #include <QPointer>
 
@@ -17,6 +16,10 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
 {
     m_preferences = Preferences::defaults(now(), m_env.calendar);
     m_unavailableKinds = QSet<RevenueKind>(allRevenueKinds.begin(), allRevenueKinds.end());
+    m_files = std::make_unique<AccountFiles>(m_env.storage);
+    connect(m_files.get(), &AccountFiles::saveFailuresChanged, this, &RevenueEngine::lastErrorChanged);
+    connect(m_files.get(), &AccountFiles::accountsMerged, this, &RevenueEngine::accountsChanged);
+    connect(m_files.get(), &AccountFiles::skippedRecordsChanged, this, &RevenueEngine::skippedRecordsChanged);
     // No days before a stored feed or a load says there are any: a first launch whose loads
     // all fail shows nothing rather than 95 empty days.
 
@@ -29,6 +32,13 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
             Q_EMIT menubarLabelChanged();
         }
     };
+    m_feedStore = std::make_unique<FeedStore>(
+        FeedStore::Neighbours{[this] { return m_accounts; }, [this] { return accountsDamaged(); },
+                              [this] { return m_preferences; }, [this] { return m_selectedAccountFilter; },
+                              [this](FeedStore::Stored stored) { takeStoredFeed(std::move(stored)); }},
+        m_env.calendar, m_env.clock);
+    connect(m_feedStore.get(), &FeedStore::feedChanged, this, &RevenueEngine::feedChanged);
+    connect(m_feedStore.get(), &FeedStore::dailyBucketsChanged, this, &RevenueEngine::dailyBucketsChanged);
     connect(this, &RevenueEngine::dailyBucketsChanged, this, relabel);
     connect(this, &RevenueEngine::preferencesChanged, this, relabel);
     connect(this, &RevenueEngine::selectedAccountFilterChanged, this, relabel);
@@ -42,13 +52,13 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
                                        [&](const Account &a) { return a.id == accountId; });
                 return it != m_accounts.end() && !Credentials::hasAny(*it) && Credentials::decodeInto(entry, *it);
             },
-            [this](const QList<Account> &fileForm) { return writeAccountsFile(fileForm); }},
+            [this](const QList<Account> &fileForm) { return m_files->writeAccounts(fileForm, m_accounts); }},
         m_env.secrets, m_env.storage);
     connect(m_credentials.get(), &CredentialSync::accountsFilled, this, &RevenueEngine::accountsChanged);
     connect(m_credentials.get(), &CredentialSync::readyChanged, this, &RevenueEngine::credentialsReadyChanged);
     connect(m_credentials.get(), &CredentialSync::noticeChanged, this, &RevenueEngine::lastErrorChanged);
     m_records = std::make_unique<Records>(
-        Records::Neighbours{[this] { return m_accounts; }, [this] { return m_shownFeed; },
+        Records::Neighbours{[this] { return m_accounts; }, [this] { return m_feedStore->shown(); },
                             [this](const Storage::Saved &saved) { noteSave(SaveFailures::File::Achievements, saved); }},
         m_env.storage, m_env.calendar, m_env.clock);
     connect(m_records.get(), &Records::changed, this, &RevenueEngine::achievementsChanged);
@@ -80,14 +90,14 @@ RevenueEngine::RevenueEngine(EngineEnvironment environment, QObject *parent)
     connect(m_mrr.get(), &MrrTracker::goalReached, this, &RevenueEngine::announceMrrGoal);
     connect(this, &RevenueEngine::preferencesChanged, this, &RevenueEngine::applyMrrSettings);
     loadFromDisk();
-    takeDamage(m_mrr->damagedFiles());
+    m_files->takeDamage(m_mrr->damagedFiles());
     applyMrrSettings();
     m_menubarLabel = menubarLabel();
     if (m_env.notifier)
         m_env.notifier->requestAuthorizationIfNeeded();
     if (m_env.secrets)
         loadCredentials();
-    if (m_env.startLoops && !m_feedPending)
+    if (m_env.startLoops && !m_feedStore->isPending())
         startAutoRefresh(); // else once the feed is in
 }
 
@@ -105,85 +115,91 @@ void RevenueEngine::loadFromDisk()
     storage.fileURL(); // creates the data folder on first launch
     storage.tightenFolder();
     QList<FileDamage> damaged;
-    m_accounts = storage.loadAccounts(&damaged);
-    m_accountIdsOnDisk = AccountsMerge::idsOf(m_accounts);
+    m_accounts = m_files->loadAccounts(&damaged);
     if (auto preferences = storage.loadPreferences(&damaged))
         m_preferences = *preferences;
     m_syncState = storage.loadSyncState(&damaged);
     if (auto achievements = storage.loadAchievements(&damaged))
         m_records->restore(*achievements);
-    takeDamage(damaged);
+    m_files->takeDamage(damaged);
 
     loadStoredFeed();
 }
 
-void RevenueEngine::takeDamage(const QList<FileDamage> &damaged)
+void RevenueEngine::loadStoredFeed()
 {
-    m_damagedFiles += damaged;
-    for (const FileDamage &damage : damaged)
-        if (damage.blocksWrites)
-            m_env.storage.holdWrites(damage.file, damage.reason);
+    if (!m_env.readFeedInBackground) {
+        FeedStore::Stored stored = FeedStore::read(m_env.storage);
+        m_files->takeDamage(stored.damaged);
+        adoptStoredFeed(std::move(stored.events));
+        return;
+    }
+    // Until the feed is in, the engine counts as loading: refreshes wait for it, and the
+    // views show their loading state.
+    m_isLoading = true;
+    m_feedStore->readInBackground(m_env.storage, m_env.feedReadAfter);
+}
+
+void RevenueEngine::takeStoredFeed(FeedStore::Stored stored)
+{
+    // Handed over in one step: one change of every field, then the loops start.
+    if (!stored.damaged.isEmpty()) {
+        m_files->takeDamage(stored.damaged);
+        Q_EMIT damagedFilesChanged();
+    }
+    adoptStoredFeed(std::move(stored.events));
+    m_isLoading = false;
+    Q_EMIT feedChanged();
+    Q_EMIT dailyBucketsChanged();
+    Q_EMIT lastRefreshedChanged();
+    Q_EMIT isLoadingChanged();
+    if (m_env.startLoops)
+        startAutoRefresh();
+}
+
+void RevenueEngine::adoptStoredFeed(QList<PaymentEvent> stored)
+{
+    if (!m_feedStore->adoptStored(std::move(stored))) // the owner announces the stored feed itself, once
+        return;
+    const QList<PaymentEvent> &feed = m_feedStore->stored();
+    // Events already on disk never produce a notification.
+    m_notifications.primeFromStoredFeed(feed);
+    for (const Date &synced : std::as_const(m_syncState))
+        if (!m_lastRefreshed || synced > *m_lastRefreshed)
+            m_lastRefreshed = synced;
+
+    // A stored feed covering less than 25 days was cut short (first run, long pause): load
+    // every account's whole bootstrap window again.
+    const Date horizon = m_env.calendar.addingDays(now(), -25);
+    if (feed.last().date > horizon && !m_accounts.isEmpty()) {
+        m_syncState.clear();
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    }
 }
 
 std::optional<QString> RevenueEngine::lastError() const
 {
     // Lines about one account start with "[name]" and come after the others.
     QStringList parts;
-    for (const auto &part : {m_saveFailures.text(), m_credentials->notice(), m_atRisk->failureText(), m_lastError})
+    for (const auto &part : {m_files->saveFailuresText(), m_credentials->notice(), m_atRisk->failureText(), m_lastError})
         if (part)
             parts.append(*part);
     return parts.isEmpty() ? std::nullopt : std::optional<QString>(parts.join(u" · "_s));
 }
 
-bool RevenueEngine::noteSave(SaveFailures::File file, const Storage::Saved &saved)
-{
-    if (m_saveFailures.record(file, saved))
-        Q_EMIT lastErrorChanged();
-    return saved.ok();
-}
-
 void RevenueEngine::retryFailedSaves()
 {
     using File = SaveFailures::File;
-    if (m_saveFailures.isPending(File::Accounts))
+    if (m_files->isPending(File::Accounts))
         saveAccounts();
-    if (m_saveFailures.isPending(File::Preferences))
-        noteSave(File::Preferences, m_env.storage.savePreferences(m_preferences));
-    if (m_saveFailures.isPending(File::Achievements))
+    if (m_files->isPending(File::Preferences))
+        m_files->savePreferences(m_preferences);
+    if (m_files->isPending(File::Achievements))
         m_records->write();
-    if (m_saveFailures.isPending(File::Feed))
-        noteSave(File::Feed, m_env.storage.saveFeed(m_feed));
-    if (m_saveFailures.isPending(File::SyncState))
+    if (m_files->isPending(File::Feed))
+        noteSave(File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
+    if (m_files->isPending(File::SyncState))
         noteSave(File::SyncState, m_env.storage.saveSyncState(m_syncState));
-}
-
-bool RevenueEngine::writeAccountsFile(const QList<Account> &fileForm)
-{
-    auto written = m_env.storage.updateAccounts(fileForm, m_accountIdsOnDisk);
-    if (!noteSave(SaveFailures::File::Accounts, written ? Storage::Saved(Done{}) : Storage::Saved(written.error())))
-        return false;
-    // What the merge added came from another process; what it dropped, that process removed.
-    const QSet<QUuid> ours = AccountsMerge::idsOf(fileForm);
-    const QSet<QUuid> onDisk = AccountsMerge::idsOf(written.value());
-    m_accountIdsOnDisk = onDisk;
-    const qsizetype removed =
-        m_accounts.removeIf([&](const Account &a) { return ours.contains(a.id) && !onDisk.contains(a.id); });
-    const QSet<QUuid> current = AccountsMerge::idsOf(m_accounts);
-    bool added = false;
-    for (const Account &a : written.value())
-        if (!ours.contains(a.id) && !current.contains(a.id)) {
-            m_accounts.append(a);
-            added = true;
-        }
-    if (removed > 0 || added)
-        Q_EMIT accountsChanged();
-    return true;
-}
-
-bool RevenueEngine::accountsDamaged() const
-{
-    return std::any_of(m_damagedFiles.cbegin(), m_damagedFiles.cend(),
-                       [](const FileDamage &d) { return d.file == QLatin1StringView(Storage::accountsFile); });
 }
 
 QString RevenueEngine::menubarLabel() const
@@ -192,7 +208,7 @@ QString RevenueEngine::menubarLabel() const
         return CurrencyConverter::mask(m_preferences.dashboardCurrency);
     // While the stored feed is still being read the totals are not known yet: "$0" would be
     // a wrong figure, not a pending one.
-    if (m_feedPending)
+    if (m_feedStore->isPending())
         return u"…"_s;
     if (m_preferences.menubarShowsMrr)
         return m_mrr->label(m_preferences.dashboardCurrency);
@@ -204,7 +220,7 @@ void RevenueEngine::setPreferences(const Preferences &preferences)
 {
     const bool changed = !(preferences == m_preferences);
     m_preferences = preferences;
-    noteSave(SaveFailures::File::Preferences, m_env.storage.savePreferences(m_preferences));
+    m_files->savePreferences(m_preferences);
     if (changed)
         Q_EMIT preferencesChanged();
 }
@@ -231,7 +247,7 @@ void RevenueEngine::upsertAccount(const Account &account)
     saveAccounts();
     Q_EMIT accountsChanged();
     if (visibilityChanged) {
-        showFeed(); // the stored events are shown or hidden; nothing is loaded again
+        m_feedStore->show(); // the stored events are shown or hidden; nothing is loaded again
         updateAchievements();
         if (!account.enabled)
             m_atRisk->dropAccount(account.id);
@@ -255,13 +271,31 @@ void RevenueEngine::removeAccount(const Account &account)
     }
 }
 
+// A removed account takes everything it brought with it at once: its events, days, at-risk
+// rows, sync state and notes.
+void RevenueEngine::forgetAccount(const QUuid &accountId)
+{
+    m_atRisk->dropAccount(accountId);
+    m_feedStore->set(m_feedStore->stored());
+    // A failed write leaves the events on disk; the next refresh writes the feed without them.
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
+    if (m_syncState.remove(accountId))
+        noteSave(SaveFailures::File::SyncState, m_env.storage.saveSyncState(m_syncState));
+    m_files->dropAccount(accountId);
+    QSet<QUuid> missingScope = m_missingEventScopeAccounts;
+    missingScope.remove(accountId);
+    assign(m_missingEventScopeAccounts, missingScope, &RevenueEngine::missingEventScopeAccountsChanged);
+    if (m_selectedAccountFilter == accountId)
+        setSelectedAccountFilter(std::nullopt);
+}
+
 void RevenueEngine::adoptHistorical(const QList<GapFill::HistoricalEvent> &historical)
 {
     // Old revenue is never announced, also when a later refresh sees it again.
     for (const GapFill::HistoricalEvent &h : historical)
         m_notifications.markSeen(h.event.id);
-    setFeed(GapFill::merge(m_feed, historical, retentionHorizon()));
-    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feed));
+    m_feedStore->set(GapFill::merge(m_feedStore->stored(), historical, retentionHorizon()));
+    noteSave(SaveFailures::File::Feed, m_env.storage.saveFeed(m_feedStore->stored()));
     updateAchievements();
 }
 
@@ -345,8 +379,8 @@ void RevenueEngine::cancelCurrentRefresh()
     // Progress first, so whoever reacts to isLoading sees a consistent idle state.
     assign(m_refreshProgress, std::optional<QString>(), &RevenueEngine::refreshProgressChanged);
     assign(m_refreshStartTime, std::optional<Date>(), &RevenueEngine::refreshStartTimeChanged);
-    assign(m_isLoading, m_feedPending, &RevenueEngine::isLoadingChanged);
-    if (!m_feedPending)
+    assign(m_isLoading, m_feedStore->isPending(), &RevenueEngine::isLoadingChanged);
+    if (!m_feedStore->isPending())
         startAutoRefresh();
 }
 

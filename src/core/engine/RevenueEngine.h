@@ -1,14 +1,15 @@
 #pragma once
 
+#include "engine/AccountFiles.h"
 #include "engine/AtRiskSubscriptions.h"
 #include "engine/CredentialSync.h"
 #include "engine/EngineTypes.h"
+#include "engine/FeedStore.h"
 #include "engine/FeedRetention.h"
 #include "engine/HistoricalFill.h"
 #include "engine/Notifier.h"
 #include "engine/Records.h"
 #include "engine/NotifierBookkeeping.h"
-#include "engine/SaveFailures.h"
 #include "engine/StripeSources.h"
 #include "model/Account.h"
 #include "model/Achievement.h"
@@ -104,7 +105,7 @@ class RevenueEngine : public QObject
 public:
     static constexpr int bootstrapLookbackDays = 30;
     static constexpr double incrementalOverlapSeconds = 300.0;
-    static constexpr int feedRetentionDays = 95;
+    static constexpr int feedRetentionDays = FeedStore::retentionDays;
     static constexpr int historicalDeepLookbackDays = HistoricalFill::deepLookbackDays;
     static constexpr int atRiskRefreshSeconds = AtRiskSubscriptions::refreshSeconds;
     static constexpr double retryMinInterval = AtRiskSubscriptions::retryMinInterval;
@@ -118,10 +119,10 @@ public:
     // Published state.
     const QList<Account> &accounts() const { return m_accounts; }
     const Preferences &preferences() const { return m_preferences; }
-    const QList<DailyBucket> &dailyBuckets() const { return m_dailyBuckets; }
+    const QList<DailyBucket> &dailyBuckets() const { return m_feedStore->dailyBuckets(); }
     // The events of the enabled accounts, newest first: what every total, list and label shows.
     // A disabled account's events stay stored, hidden, until it is enabled again.
-    const QList<PaymentEvent> &feed() const { return m_shownFeed; }
+    const QList<PaymentEvent> &feed() const { return m_feedStore->shown(); }
     bool isLoading() const { return m_isLoading; }
     // The saves that failed (retried on every refresh), then the last refresh's errors.
     std::optional<QString> lastError() const;
@@ -145,12 +146,12 @@ public:
     AtRiskSubscriptions &atRisk() const { return *m_atRisk; }
     bool isLoadingHistoricalGap() const { return m_historicalFill->isLoading(); }
     // Data files that did not read completely at start, and where their copies were kept.
-    const QList<FileDamage> &damagedFiles() const { return m_damagedFiles; }
+    const QList<FileDamage> &damagedFiles() const { return m_files->damagedFiles(); }
     // Per account, the records its last successful load left out because they did not decode.
-    const QHash<QUuid, qsizetype> &skippedRecords() const { return m_skippedRecords; }
+    const QHash<QUuid, qsizetype> &skippedRecords() const { return m_files->skippedRecords(); }
     // True when the accounts file did not read completely: the feed then holds events of
     // accounts the engine does not know, and must not be cleared for want of accounts.
-    bool accountsDamaged() const;
+    bool accountsDamaged() const { return m_files->accountsDamaged(); }
     // False while the credentials are still being read from the keyring; refreshes wait.
     bool credentialsReady() const { return m_credentials->isReady(); }
     // Whether credentials go to the keyring (false: the accounts file keeps them).
@@ -198,29 +199,24 @@ public:
     }
     QCoro::Task<> runAtRiskRefresh(CancellationToken token = {}) { return m_atRisk->runRefresh(std::move(token)); }
 
-    // Ranges, totals and buckets in the user's calendar.
-    Date startDate(TimeRange range) const;
-    Date endDate(TimeRange range) const;
-    Totals totals(TimeRange range) const;
-    QList<DailyBucket> buckets(TimeRange range) const;
-    QList<PaymentEvent> filteredFeed() const;
+    // Ranges, totals and buckets in the user's calendar (FeedStore owns the feed and its days).
+    Date startDate(TimeRange range) const { return m_feedStore->startDate(range); }
+    Date endDate(TimeRange range) const { return m_feedStore->endDate(range); }
+    Totals totals(TimeRange range) const { return m_feedStore->totals(range); }
+    QList<DailyBucket> buckets(TimeRange range) const { return m_feedStore->buckets(range); }
+    QList<PaymentEvent> filteredFeed() const { return m_feedStore->filteredFeed(); }
     // Positions in feed() of the filtered feed: what list views use, since copying tens of
     // thousands of events on every filter change is what would make the panel stutter.
-    QList<qsizetype> filteredFeedIndices() const;
-    double revenueIn(Date start, Date end) const;
-    double todayRevenueUSD() const;
-    double thisWeekRevenueUSD() const;
-    double thisMonthRevenueUSD() const;
-    void rebuildBucketsFromFeed();
+    QList<qsizetype> filteredFeedIndices() const { return m_feedStore->filteredFeedIndices(); }
+    double revenueIn(Date start, Date end) const { return m_feedStore->revenueIn(start, end); }
+    double todayRevenueUSD() const { return m_feedStore->todayRevenueUSD(); }
+    double thisWeekRevenueUSD() const { return m_feedStore->thisWeekRevenueUSD(); }
+    double thisMonthRevenueUSD() const { return m_feedStore->thisMonthRevenueUSD(); }
+    void rebuildBucketsFromFeed() { m_feedStore->rebuildBuckets(); }
 
     // Best records and milestones (Records owns them).
     void updateAchievements() { m_records->update(); }
     void saveAchievements(const AchievementsState &state) { m_records->save(state); }
-
-    // Merges by id (a new event replaces a stored one), drops events before `horizon` and
-    // those `superseded`, and sorts newest first.
-    static QList<PaymentEvent> mergeIntoFeed(const QList<PaymentEvent> &feed, const QList<PaymentEvent> &newEvents,
-                                             Date horizon, const QSet<QString> &superseded = {});
 
     // The environment, for views that need "now", the calendar or the data folder.
     Date now() const { return m_env.clock->now(); }
@@ -272,23 +268,14 @@ private:
 
     void loadFromDisk();
     void loadStoredFeed();
-    QCoro::Task<> readFeedInBackground(CancellationToken token);
+    // Takes the stored feed a background read brought, announces it and starts the loops.
+    void takeStoredFeed(FeedStore::Stored stored);
     void adoptStoredFeed(QList<PaymentEvent> stored);
     void saveAccounts();
-    // Writes the accounts file (in the form given: with or without credentials) merged with
-    // what another process wrote, and takes in that process's additions and removals.
-    bool writeAccountsFile(const QList<Account> &fileForm);
     // Records a save's outcome for the user and the retry; true when it was saved.
-    bool noteSave(SaveFailures::File file, const Storage::Saved &saved);
+    bool noteSave(SaveFailures::File file, const Storage::Saved &saved) { return m_files->noteSave(file, saved); }
     void retryFailedSaves();
-    // Damage found while loading: published, and files that could not be read are never
-    // written over.
-    void takeDamage(const QList<FileDamage> &damaged);
     QCoro::Task<> loadCredentials();
-    // Replaces the stored feed; events of accounts the engine no longer knows are left out.
-    void setFeed(QList<PaymentEvent> feed);
-    // Derives the shown feed and the days from the stored feed and the enabled accounts.
-    void showFeed();
     void forgetAccount(const QUuid &accountId);
     struct CycleLoads;
     static QCoro::Task<> loadForCycle(QPointer<RevenueEngine> engine, Account account, Date since,
@@ -317,9 +304,6 @@ private:
 
     QList<Account> m_accounts;
     Preferences m_preferences;
-    QList<DailyBucket> m_dailyBuckets;
-    QList<PaymentEvent> m_feed;      // stored: the events of every known account
-    QList<PaymentEvent> m_shownFeed; // the enabled accounts' events
     bool m_isLoading = false;
     std::optional<QString> m_lastError;
     std::optional<Date> m_lastRefreshed;
@@ -331,19 +315,12 @@ private:
     int m_eventsRefreshDone = 0;
     int m_eventsRefreshTotal = 0;
     QSet<RevenueKind> m_unavailableKinds;
-    QList<FileDamage> m_damagedFiles;
-    SaveFailures m_saveFailures;
-    QSet<QUuid> m_accountIdsOnDisk; // as last read or written: what another process may have changed
-    QHash<QUuid, qsizetype> m_skippedRecords;
     FeedRetention::Reading m_clockAtStart = FeedRetention::read(*m_env.clock);
-
-    bool m_feedPending = false; // the stored feed is still being read
     NotifierBookkeeping m_notifications;
     QHash<QUuid, Date> m_syncState;
     // Each group is the one owner of its tasks and cancels them when the engine goes away.
     TaskGroup m_refreshTask;        // the auto-refresh loop
     TaskGroup m_currentRefreshTask; // the refresh triggerRefresh() started
-    TaskGroup m_backgroundTasks;    // short tasks nobody awaits, such as the stored feed's read
     // The cycle in progress; cancelCurrentRefresh() cancels it. A cycle applies its results
     // only while its generation is still the current one.
     std::optional<CancellationToken> m_runningCycle;
@@ -351,6 +328,8 @@ private:
     QString m_menubarLabel;
     // Customers of cancelled subscriptions by account and customer id, looked up once each.
     QHash<QString, ExpandedSubscription::SubCustomer> m_churnCustomers;
+    std::unique_ptr<AccountFiles> m_files;
+    std::unique_ptr<FeedStore> m_feedStore;
     std::unique_ptr<CredentialSync> m_credentials;
     std::unique_ptr<Records> m_records;
     std::unique_ptr<AtRiskSubscriptions> m_atRisk;

@@ -61,32 +61,3 @@ TEST_F(EngineFixture, UnreadableAccountsKeepTheFeedAndTheirBytes)
         engine.reset();
     }
 }
-
-// Two processes on one data folder: each save reads the file again, so neither loses an
-// account the other added, and a removal in one is not undone by the other.
-TEST_F(EngineFixture, TwoWritersKeepEachOthersAccounts)
-{
-    RevenueEngine first(environment()), second(environment());
-    const Account a = stripeAccount(u"A"_s), b = stripeAccount(u"B"_s), c = stripeAccount(u"C"_s), d = stripeAccount(u"D"_s);
-    const auto names = [](const QList<Account> &accounts) {
-        QStringList out;
-        std::ranges::transform(accounts, std::back_inserter(out), &Account::name);
-        return out.sort(), out;
-    };
-    first.upsertAccount(a);
-    second.upsertAccount(b);
-    EXPECT_EQ(names(storage().loadAccounts()), (QStringList{u"A"_s, u"B"_s}));
-    EXPECT_EQ(names(second.accounts()), (QStringList{u"A"_s, u"B"_s}));
-
-    first.removeAccount(a);
-    EXPECT_EQ(names(storage().loadAccounts()), QStringList{u"B"_s});
-    second.upsertAccount(c);
-    EXPECT_EQ(names(storage().loadAccounts()), (QStringList{u"B"_s, u"C"_s})) << "A stays removed";
-    EXPECT_EQ(names(second.accounts()), (QStringList{u"B"_s, u"C"_s}));
-
-    // An entry the file lost to damage is no removal.
-    ASSERT_TRUE(writeFile(storage().pathOf(Storage::accountsFile),
-                          "[{\"id\":\"" + b.id.toString(QUuid::WithoutBraces).toUtf8() + "\",\"enabled\":\"true\"}]"));
-    second.upsertAccount(d);
-    EXPECT_EQ(names(storage().loadAccounts()), (QStringList{u"B"_s, u"C"_s, u"D"_s}));
-}

@@ -1,19 +1,30 @@
+// The feed store alone: the accounts, preferences and selected account are the fixture's, the
+// feed is read from a fresh data folder.
 #include "EngineFixture.h"
+#include "engine/FeedStore.h"
 
 using namespace Qt::StringLiterals;
 
-class Buckets : public EngineFixture
+class FeedStoreTest : public EngineFixture
 {
 protected:
-    RevenueEngine &withFeed(Date now, const QList<PaymentEvent> &feed)
+    QList<Account> accounts;
+    Preferences preferences = Preferences::defaults(Date::fromUnix(0), calendar);
+    std::optional<QUuid> selected;
+    FeedStore store{{[this] { return accounts; }, [] { return false; }, [this] { return preferences; },
+                     [this] { return selected; }},
+                    calendar, clock};
+
+    FeedStore &withFeed(Date now, const QList<PaymentEvent> &feed)
     {
         clock->set(now);
         EXPECT_TRUE(storage().saveFeed(feed));
-        return start();
+        EXPECT_TRUE(store.adoptStored(FeedStore::read(storage()).events));
+        return store;
     }
 };
 
-TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
+TEST_F(FeedStoreTest, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
 {
     const struct
     {
@@ -30,7 +41,7 @@ TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
-        RevenueEngine &e = withFeed(row.now, {event(u"early"_s, row.early, RevenueKind::Recurring, 10),
+        FeedStore &e = withFeed(row.now, {event(u"early"_s, row.early, RevenueKind::Recurring, 10),
                                               event(u"late"_s, row.late, RevenueKind::Recurring, 10),
                                               event(u"next"_s, row.nextDay, RevenueKind::Recurring, 1)});
         const QList<DailyBucket> days = e.dailyBuckets();
@@ -40,14 +51,13 @@ TEST_F(Buckets, DaysFollowLocalMidnightAcrossDaylightSavingChanges)
         EXPECT_DOUBLE_EQ(day->recurringMRR, 20);
         EXPECT_DOUBLE_EQ((day + 1)->date.secondsSince(day->date), row.hoursLong * 3600);
         EXPECT_DOUBLE_EQ((day + 1)->recurringMRR, 1);
-        engine.reset();
     }
 }
 
-TEST_F(Buckets, KindsCountWhereTheyBelongAndRevenueWindowsAreHalfOpen)
+TEST_F(FeedStoreTest, KindsCountWhereTheyBelongAndRevenueWindowsAreHalfOpen)
 {
     const Date now = local(2026, 3, 18, 15); // a Wednesday
-    RevenueEngine &e = withFeed(now, {
+    FeedStore &e = withFeed(now, {
         event(u"churn"_s, local(2026, 3, 18, 9), RevenueKind::Churn, 29),
         event(u"fail"_s, local(2026, 3, 18, 10), RevenueKind::Failed, 40),
         event(u"refund"_s, local(2026, 3, 18, 11), RevenueKind::Refund, 50),
@@ -67,22 +77,18 @@ TEST_F(Buckets, KindsCountWhereTheyBelongAndRevenueWindowsAreHalfOpen)
     EXPECT_DOUBLE_EQ(e.revenueIn(sale.addingSeconds(-1), sale), 0);
 }
 
-TEST_F(Buckets, RangeStartsAndTheCustomEnd)
+TEST_F(FeedStoreTest, RangeStartsAndTheCustomEnd)
 {
     const Date now = local(2026, 3, 18, 15); // Wednesday
-    Preferences p = Preferences::defaults(now, calendar);
-    p.customRangeStart = local(2026, 3, 1, 17);
-    p.customRangeEnd = local(2026, 3, 3, 8);
-    clock->set(now);
-    ASSERT_TRUE(storage().savePreferences(p));
-    ASSERT_TRUE(storage().saveFeed({
+    preferences.customRangeStart = local(2026, 3, 1, 17);
+    preferences.customRangeEnd = local(2026, 3, 3, 8);
+    FeedStore &e = withFeed(now, {
         event(u"a"_s, local(2026, 3, 1, 0, 0), RevenueKind::New, 1),
         event(u"b"_s, local(2026, 3, 3, 23, 59, 59), RevenueKind::Recurring, 2),
         event(u"c"_s, local(2026, 3, 4, 0, 0), RevenueKind::Recurring, 4),
         event(u"d"_s, local(2026, 2, 28, 23, 59, 59), RevenueKind::Recurring, 8),
         event(u"f"_s, local(2026, 3, 2, 9), RevenueKind::Failed, 16),
-    }));
-    RevenueEngine &e = start();
+    });
     EXPECT_EQ(e.startDate(TimeRange::Mtd), local(2026, 3, 1, 0));
     EXPECT_EQ(e.startDate(TimeRange::Last7Days), local(2026, 3, 11, 0)) << "the previous Wednesday";
     EXPECT_EQ(e.startDate(TimeRange::Last30Days), local(2026, 2, 16, 0));
@@ -97,24 +103,24 @@ TEST_F(Buckets, RangeStartsAndTheCustomEnd)
     EXPECT_EQ(e.buckets(TimeRange::Last7Days).size(), 8) << "today plus seven whole days";
 }
 
-TEST_F(Buckets, AccountFilterUsesTheFeedBetweenStartAndNow)
+TEST_F(FeedStoreTest, AccountFilterUsesTheFeedBetweenStartAndNow)
 {
     const QUuid mine = QUuid::createUuid();
     const Date now = local(2026, 3, 18, 15);
-    RevenueEngine &e = withFeed(now, {
+    FeedStore &e = withFeed(now, {
         event(u"a"_s, local(2026, 3, 10), RevenueKind::New, 10, mine),
         event(u"b"_s, local(2026, 3, 11), RevenueKind::New, 20),
         event(u"c"_s, local(2026, 1, 10), RevenueKind::New, 40, mine),
     });
-    e.setSelectedAccountFilter(mine);
+    selected = mine;
     EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{10, 0, 0}));
     EXPECT_EQ(e.filteredFeed().size(), 2);
     QList<PaymentEvent> byIndex;
     for (qsizetype i : e.filteredFeedIndices())
-        byIndex.append(e.feed().at(i));
+        byIndex.append(e.shown().at(i));
     EXPECT_EQ(byIndex, e.filteredFeed());
     EXPECT_EQ(e.buckets(TimeRange::Last30Days).size(), 1);
-    e.setSelectedAccountFilter(std::nullopt);
+    selected.reset();
     EXPECT_EQ(e.totals(TimeRange::Last30Days), (Totals{30, 0, 0}));
 }
 
@@ -124,7 +130,7 @@ TEST(FeedMerge, ReplacesByIdKeepsTheRetentionBoundaryAndSortsNewestFirst)
     auto ev = [](const char *id, double unix, double usd) {
         return PaymentEvent{.id = QString::fromLatin1(id), .date = Date::fromUnix(unix), .usdAmount = usd};
     };
-    const QList<PaymentEvent> merged = RevenueEngine::mergeIntoFeed(
+    const QList<PaymentEvent> merged = FeedStore::merge(
         {ev("keep", 1'000'000, 1), ev("dup", 1'000'500, 2), ev("gone", 999'999, 3)},
         {ev("dup", 1'000'600, 20), ev("fresh", 1'000'100, 4), ev("dup", 1'000'700, 30)}, horizon);
     ASSERT_EQ(merged.size(), 3);

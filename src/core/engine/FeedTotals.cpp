@@ -1,13 +1,13 @@
-// Daily buckets, range boundaries and totals, all in the user's calendar.
-#include "RevenueEngine.h"
+// The days of the shown feed, range boundaries and totals, all in the user's calendar.
+#include "FeedStore.h"
 
 #include "engine/BucketMath.h"
 
-void RevenueEngine::rebuildBucketsFromFeed()
+void FeedStore::rebuildBuckets()
 {
-    const TimeContext &calendar = m_env.calendar;
-    const Date today = calendar.startOfDay(now());
-    const DayIndex days(calendar, calendar.addingDays(today, -(feedRetentionDays - 1)), today);
+    const TimeContext &calendar = m_calendar;
+    const Date today = calendar.startOfDay(m_clock->now());
+    const DayIndex days(calendar, calendar.addingDays(today, -(retentionDays - 1)), today);
     QList<DailyBucket> buckets;
     buckets.reserve(days.size());
     for (qsizetype i = 0; i < days.size(); ++i)
@@ -23,33 +23,34 @@ void RevenueEngine::rebuildBucketsFromFeed()
     }
 }
 
-Date RevenueEngine::startDate(TimeRange range) const
+Date FeedStore::startDate(TimeRange range) const
 {
-    const TimeContext &calendar = m_env.calendar;
-    const Date current = now();
+    const TimeContext &calendar = m_calendar;
+    const Date current = m_clock->now();
     const Date today = calendar.startOfDay(current);
     switch (range) {
     case TimeRange::Mtd: return calendar.startOfMonth(current);
     case TimeRange::Last7Days: return calendar.addingDays(today, -7);
     case TimeRange::Last30Days: return calendar.addingDays(today, -30);
     case TimeRange::Last90Days: return calendar.addingDays(today, -90);
-    case TimeRange::Custom: return calendar.startOfDay(m_preferences.customRangeStart);
+    case TimeRange::Custom: return calendar.startOfDay(m_neighbours.preferences().customRangeStart);
     }
     return today;
 }
 
-Date RevenueEngine::endDate(TimeRange range) const
+Date FeedStore::endDate(TimeRange range) const
 {
     if (range == TimeRange::Custom)
-        return m_env.calendar.endOfDay(m_preferences.customRangeEnd);
-    return now();
+        return m_calendar.endOfDay(m_neighbours.preferences().customRangeEnd);
+    return m_clock->now();
 }
 
-Totals RevenueEngine::totals(TimeRange range) const
+Totals FeedStore::totals(TimeRange range) const
 {
+    const std::optional<QUuid> selected = m_neighbours.selectedAccount();
     const Date start = startDate(range);
     Totals t;
-    if (!m_selectedAccountFilter && range != TimeRange::Custom) {
+    if (!selected && range != TimeRange::Custom) {
         // The cached buckets end today, so no upper bound is needed.
         for (const DailyBucket &b : m_dailyBuckets) {
             if (b.date >= start) {
@@ -64,17 +65,18 @@ Totals RevenueEngine::totals(TimeRange range) const
     for (const PaymentEvent &e : m_shownFeed) {
         if (e.date < start || e.date > end)
             continue;
-        if (m_selectedAccountFilter && e.accountId != *m_selectedAccountFilter)
+        if (selected && e.accountId != *selected)
             continue;
         addToTotals(t, e);
     }
     return t;
 }
 
-QList<DailyBucket> RevenueEngine::buckets(TimeRange range) const
+QList<DailyBucket> FeedStore::buckets(TimeRange range) const
 {
+    const std::optional<QUuid> selected = m_neighbours.selectedAccount();
     const Date start = startDate(range);
-    if (!m_selectedAccountFilter && range != TimeRange::Custom) {
+    if (!selected && range != TimeRange::Custom) {
         QList<DailyBucket> out;
         for (const DailyBucket &b : m_dailyBuckets)
             if (b.date >= start)
@@ -84,12 +86,12 @@ QList<DailyBucket> RevenueEngine::buckets(TimeRange range) const
     const Date end = endDate(range);
     if (end < start)
         return {};
-    const DayIndex days(m_env.calendar, start, end);
+    const DayIndex days(m_calendar, start, end);
     QList<std::optional<DailyBucket>> byDay(days.size());
     for (const PaymentEvent &e : m_shownFeed) {
         if (e.date < start || e.date > end)
             continue;
-        if (m_selectedAccountFilter && e.accountId != *m_selectedAccountFilter)
+        if (selected && e.accountId != *selected)
             continue;
         const qsizetype index = days.indexOf(e.date);
         if (index < 0)
@@ -105,29 +107,31 @@ QList<DailyBucket> RevenueEngine::buckets(TimeRange range) const
     return out;
 }
 
-QList<PaymentEvent> RevenueEngine::filteredFeed() const
+QList<PaymentEvent> FeedStore::filteredFeed() const
 {
-    if (!m_selectedAccountFilter)
+    const std::optional<QUuid> selected = m_neighbours.selectedAccount();
+    if (!selected)
         return m_shownFeed;
     QList<PaymentEvent> out;
     out.reserve(m_shownFeed.size());
     for (const PaymentEvent &e : m_shownFeed)
-        if (e.accountId == *m_selectedAccountFilter)
+        if (e.accountId == *selected)
             out.append(e);
     return out;
 }
 
-QList<qsizetype> RevenueEngine::filteredFeedIndices() const
+QList<qsizetype> FeedStore::filteredFeedIndices() const
 {
+    const std::optional<QUuid> selected = m_neighbours.selectedAccount();
     QList<qsizetype> out;
     out.reserve(m_shownFeed.size());
     for (qsizetype i = 0; i < m_shownFeed.size(); ++i)
-        if (!m_selectedAccountFilter || m_shownFeed[i].accountId == *m_selectedAccountFilter)
+        if (!selected || m_shownFeed[i].accountId == *selected)
             out.append(i);
     return out;
 }
 
-double RevenueEngine::revenueIn(Date start, Date end) const
+double FeedStore::revenueIn(Date start, Date end) const
 {
     double sum = 0;
     for (const PaymentEvent &e : m_shownFeed)
@@ -136,20 +140,20 @@ double RevenueEngine::revenueIn(Date start, Date end) const
     return sum;
 }
 
-double RevenueEngine::todayRevenueUSD() const
+double FeedStore::todayRevenueUSD() const
 {
-    const Date current = now();
-    return revenueIn(m_env.calendar.startOfDay(current), current);
+    const Date current = m_clock->now();
+    return revenueIn(m_calendar.startOfDay(current), current);
 }
 
-double RevenueEngine::thisWeekRevenueUSD() const
+double FeedStore::thisWeekRevenueUSD() const
 {
-    const Date current = now();
-    return revenueIn(m_env.calendar.startOfWeek(current), current);
+    const Date current = m_clock->now();
+    return revenueIn(m_calendar.startOfWeek(current), current);
 }
 
-double RevenueEngine::thisMonthRevenueUSD() const
+double FeedStore::thisMonthRevenueUSD() const
 {
-    const Date current = now();
-    return revenueIn(m_env.calendar.startOfMonth(current), current);
+    const Date current = m_clock->now();
+    return revenueIn(m_calendar.startOfMonth(current), current);
 }
