@@ -6,6 +6,7 @@
 #include "stripe/ListingBackoff.h"
 #include "util/Cancellation.h"
 #include "util/Clock.h"
+#include "util/Publish.h"
 #include "util/TaskGroup.h"
 
 #include <QCoroTask>
@@ -86,13 +87,7 @@ Q_SIGNALS:
 
 private:
     template<typename T, typename Signal>
-    void assign(T &field, const T &value, Signal signal)
-    {
-        if (field == value)
-            return;
-        field = value;
-        Q_EMIT(this->*signal)();
-    }
+    void assign(T &field, const T &value, Signal signal) { publish(this, field, value, signal); }
 
     struct AtRiskListings;
     static QCoro::Task<> listAtRisk(QPointer<AtRiskSubscriptions> self, Account account, QString status,

@@ -26,6 +26,7 @@
 #include "util/Cancellation.h"
 #include "util/Clock.h"
 #include "util/Result.h"
+#include "util/Publish.h"
 #include "util/TaskGroup.h"
 #include "util/TimeContext.h"
 
@@ -258,13 +259,7 @@ Q_SIGNALS:
 
 private:
     template<typename T, typename Signal>
-    void assign(T &field, const T &value, Signal signal)
-    {
-        if (field == value)
-            return;
-        field = value;
-        Q_EMIT(this->*signal)();
-    }
+    void assign(T &field, const T &value, Signal signal) { publish(this, field, value, signal); }
 
     void loadFromDisk();
     void loadStoredFeed();
