@@ -123,7 +123,8 @@ QCoro::Task<> RevenueEngine::refreshCycle(CancellationToken token)
         if (result.value().skippedRecords > 0)
             skipped.insert(id, result.value().skippedRecords);
         // An account removed while it loaded leaves no sync state behind (its events go in FeedStore::set).
-        const bool known = std::any_of(m_accounts.cbegin(), m_accounts.cend(), [&](const Account &a) { return a.id == id; });
+        const QUuid accountId = id; // a structured binding cannot be captured by every compiler
+        const bool known = std::any_of(m_accounts.cbegin(), m_accounts.cend(), [&](const Account &a) { return a.id == accountId; });
         if (known && !result.value().askAgainFromSameStart)
             syncUpdates.insert(id, now());
         anySuccess = true;
