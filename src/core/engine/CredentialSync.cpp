@@ -13,8 +13,8 @@ CredentialSync::CredentialSync(Neighbours neighbours, std::shared_ptr<SecretStor
     : QObject(parent)
     , m_neighbours(std::move(neighbours))
     , m_store(std::move(store))
-    , m_keyRemovals(storage)
     , m_ready(!m_store)
+    , m_keyRemovals(storage)
 {
 }
 
